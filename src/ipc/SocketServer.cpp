@@ -1,0 +1,372 @@
+#include "ipc/SocketServer.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+// One connected terminal. The descriptor is closed when the last holder lets go, so a
+// broadcast that took a snapshot can never write into a number the kernel has reused.
+struct Client {
+    explicit Client(int f) : fd(f) {}
+    ~Client() { ::close(fd); }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    const int fd;
+    // A write timed out: the line may be cut in the middle, so later broadcasts skip it.
+    std::atomic<bool> stalled{false};
+};
+
+using Event = std::variant<NotifyFrame, QString>;
+
+// Writes the whole line, blocking the caller, but for at most the send timeout in all:
+// one deadline for the line, however the kernel cuts it into partial writes.
+bool writeLine(Client &client, const QByteArray &line)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(SocketServer::sendTimeoutSeconds);
+    const char *rest = line.constData();
+    qsizetype left = line.size();
+    while (left > 0) {
+        const ssize_t n = ::send(client.fd, rest, size_t(left), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n > 0) {
+            rest += n;
+            left -= n;
+            continue;
+        }
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - std::chrono::steady_clock::now());
+            pollfd pfd{client.fd, POLLOUT, 0};
+            const int ready = remaining.count() > 0 ? ::poll(&pfd, 1, int(remaining.count())) : 0;
+            if (ready > 0 || (ready < 0 && errno == EINTR))
+                continue;
+            client.stalled = true;
+        }
+        return false; // the reader notices a broken connection; nothing is closed here
+    }
+    return true;
+}
+
+void postToMain(std::function<void()> fn)
+{
+    if (QCoreApplication *app = QCoreApplication::instance())
+        QMetaObject::invokeMethod(app, std::move(fn), Qt::QueuedConnection);
+}
+
+} // namespace
+
+struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared> {
+    QString path;
+    QPointer<SocketServer> owner;
+
+    std::atomic<int> listenFD{-1};
+    int lockFD = -1;       // advisory lock beside the socket; only the holder touches the file
+    bool ownsPath = false; // set on the set-up thread, read by stop() after running is false
+
+    std::mutex clientsLock;
+    std::unordered_map<int, std::shared_ptr<Client>> clients;
+
+    std::mutex stateLock;
+    bool running = false;
+    bool stopRequested = false;
+
+    std::mutex threadsLock;
+    std::condition_variable threadsDone;
+    int activeThreads = 0;
+
+    bool isRunning()
+    {
+        std::lock_guard g(stateLock);
+        return running;
+    }
+
+    void log(const QString &message)
+    {
+        postToMain([owner = owner, message] {
+            if (owner && owner->onLog)
+                owner->onLog(message);
+        });
+    }
+
+    void deliver(std::vector<Event> events)
+    {
+        postToMain([owner = owner, events = std::move(events)] {
+            for (const Event &e : events) {
+                if (!owner)
+                    return;
+                if (const auto *frame = std::get_if<NotifyFrame>(&e)) {
+                    if (owner->onNotify)
+                        owner->onNotify(*frame);
+                } else if (owner->onLog) {
+                    owner->onLog(std::get<QString>(e));
+                }
+            }
+        });
+    }
+
+    template<typename Fn>
+    void spawn(Fn fn)
+    {
+        {
+            std::lock_guard g(threadsLock);
+            ++activeThreads;
+        }
+        // The thread keeps the shared state alive; the SocketServer itself is held weakly.
+        std::thread([self = shared_from_this(), fn = std::move(fn)]() mutable {
+            fn();
+            std::lock_guard g(self->threadsLock);
+            --self->activeThreads;
+            self->threadsDone.notify_all();
+        }).detach();
+    }
+
+    void bindAndListen();
+    void acceptLoop();
+    void serveClient(const std::shared_ptr<Client> &client);
+};
+
+void SocketServer::Shared::bindAndListen()
+{
+    const QByteArray pathBytes = path.toUtf8();
+    const std::filesystem::path dir = std::filesystem::path(pathBytes.toStdString()).parent_path();
+    const QString dirText = QString::fromStdString(dir.string());
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    if (ec) {
+        log(QStringLiteral("socket: cannot create dir %1: %2 — IPC disabled, app still runs")
+                .arg(dirText, QString::fromStdString(ec.message())));
+        return;
+    }
+
+    // Only the process holding the lock may remove or replace the socket, so a second
+    // instance can never take the link from a running one.
+    const QByteArray lockPath = pathBytes + ".lock";
+    const int lfd = ::open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (lfd < 0 || ::flock(lfd, LOCK_EX | LOCK_NB) != 0) {
+        const int err = errno;
+        if (lfd >= 0)
+            ::close(lfd);
+        log(err == EWOULDBLOCK
+                ? QStringLiteral("socket: another instance is listening at %1 — IPC disabled, app still runs").arg(path)
+                : QStringLiteral("socket: cannot lock %1 (errno %2) — IPC disabled, app still runs")
+                      .arg(QString::fromUtf8(lockPath))
+                      .arg(err));
+        return;
+    }
+    lockFD = lfd;
+
+    ::unlink(pathBytes.constData()); // a stale socket from a crashed run
+
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        log(QStringLiteral("socket: socket() failed (errno %1) — IPC disabled, app still runs").arg(errno));
+        return;
+    }
+
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    constexpr int maxPathBytes = int(sizeof(addr.sun_path)) - 1;
+    if (pathBytes.size() > maxPathBytes) {
+        log(QStringLiteral("socket: path too long (%1 > %2) — IPC disabled").arg(pathBytes.size()).arg(maxPathBytes));
+        ::close(fd);
+        return;
+    }
+    std::memcpy(addr.sun_path, pathBytes.constData(), size_t(pathBytes.size()));
+
+    if (::bind(fd, reinterpret_cast<const sockaddr *>(&addr), sizeof(addr)) != 0) {
+        log(QStringLiteral("socket: bind() failed at %1 (errno %2) — IPC disabled, app still runs").arg(path).arg(errno));
+        ::close(fd);
+        return;
+    }
+    ownsPath = true;
+    ::chmod(pathBytes.constData(), 0600); // only the owner may connect
+
+    if (::listen(fd, 8) != 0) {
+        log(QStringLiteral("socket: listen() failed (errno %1) — IPC disabled").arg(errno));
+        ::close(fd);
+        ::unlink(pathBytes.constData());
+        return;
+    }
+
+    {
+        std::lock_guard g(stateLock);
+        if (stopRequested) { // stop() came while we were setting up
+            ::close(fd);
+            ::unlink(pathBytes.constData());
+            return;
+        }
+        listenFD = fd;
+        running = true;
+    }
+    log(QStringLiteral("socket: listening at %1").arg(path));
+    acceptLoop();
+}
+
+void SocketServer::Shared::acceptLoop()
+{
+    while (isRunning()) {
+        const int cfd = ::accept4(listenFD, nullptr, nullptr, SOCK_CLOEXEC);
+        if (cfd < 0) {
+            if (errno == EINTR)
+                continue;
+            if (!isRunning())
+                return;
+            log(QStringLiteral("socket: accept() failed (errno %1)").arg(errno));
+            return;
+        }
+        auto client = std::make_shared<Client>(cfd);
+        {
+            std::lock_guard g(clientsLock);
+            clients.emplace(cfd, client);
+        }
+        spawn([this, client] { serveClient(client); });
+    }
+}
+
+void SocketServer::Shared::serveClient(const std::shared_ptr<Client> &client)
+{
+    char buffer[4096];
+    QByteArray pending;
+    while (isRunning()) {
+        const ssize_t n = ::read(client->fd, buffer, sizeof(buffer));
+        if (n <= 0) {
+            if (n < 0 && errno == EINTR)
+                continue;
+            break;
+        }
+        pending.append(buffer, n);
+
+        // Every frame of one read crosses to the main thread in one hop, in order.
+        std::vector<Event> events;
+        qsizetype start = 0;
+        for (qsizetype nl = pending.indexOf('\n'); nl >= 0; nl = pending.indexOf('\n', start)) {
+            const QByteArrayView line(pending.constData() + start, nl - start);
+            start = nl + 1;
+            if (line.isEmpty())
+                continue;
+            std::optional<NotifyFrame> frame = Frames::decodeNotify(line);
+            if (!frame)
+                events.emplace_back(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(line.size()));
+            else if (frame->type == QLatin1String("notify"))
+                events.emplace_back(std::move(*frame));
+        }
+        pending.remove(0, start);
+        if (!events.empty())
+            deliver(std::move(events));
+    }
+
+    // An unterminated last line is dropped with the connection.
+    std::lock_guard g(clientsLock);
+    clients.erase(client->fd);
+}
+
+SocketServer::SocketServer(const QString &path, QObject *parent)
+    : QObject(parent)
+    , d(std::make_shared<Shared>())
+{
+    d->path = path;
+    d->owner = this;
+}
+
+SocketServer::~SocketServer()
+{
+    stop();
+    // Wait for the set-up and reader threads: they hold no reference to this object,
+    // but a clean exit should not leave them mid-syscall on the shared state.
+    std::unique_lock g(d->threadsLock);
+    d->threadsDone.wait_for(g, std::chrono::seconds(3), [this] { return d->activeThreads == 0; });
+}
+
+QString SocketServer::path() const { return d->path; }
+
+void SocketServer::start()
+{
+    std::shared_ptr<Shared> s = d;
+    s->spawn([s] { s->bindAndListen(); });
+}
+
+void SocketServer::stop()
+{
+    {
+        std::lock_guard g(d->stateLock);
+        d->running = false;
+        d->stopRequested = true;
+    }
+    const int lfd = d->listenFD.exchange(-1);
+    if (lfd >= 0) {
+        ::shutdown(lfd, SHUT_RDWR); // wakes a blocked accept(); close() alone does not on Linux
+        ::close(lfd);
+    }
+    {
+        std::lock_guard g(d->clientsLock);
+        for (auto &[fd, client] : d->clients)
+            ::shutdown(fd, SHUT_RDWR); // the reader wakes, and the last holder closes it
+        d->clients.clear();
+    }
+    if (d->ownsPath) {
+        ::unlink(d->path.toUtf8().constData());
+        d->ownsPath = false;
+    }
+    if (d->lockFD >= 0) {
+        ::close(d->lockFD);
+        d->lockFD = -1;
+    }
+}
+
+int SocketServer::clientCount() const
+{
+    std::lock_guard g(d->clientsLock);
+    return int(d->clients.size());
+}
+
+bool SocketServer::broadcast(const ReplyFrame &frame) { return broadcastLine(Frames::encode(frame)); }
+bool SocketServer::broadcast(const FillFrame &frame) { return broadcastLine(Frames::encode(frame)); }
+
+bool SocketServer::broadcastLine(QByteArray line)
+{
+    if (line.isEmpty())
+        return false;
+    line.append('\n');
+
+    std::vector<std::shared_ptr<Client>> snapshot;
+    {
+        std::lock_guard g(d->clientsLock);
+        snapshot.reserve(d->clients.size());
+        for (const auto &[fd, client] : d->clients)
+            snapshot.push_back(client);
+    }
+
+    bool delivered = false;
+    for (const std::shared_ptr<Client> &client : snapshot) {
+        if (client->stalled)
+            continue;
+        if (writeLine(*client, line))
+            delivered = true;
+        else if (client->stalled)
+            d->log(QStringLiteral("socket: a client stopped reading (write timed out after %1 s) — dropped from broadcasts")
+                       .arg(sendTimeoutSeconds));
+    }
+    return delivered;
+}

@@ -1,0 +1,139 @@
+// The real binary, started as a user would start it on a box with no display and no bus.
+#include "support/TestEnv.h"
+#include "support/UnixClient.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <thread>
+
+namespace {
+
+struct App {
+    explicit App(const TestEnv &env)
+    {
+        QProcessEnvironment pe = QProcessEnvironment::systemEnvironment();
+        pe.insert("QUILLMOTE_HOME", env.quillmoteHome());
+        pe.insert("XDG_CONFIG_HOME", env.configHome());
+        pe.insert("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        pe.remove("DISPLAY");
+        pe.remove("WAYLAND_DISPLAY");
+        pe.remove("QT_QPA_PLATFORM");
+        pe.remove("JOURNAL_STREAM");
+        proc.setProcessEnvironment(pe);
+        proc.setProcessChannelMode(QProcess::SeparateChannels);
+        proc.start(QStringLiteral(QM_APP_BINARY), {});
+    }
+    ~App()
+    {
+        if (proc.state() != QProcess::NotRunning) {
+            proc.kill();
+            proc.waitForFinished(3000);
+        }
+    }
+    QString log()
+    {
+        seen += QString::fromUtf8(proc.readAllStandardError());
+        return seen;
+    }
+    bool waitFor(const QString &fragment, int times = 1, int timeoutMs = 10000)
+    {
+        return QTest::qWaitFor([&] { return log().count(fragment) >= times; }, timeoutMs);
+    }
+    QProcess proc;
+    QString seen;
+};
+
+QByteArray frame(int client, int i)
+{
+    return QStringLiteral("{\"type\":\"notify\",\"sender\":\"t%1\",\"body\":\"行\\n%2 \\\"引\\\"\",\"msgId\":\"%1-%2\"}\n")
+        .arg(client)
+        .arg(i)
+        .toUtf8();
+}
+
+} // namespace
+
+class TestAppProcess : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void servesTheSocketWithoutDisplayOrBus();
+    void secondInstanceLeavesTheFirstHearing();
+};
+
+void TestAppProcess::servesTheSocketWithoutDisplayOrBus()
+{
+    TestEnv env;
+    App app(env);
+    QVERIFY2(app.waitFor(" info socket socket: listening at " + env.socketPath()), qPrintable(app.log()));
+    QVERIFY(app.waitFor("launched (menu-bar accessory)"));
+    struct stat st {};
+    QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
+    QCOMPARE(st.st_mode & 0777, 0600u);
+
+    UnixClient c;
+    QVERIFY(c.connectTo(env.socketPath()));
+    QVERIFY(c.write("garbage\n"));
+    QVERIFY(app.waitFor(" info socket socket: ignored unparseable frame (7 bytes)"));
+    QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})" "\n"
+                    R"({"type":"notify","sender":"alice","body":"hi","msgId":"m1"})" "\n"
+                    R"({"type":"notify","sender":"bob","title":"Build","body":"ok"})" "\n"));
+    QVERIFY(app.waitFor(" info notify socket: onNotify m1 from @alice"));
+    QVERIFY(app.waitFor("socket: onNotify <no-id> from Build"));
+    QCOMPARE(app.log().count("onNotify"), 2); // the ping left no line
+
+    // 1,000 frames from 8 terminals at once, cut at random places.
+    std::vector<std::thread> terminals;
+    for (int t = 0; t < 8; ++t) {
+        terminals.emplace_back([&env, t] {
+            UnixClient tc;
+            if (!tc.connectTo(env.socketPath()))
+                return;
+            QByteArray all;
+            for (int i = 0; i < 125; ++i)
+                all += frame(t, i);
+            for (qsizetype at = 0; at < all.size();) {
+                const qsizetype n = qMin<qsizetype>(1 + (at * 7919 + t * 131) % 700, all.size() - at);
+                tc.write(all.mid(at, n));
+                at += n;
+            }
+        });
+    }
+    for (auto &t : terminals)
+        t.join();
+    QVERIFY2(app.waitFor("onNotify", 1002, 20000), qPrintable(QString::number(app.log().count("onNotify"))));
+    QTest::qWait(200);
+    QCOMPARE(app.log().count("onNotify"), 1002);
+    QCOMPARE(app.log().count("ignored unparseable"), 1);
+
+    app.proc.terminate(); // SIGTERM
+    QVERIFY(app.proc.waitForFinished(5000));
+    QCOMPARE(app.proc.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(app.proc.exitCode(), 0);
+    QVERIFY(!QFile::exists(env.socketPath()));
+}
+
+void TestAppProcess::secondInstanceLeavesTheFirstHearing()
+{
+    TestEnv env;
+    App first(env);
+    QVERIFY(first.waitFor("socket: listening at"));
+    {
+        App second(env);
+        QVERIFY2(second.waitFor("another instance"), qPrintable(second.log()));
+        second.proc.terminate();
+        QVERIFY(second.proc.waitForFinished(5000));
+        QCOMPARE(second.proc.exitCode(), 0);
+    }
+    QVERIFY(QFile::exists(env.socketPath()));
+    UnixClient c;
+    QVERIFY(c.connectTo(env.socketPath()));
+    QVERIFY(c.write(R"({"type":"notify","sender":"alice","body":"still","msgId":"s1"})" "\n"));
+    QVERIFY(first.waitFor("socket: onNotify s1 from @alice"));
+}
+
+QTEST_GUILESS_MAIN(TestAppProcess)
+#include "tst_appprocess.moc"
