@@ -7,13 +7,25 @@ function(qm_warnings target)
     -Wno-error=deprecated-declarations)
 endfunction()
 
-# qm_add_layer(<name> SOURCES ... DEPS ...): one static library per layer, includes rooted at src/.
+# qm_add_layer(<name> [SOURCES ...] DEPS ...): one static library per layer, includes rooted
+# at src/. Without SOURCES it takes every .cpp of its folder (not main.cpp); a layer with no
+# sources yet is an interface library.
 function(qm_add_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
-  add_library(${name} STATIC ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-  target_link_libraries(${name} PUBLIC ${ARG_DEPS})
-  qm_warnings(${name})
+  if(NOT ARG_SOURCES)
+    file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    list(FILTER ARG_SOURCES EXCLUDE REGEX "/main\\.cpp$")
+  endif()
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+    qm_warnings(${name})
+  else()
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} INTERFACE ${ARG_DEPS})
+  endif()
 endfunction()
 
 # qm_add_test(<name> SOURCES ... DEPS ... [GUI] [LABELS ...]): one QtTest executable per unit.
