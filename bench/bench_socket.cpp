@@ -1,0 +1,204 @@
+// The socket link: frame decode rate, ingestion from 8 terminals through SocketServer to
+// onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
+#include "BenchReport.h"
+#include "ipc/Frames.h"
+#include "ipc/SocketServer.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <atomic>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int kClients = 8;
+constexpr int kFramesPerClient = 25000;
+
+QByteArray frameLine(int client, int i)
+{
+    return QStringLiteral("{\"type\":\"notify\",\"sender\":\"agent%1\",\"title\":\"构建完成\",\"body\":\"第%2条消息\\n"
+                          "all 214 tests passed in 3.2s\",\"msgId\":\"%1-%2\",\"focused\":false}\n")
+        .arg(client)
+        .arg(i)
+        .toUtf8();
+}
+
+int connectTo(const QByteArray &path)
+{
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
+    for (int attempt = 0; attempt < 500; ++attempt) {
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        if (::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr)) == 0)
+            return fd;
+        ::close(fd);
+        QThread::msleep(5);
+    }
+    return -1;
+}
+
+// Every terminal writes its frames one write() each, as the tool does.
+void runTerminals(const QByteArray &path, std::vector<std::thread> &threads)
+{
+    for (int c = 0; c < kClients; ++c) {
+        threads.emplace_back([path, c] {
+            const int fd = connectTo(path);
+            for (int i = 0; i < kFramesPerClient; ++i) {
+                const QByteArray line = frameLine(c, i);
+                for (qsizetype done = 0; done < line.size();) {
+                    const ssize_t n = ::send(fd, line.constData() + done, size_t(line.size() - done), MSG_NOSIGNAL);
+                    if (n <= 0)
+                        break;
+                    done += n;
+                }
+            }
+            ::close(fd);
+        });
+    }
+}
+
+// The ceiling: a reader thread per client that only splits the bytes at newlines.
+double plainReaderRate(const QByteArray &path, long long &counted)
+{
+    const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
+    ::unlink(path.constData());
+    ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
+    ::listen(lfd, 8);
+    std::atomic<long long> lines{0};
+    std::vector<std::thread> readers;
+    QElapsedTimer timer;
+    timer.start();
+    std::vector<std::thread> terminals;
+    runTerminals(path, terminals);
+    for (int c = 0; c < kClients; ++c) {
+        const int cfd = ::accept(lfd, nullptr, nullptr);
+        readers.emplace_back([cfd, &lines] {
+            char buf[4096];
+            QByteArray pending;
+            for (ssize_t n; (n = ::read(cfd, buf, sizeof(buf))) > 0;) {
+                pending.append(buf, n);
+                qsizetype start = 0;
+                for (qsizetype nl = pending.indexOf('\n'); nl >= 0; nl = pending.indexOf('\n', start)) {
+                    ++lines;
+                    start = nl + 1;
+                }
+                pending.remove(0, start);
+            }
+            ::close(cfd);
+        });
+    }
+    for (auto &t : terminals)
+        t.join();
+    for (auto &t : readers)
+        t.join();
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    ::close(lfd);
+    ::unlink(path.constData());
+    counted = lines;
+    return lines / seconds;
+}
+
+double serverRate(const QByteArray &path, long long &counted)
+{
+    SocketServer server(QString::fromUtf8(path));
+    long long frames = 0;
+    bool listening = false;
+    server.onNotify = [&](const NotifyFrame &) { ++frames; };
+    server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+    server.start();
+    while (!listening)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+
+    QElapsedTimer timer;
+    timer.start();
+    std::vector<std::thread> terminals;
+    runTerminals(path, terminals);
+    const long long expected = 1LL * kClients * kFramesPerClient;
+    while (frames < expected && timer.elapsed() < 120000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    for (auto &t : terminals)
+        t.join();
+    counted = frames;
+    return frames / seconds;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir(QStringLiteral("/tmp/qmb-XXXXXX"));
+    const QByteArray path = (dir.path() + QStringLiteral("/notifier.sock")).toUtf8();
+
+    // Decode rate of one typical frame.
+    {
+        const QByteArray line = frameLine(3, 42).chopped(1);
+        constexpr int n = 200000;
+        QElapsedTimer t;
+        t.start();
+        int ok = 0;
+        for (int i = 0; i < n; ++i)
+            ok += Frames::decodeNotify(line) ? 1 : 0;
+        const double rate = ok / (t.nsecsElapsed() / 1e9);
+        reportBench(QStringLiteral("frame decode"), rate, QStringLiteral("frames/s"));
+    }
+
+    // Ingestion: ours against the ceiling, same clients and bytes, in this run.
+    long long plainCount = 0, ourCount = 0;
+    const double plain = plainReaderRate(path, plainCount);
+    const double ours = serverRate(path, ourCount);
+    const long long expected = 1LL * kClients * kFramesPerClient;
+    reportBench(QStringLiteral("socket ingestion (8 terminals → onNotify)"), ours, QStringLiteral("frames/s"),
+                QStringLiteral("plain newline reader"), plain);
+    reportBench(QStringLiteral("socket ingestion frames lost"), double(expected - ourCount), QStringLiteral("frames"),
+                QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
+
+    // Broadcast of one reply to 8 connected terminals that keep reading.
+    {
+        SocketServer server(QString::fromUtf8(path));
+        bool listening = false;
+        server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+        server.start();
+        while (!listening)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        std::atomic<bool> done{false};
+        std::vector<std::thread> readers;
+        for (int c = 0; c < kClients; ++c) {
+            readers.emplace_back([&] {
+                const int fd = connectTo(path);
+                char buf[65536];
+                while (!done && ::read(fd, buf, sizeof(buf)) > 0) {
+                }
+                ::close(fd);
+            });
+        }
+        while (server.clientCount() < kClients)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        const ReplyFrame reply{QStringLiteral("alice"), QStringLiteral("收到，马上处理 /tmp/build.log"), QStringLiteral("m-1")};
+        constexpr int n = 20000;
+        QElapsedTimer t;
+        t.start();
+        for (int i = 0; i < n; ++i)
+            server.broadcast(reply);
+        const double usPer = t.nsecsElapsed() / 1e3 / n;
+        done = true;
+        server.stop();
+        for (auto &r : readers)
+            r.join();
+        reportBench(QStringLiteral("broadcast to 8 terminals"), usPer, QStringLiteral("µs/frame"));
+    }
+    return 0;
+}
