@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QMetaType>
 #include <QString>
 #include <QVariant>
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -72,6 +74,9 @@ public:
     const JSONValue *find(QStringView key) const;
     // The member's text when it is a JSON string, else nullptr.
     const QString *stringAt(QStringView key) const;
+
+    // Parses JSON text (any top-level value); nothing when the text is not JSON.
+    static std::optional<JSONValue> fromJson(QByteArrayView json);
 
     // A plain tree for serializers: QString, double, bool, QVariantMap, QVariantList, and
     // QVariant::fromValue(nullptr) for null.

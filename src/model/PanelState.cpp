@@ -272,3 +272,13 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
     state.pending = decodeArray<PendingConnect>(document, "pending", interner);
     return state;
 }
+
+std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
+{
+    thread_local simdjson::dom::parser parser;
+    element root;
+    if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
+        return std::nullopt;
+    Interner interner;
+    return toValue(root, interner);
+}
