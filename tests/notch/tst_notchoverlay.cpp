@@ -147,6 +147,15 @@ void TestNotchOverlay::clickItem(const char *name)
 {
     QQuickItem *it = item(name);
     QVERIFY2(it && it->isVisible(), name);
+    // Wait until the item has stopped moving: the card may still be growing.
+    QPointF last(-1, -1);
+    for (int i = 0; i < 50; ++i) {
+        const QPointF now = it->mapToGlobal(QPointF(0, 0));
+        if (now == last && settled())
+            break;
+        last = now;
+        QTest::qWait(100);
+    }
     clickAt(it->mapToGlobal(QPointF(it->width() / 2, it->height() / 2)).toPoint());
 }
 

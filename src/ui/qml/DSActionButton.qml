@@ -9,7 +9,7 @@ Item {
     property string label
     property string a11y
     property bool primary: false
-    property bool hovering: mouse.containsMouse
+    property bool hovering: mouse.containsMouse && visible
     signal action()
 
     implicitWidth: text.implicitWidth + 20
