@@ -35,7 +35,11 @@ QString NotchViewModel::avatarColor() const
     if (!m_item)
         return QStringLiteral("#5b6b7f");
     // A stable hue per sender, so the same agent always gets the same colour.
-    const int hue = int(qHash(m_item->sender, 0x51ab) % 360);
+    // FNV-1a, not qHash: Qt's string hash is seeded per process.
+    quint32 h = 2166136261u;
+    for (const QChar c : m_item->sender)
+        h = (h ^ c.unicode()) * 16777619u;
+    const int hue = int(h % 360);
     return QColor::fromHsl(hue, 150, 110).name();
 }
 
