@@ -37,7 +37,9 @@ QString badgeText(int count)
     return count > 99 ? QStringLiteral("99+") : QString::number(count);
 }
 
-QImage image(const QString &name, int size, int badgeCount)
+namespace {
+
+QImage draw(const QString &name, int size, int badgeCount)
 {
     QImage img(size, size, QImage::Format_ARGB32_Premultiplied);
     img.fill(Qt::transparent);
@@ -73,6 +75,34 @@ QImage image(const QString &name, int size, int badgeCount)
         p.drawText(r, Qt::AlignCenter, badge);
     }
     p.end();
+    return img;
+}
+
+} // namespace
+
+QImage image(const QString &name, int size, int badgeCount)
+{
+    // Text rendering is the slow part of a banner; the same few senders come back often.
+    struct Key {
+        QString name;
+        int size;
+        int badge;
+        bool operator==(const Key &) const = default;
+    };
+    static QList<QPair<Key, QImage>> cache;
+    constexpr qsizetype capacity = 32;
+    const Key key{name, size, qMin(badgeCount, 100)};
+    for (qsizetype i = 0; i < cache.size(); ++i) {
+        if (cache[i].first == key) {
+            if (i > 0)
+                cache.move(i, 0);
+            return cache.first().second;
+        }
+    }
+    QImage img = draw(name, size, badgeCount);
+    cache.prepend({key, img});
+    if (cache.size() > capacity)
+        cache.removeLast();
     return img;
 }
 

@@ -46,6 +46,11 @@ SystemTray::SystemTray(QObject *parent)
     , m_menu(std::make_unique<QMenu>())
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &SystemTray::rebuildMenu);
+    // Deferred and coalesced: the row that asks for a rebuild may be the action being
+    // triggered right now, and a burst of messages needs one rebuild, not one each.
+    m_rebuild.setSingleShot(true);
+    m_rebuild.setInterval(rebuildDelayMs);
+    connect(&m_rebuild, &QTimer::timeout, this, &SystemTray::rebuildMenu);
     if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
         Log::emit(Log::Category::menubar, QStringLiteral("menubar: no widget application — tray icon disabled"));
         return;
@@ -107,9 +112,9 @@ QImage SystemTray::drawIcon(const TrayIconState &state, int size)
 
 void SystemTray::setIcon(const TrayIconState &state)
 {
-    m_currentImage = drawIcon(state);
-    if (m_icon) {
-        m_icon->setIcon(QIcon(QPixmap::fromImage(m_currentImage)));
+    m_state = state;
+    if (m_icon && (m_available || m_icon->isVisible())) {
+        m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon(state))));
         m_icon->setToolTip(state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(state.badge)
                                            : QStringLiteral("Quillmote"));
     }
@@ -128,18 +133,13 @@ void SystemTray::refreshMenu() { scheduleRebuild(); }
 
 void SystemTray::scheduleRebuild()
 {
-    // Deferred: the row that asked for it may be the action being triggered right now.
-    if (m_rebuildQueued)
-        return;
-    m_rebuildQueued = true;
-    QTimer::singleShot(0, this, [this] {
-        m_rebuildQueued = false;
-        rebuildMenu();
-    });
+    if (!m_rebuild.isActive())
+        m_rebuild.start();
 }
 
 void SystemTray::rebuildMenu()
 {
+    m_rebuild.stop();
     if (!m_source)
         return;
     m_menu->clear();

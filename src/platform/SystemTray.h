@@ -7,6 +7,7 @@
 #include <QMenu>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 
 class QSystemTrayIcon;
 
@@ -28,19 +29,21 @@ public:
 
     QMenu *menu() { return m_menu.get(); }
     // The icon as last drawn (for screenshots and tests).
-    QImage currentImage() const { return m_currentImage; }
+    QImage currentImage() const { return drawIcon(m_state); }
 
     static QImage drawIcon(const TrayIconState &state, int size = 64);
 
 private:
     void rebuildMenu();
+    // Hosts that read the exported menu without opening it see rows at most this old.
+    static constexpr int rebuildDelayMs = 100;
     void scheduleRebuild();
     static void fill(QMenu *menu, const QList<MenuEntry> &rows);
 
     std::unique_ptr<QMenu> m_menu;
     QPointer<QSystemTrayIcon> m_icon;
     std::function<QList<MenuEntry>()> m_source;
-    QImage m_currentImage;
-    bool m_rebuildQueued = false;
+    TrayIconState m_state;
+    QTimer m_rebuild;
     bool m_available = false;
 };
