@@ -1,0 +1,127 @@
+// Message-to-banner latency: from the terminal's socket write until the Notify call
+// reaches a notification server that answers at once, beside `notify-send` posting the
+// same messages in the same run. Runs itself inside a private session bus.
+#include "BenchReport.h"
+
+#include "../tests/fakes/FakeNotificationServer.h"
+#include "alerts/NotificationController.h"
+#include "app/AppController.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+double percentile(std::vector<double> v, double p)
+{
+    std::sort(v.begin(), v.end());
+    return v[std::min(v.size() - 1, size_t(p * double(v.size() - 1) + 0.5))];
+}
+
+int connectTo(const QString &path)
+{
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    const QByteArray p = path.toUtf8();
+    std::memcpy(addr.sun_path, p.constData(), size_t(p.size()));
+    for (int i = 0; i < 200; ++i) {
+        if (::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0)
+            return fd;
+        QCoreApplication::processEvents();
+        ::usleep(10'000);
+    }
+    return -1;
+}
+
+bool spinUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    QElapsedTimer t;
+    t.start();
+    while (!done()) {
+        if (t.elapsed() > timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (qEnvironmentVariable("QM_BENCH_IN_BUS") != QLatin1String("1")) {
+        qputenv("QM_BENCH_IN_BUS", "1");
+        execlp("dbus-run-session", "dbus-run-session", "--", argv[0], static_cast<char *>(nullptr));
+        std::fprintf(stderr, "bench_notify_latency: needs dbus-run-session\n");
+        return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QTemporaryDir dir(QStringLiteral("/tmp/qmb-XXXXXX"));
+    qputenv("QUILLMOTE_HOME", dir.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", (dir.path() + "/config").toUtf8());
+    qputenv("QT_LOGGING_RULES", "com.quillmote.*=false");
+    QApplication app(argc, argv);
+
+    FakeNotificationServer server({"actions", "body"});
+    if (!server.start()) {
+        std::fprintf(stderr, "bench_notify_latency: cannot own org.freedesktop.Notifications\n");
+        return 1;
+    }
+    QElapsedTimer clock;
+    clock.start();
+    qint64 arrivedNs = 0;
+    server.onNotify = [&](const FakeNotificationServer::Call &) { arrivedNs = clock.nsecsElapsed(); };
+
+    AppController controller;
+    controller.applicationDidFinishLaunching();
+    const int fd = connectTo(dir.path() + "/notifier.sock");
+    if (fd < 0 || !spinUntil([&] { return controller.notifications().isEnabled(); }, 5000)) {
+        std::fprintf(stderr, "bench_notify_latency: app did not come up\n");
+        return 1;
+    }
+
+    constexpr int warmup = 20, runs = 300, shellRuns = 40;
+    std::vector<double> ours, theirs;
+    for (int i = 0; i < warmup + runs; ++i) {
+        const QByteArray line = QStringLiteral("{\"type\":\"notify\",\"sender\":\"bench%1\",\"title\":\"Bench\","
+                                               "\"body\":\"message %1\",\"msgId\":\"b%1\"}\n")
+                                    .arg(i)
+                                    .toUtf8();
+        const qsizetype before = server.calls.size();
+        const qint64 start = clock.nsecsElapsed();
+        if (::write(fd, line.constData(), size_t(line.size())) != line.size())
+            return 1;
+        if (!spinUntil([&] { return server.calls.size() > before; }, 5000))
+            return 1;
+        if (i >= warmup)
+            ours.push_back(double(arrivedNs - start) / 1e6);
+    }
+    for (int i = 0; i < shellRuns; ++i) {
+        const qsizetype before = server.calls.size();
+        const qint64 start = clock.nsecsElapsed();
+        QProcess p;
+        p.start("notify-send", {"-a", "Quillmote Notifier", "-c", "im.received", "Bench", QStringLiteral("message %1").arg(i)});
+        if (!spinUntil([&] { return server.calls.size() > before; }, 5000))
+            return 1;
+        theirs.push_back(double(arrivedNs - start) / 1e6);
+        p.waitForFinished(2000);
+    }
+    ::close(fd);
+
+    const double p50 = percentile(ours, 0.5), shell50 = percentile(theirs, 0.5);
+    reportBench("notify latency p50 (socket write → Notify at server)", p50, "ms", "notify-send p50", shell50);
+    reportBench("notify latency p95", percentile(ours, 0.95), "ms", "notify-send p95", percentile(theirs, 0.95));
+    reportBench("notify-send / app speed-up (p50)", shell50 / p50, "x");
+    controller.applicationWillTerminate();
+    return 0;
+}

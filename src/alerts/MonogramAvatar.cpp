@@ -1,0 +1,118 @@
+#include "alerts/MonogramAvatar.h"
+
+#include <QBuffer>
+#include <QFont>
+#include <QPainter>
+#include <QRegularExpression>
+
+namespace MonogramAvatar {
+
+QString initials(const QString &name)
+{
+    static const QRegularExpression separators(QStringLiteral("[\\s_\\-.]+"));
+    const QStringList words = name.split(separators, Qt::SkipEmptyParts);
+    if (words.isEmpty())
+        return QStringLiteral("?");
+    QString out;
+    if (words.size() >= 2) {
+        // Whole characters: a handle may start with a letter outside the BMP.
+        out = words[0].left(words[0].at(0).isHighSurrogate() ? 2 : 1)
+              + words[1].left(words[1].at(0).isHighSurrogate() ? 2 : 1);
+    } else {
+        const QString &w = words[0];
+        qsizetype n = 0;
+        for (int chars = 0; chars < 2 && n < w.size(); ++chars)
+            n += (w.at(n).isHighSurrogate() && n + 1 < w.size()) ? 2 : 1;
+        out = w.left(n);
+    }
+    return out.toUpper();
+}
+
+QColor brandGreen() { return QColor(0x1f, 0xa8, 0x5a); }
+
+QString badgeText(int count)
+{
+    if (count <= 0)
+        return {};
+    return count > 99 ? QStringLiteral("99+") : QString::number(count);
+}
+
+namespace {
+
+QImage draw(const QString &name, int size, int badgeCount)
+{
+    QImage img(size, size, QImage::Format_ARGB32_Premultiplied);
+    img.fill(Qt::transparent);
+    QPainter p(&img);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setRenderHint(QPainter::TextAntialiasing);
+
+    p.setPen(Qt::NoPen);
+    p.setBrush(brandGreen());
+    p.drawEllipse(QRectF(0.5, 0.5, size - 1.0, size - 1.0));
+
+    QFont font;
+    font.setBold(true);
+    font.setPixelSize(qMax(6, int(size * 0.40)));
+    p.setFont(font);
+    p.setPen(Qt::white);
+    p.drawText(QRectF(0, 0, size, size), Qt::AlignCenter, initials(name));
+
+    const QString badge = badgeText(badgeCount);
+    if (!badge.isEmpty()) {
+        QFont bf;
+        bf.setBold(true);
+        bf.setPixelSize(qMax(6, int(size * 0.34)));
+        const QFontMetricsF fm(bf);
+        const qreal h = size * 0.48;
+        const qreal w = qMax(h, fm.horizontalAdvance(badge) + h * 0.45);
+        const QRectF r(size - w, 0, w, h);
+        p.setPen(QPen(Qt::white, qMax(1.0, size / 24.0)));
+        p.setBrush(QColor(0xe5, 0x39, 0x35));
+        p.drawRoundedRect(r, h / 2, h / 2);
+        p.setFont(bf);
+        p.setPen(Qt::white);
+        p.drawText(r, Qt::AlignCenter, badge);
+    }
+    p.end();
+    return img;
+}
+
+} // namespace
+
+QImage image(const QString &name, int size, int badgeCount)
+{
+    // Text rendering is the slow part of a banner; the same few senders come back often.
+    struct Key {
+        QString name;
+        int size;
+        int badge;
+        bool operator==(const Key &) const = default;
+    };
+    static QList<QPair<Key, QImage>> cache;
+    constexpr qsizetype capacity = 32;
+    const Key key{name, size, qMin(badgeCount, 100)};
+    for (qsizetype i = 0; i < cache.size(); ++i) {
+        if (cache[i].first == key) {
+            if (i > 0)
+                cache.move(i, 0);
+            return cache.first().second;
+        }
+    }
+    QImage img = draw(name, size, badgeCount);
+    cache.prepend({key, img});
+    if (cache.size() > capacity)
+        cache.removeLast();
+    return img;
+}
+
+QByteArray png(const QString &name, int size)
+{
+    QByteArray out;
+    QBuffer buffer(&out);
+    buffer.open(QIODevice::WriteOnly);
+    image(name, size).save(&buffer, "PNG");
+    return out;
+}
+
+} // namespace MonogramAvatar

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "alerts/NotificationsPort.h"
+#include "ipc/Frames.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+// Posts a desktop banner for each message that is not silenced, lets the user open the
+// conversation or reply from it, and hands opens and replies back to the app controller.
+// Server ids are mapped back to the message they show, so a repeated msgId replaces its
+// banner and an action on a banner reaches the right sender.
+class NotificationController : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr auto replyAction = "QUILLMOTE_REPLY";
+    static constexpr auto openAction = "QUILLMOTE_OPEN";
+    static constexpr auto defaultAction = "default";
+    static constexpr auto inlineReplyAction = "inline-reply";
+    // Messages that arrive while the server is still being asked wait at most this many.
+    static constexpr int maxWaiting = 64;
+
+    explicit NotificationController(NotificationsPort &port, QObject *parent = nullptr);
+
+    // Asks the server what it can do; banners stay off when there is none, and come back
+    // on by themselves when a server appears or restarts.
+    void bootstrap();
+    void present(const NotifyFrame &frame);
+
+    // An action on a banner. Returns whether a reply went out to a terminal, or nothing
+    // when the action sent no reply.
+    std::optional<bool> dispatch(const QString &actionId, const QString &sender, const QString &msgId,
+                                 const QString &text);
+
+    bool isEnabled() const { return m_state == State::enabled; }
+    bool hasInlineReply() const { return m_server.has(QStringLiteral("inline-reply")); }
+    // Banners the controller still knows by server id (open on screen, as far as it knows).
+    int trackedBanners() const { return int(m_byId.size()); }
+
+    // Returns whether a terminal took the reply.
+    std::function<bool(const ReplyFrame &)> onReply;
+    std::function<void(const QString &sender)> onOpen;
+    // Servers without an inline reply field: open the overlay's reply field instead.
+    std::function<void(const QString &sender, const std::optional<QString> &msgId)> onOpenReply;
+    std::function<void(const QString &)> onLog;
+
+private:
+    enum class State { unknown, enabled, disabled };
+    struct Shown {
+        QString sender;
+        std::optional<QString> msgId;
+        QString title;
+    };
+    struct Pending {
+        Banner banner;
+        Shown shown;
+    };
+
+    void log(const QString &text) const;
+    void probe();
+    Banner messageBanner(const NotifyFrame &frame);
+    QList<QPair<QString, QString>> actions(bool withReply) const;
+    QString bodyText(const QString &text) const;
+    void send(Banner banner, const Shown &shown);
+    void posted(const QString &key, quint32 oldId, quint32 id, const QString &error, const Shown &shown);
+    void handleAction(quint32 id, const QString &key);
+    void handleReplied(quint32 id, const QString &text);
+    void handleClosed(quint32 id);
+    void forgetAll();
+
+    NotificationsPort &m_port;
+    State m_state = State::unknown;
+    ServerInfo m_server;
+    QList<NotifyFrame> m_waiting;
+    QHash<quint32, Shown> m_byId;
+    QHash<QString, quint32> m_idByMsg;
+    // A msgId whose post is under way, and the newer banner for it that must wait for its id.
+    QHash<QString, std::optional<Pending>> m_inFlight;
+};

@@ -1,0 +1,224 @@
+// The tray menu's logic against a fake tray: recents, the unread floor, the icon states,
+// the attention pulse and the menu rows.
+#include "alerts/MenuBarController.h"
+#include "app/SettingsStore.h"
+#include "fakes/FakeTray.h"
+#include "support/LogCapture.h"
+#include "support/TestEnv.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+QStringList texts(const QList<MenuEntry> &rows)
+{
+    QStringList out;
+    for (const MenuEntry &r : rows)
+        out << (r.kind == MenuEntry::Kind::Separator ? QStringLiteral("---") : r.text);
+    return out;
+}
+
+const MenuEntry *find(const QList<MenuEntry> &rows, const QString &text)
+{
+    for (const MenuEntry &r : rows)
+        if (r.text == text)
+            return &r;
+    return nullptr;
+}
+
+} // namespace
+
+class TestMenuBarController : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        m_env = std::make_unique<TestEnv>();
+        m_tray = std::make_unique<FakeTray>();
+        m_menu = std::make_unique<MenuBarController>(*m_tray);
+    }
+    void cleanup()
+    {
+        m_menu.reset();
+        m_tray.reset();
+        m_env.reset();
+    }
+
+    void keepsTwelveNewestFirst()
+    {
+        for (int i = 1; i <= 13; ++i)
+            m_menu->addMessage(QStringLiteral("s%1").arg(i), QStringLiteral("t%1").arg(i), QStringLiteral("b"));
+        QCOMPARE(m_menu->recents().size(), 12);
+        QCOMPARE(m_menu->recents().first().sender, QStringLiteral("s13"));
+        QCOMPARE(m_menu->recents().last().sender, QStringLiteral("s2"));
+        QCOMPARE(m_menu->unread(), 13); // the count is not bounded by the list
+        QCOMPARE(m_menu->lastSender(), QStringLiteral("s13"));
+    }
+
+    void markReadTakesTheNewestUnreadOfThatSenderAndNeverGoesNegative()
+    {
+        LogCapture log;
+        m_menu->addMessage("alice", "@alice", "1");
+        m_menu->addMessage("bob", "@bob", "2");
+        m_menu->addMessage("alice", "@alice", "3");
+        m_menu->markRead("alice");
+        QCOMPARE(m_menu->unread(), 2);
+        QVERIFY(m_menu->recents()[0].read);   // alice "3"
+        QVERIFY(!m_menu->recents()[1].read);  // bob
+        QVERIFY(!m_menu->recents()[2].read);  // alice "1"
+        m_menu->markRead("alice");
+        m_menu->markRead("bob");
+        QCOMPARE(m_menu->unread(), 0);
+        m_menu->markRead("nobody");
+        QCOMPARE(m_menu->unread(), 0);
+        QVERIFY(log.contains("menubar: add @alice unread=1"));
+        QVERIFY(log.contains("menubar: markRead @nobody unread=0"));
+        QCOMPARE(log.find("menubar: add @bob").category, QStringLiteral("menubar"));
+    }
+
+    void iconShowsTheLastSenderWithBadgeAndPulsesUntilAllRead()
+    {
+        QCOMPARE(m_tray->icon(), TrayIconState{});
+        m_menu->addMessage("alice", "@alice", "x");
+        m_menu->addMessage("bob", "@bob", "y");
+        QCOMPARE(m_tray->icon(), (TrayIconState{"bob", 2, false}));
+        QVERIFY(m_menu->isPulsing());
+
+        // The pulse alternates dimmed and full icons.
+        m_tray->icons.clear();
+        QTRY_VERIFY_WITH_TIMEOUT(m_tray->icons.size() >= 2, 3000);
+        QVERIFY(m_tray->icons[0].dimmed != m_tray->icons[1].dimmed);
+
+        m_menu->markRead("bob");
+        QVERIFY(m_menu->isPulsing());
+        m_menu->markRead("alice");
+        QVERIFY(!m_menu->isPulsing());
+        QCOMPARE(m_tray->icon(), TrayIconState{});
+    }
+
+    void clearAllRestoresTheGenericIcon()
+    {
+        LogCapture log;
+        m_menu->addMessage("alice", "@alice", "x");
+        m_menu->clearAll();
+        QCOMPARE(m_menu->unread(), 0);
+        QVERIFY(!m_menu->lastSender());
+        QVERIFY(!m_menu->isPulsing());
+        QCOMPARE(m_tray->icon(), TrayIconState{});
+        QCOMPARE(m_tray->refreshes, 1);
+        QVERIFY(log.contains("menubar: clear (unread reset)"));
+        // Unread mail after a clear starts the pulse again.
+        m_menu->addMessage("bob", "@bob", "y");
+        QVERIFY(m_menu->isPulsing());
+        QCOMPARE(m_tray->icon().badge, 1);
+    }
+
+    void emptyMenu()
+    {
+        const QList<MenuEntry> rows = m_tray->open();
+        QCOMPARE(texts(rows), (QStringList{"最近消息 · 无未读", "暂无新消息", "清除全部", "---", "快捷开关", "---",
+                                           "打开 Quillmote", "偏好设置…", "退出 Quillmote"}));
+        QVERIFY(!find(rows, "暂无新消息")->enabled);
+        QCOMPARE(find(rows, "打开 Quillmote")->shortcut, QStringLiteral("Ctrl+0"));
+        QCOMPARE(find(rows, "偏好设置…")->shortcut, QStringLiteral("Ctrl+,"));
+        QCOMPARE(find(rows, "退出 Quillmote")->shortcut, QStringLiteral("Ctrl+Q"));
+    }
+
+    void recentRowsCarryBodyAndRelativeTime()
+    {
+        QDateTime now = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+        m_menu->setClock([&now] { return now; });
+        m_menu->addMessage("alice", "Build", "line one\nline two");
+        now = now.addSecs(5 * 60);
+        m_menu->addMessage("bob", "@bob", "hi");
+        m_menu->markRead("bob");
+        const QList<MenuEntry> rows = m_tray->open();
+        QVERIFY(rows[0].text.startsWith("最近消息 · "));
+        QCOMPARE(rows[0].kind, MenuEntry::Kind::Header);
+        QCOMPARE(rows[1].text, QStringLiteral("@bob"));
+        QCOMPARE(rows[1].subtitle, QStringLiteral("hi · 刚刚"));
+        QVERIFY(!rows[1].emphasized);
+        QCOMPARE(rows[2].text, QStringLiteral("Build"));
+        QCOMPARE(rows[2].subtitle, QStringLiteral("line one line two · 5 分钟前"));
+        QVERIFY(rows[2].emphasized);
+        QCOMPARE(rows[3].text, QStringLiteral("清除全部"));
+
+        QStringList opened;
+        m_menu->onOpenSender = [&](const QString &s) { opened << s; };
+        rows[2].trigger();
+        QCOMPARE(opened, QStringList{"alice"});
+    }
+
+    void relativeTime_data()
+    {
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("now") << 0 << "刚刚";
+        QTest::newRow("59 s") << 59 << "刚刚";
+        QTest::newRow("1 min") << 60 << "1 分钟前";
+        QTest::newRow("59 min") << 3599 << "59 分钟前";
+        QTest::newRow("1 h") << 3600 << "1 小时前";
+        QTest::newRow("2 d") << 2 * 86400 + 5 << "2 天前";
+        QTest::newRow("clock went back") << -30 << "刚刚";
+    }
+    void relativeTime()
+    {
+        QFETCH(int, seconds);
+        QFETCH(QString, text);
+        const QDateTime then = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+        QCOMPARE(MenuBarController::relativeTime(then, then.addSecs(seconds)), text);
+    }
+
+    void quickSwitchesShowAndToggleTheSettings()
+    {
+        SettingsStore::setFlag(SettingsStore::Key::quietWhenFocused, true);
+        SettingsStore::setFlag(SettingsStore::Key::urgencyMapping, false);
+        const QList<MenuEntry> rows = m_tray->open();
+        const MenuEntry *quick = find(rows, "快捷开关");
+        QVERIFY(quick);
+        QCOMPARE(quick->kind, MenuEntry::Kind::Submenu);
+        QCOMPARE(texts(quick->children), (QStringList{"通知", "聚焦终端时安静", "好友身份通知 + 头像", "紧迫度自适应",
+                                                      "权限与高级（默认关）", "按好友配专注打断", "敏感操作需 Touch ID"}));
+        QList<bool> checks;
+        for (const MenuEntry &e : quick->children)
+            checks << (e.checkable ? e.checked : false);
+        // Unset keys read as their defaults: identity banners on, the two advanced ones off.
+        QCOMPARE(checks, (QList<bool>{false, true, true, false, false, false, false}));
+        QVERIFY(!quick->children[0].enabled);
+        QVERIFY(!quick->children[4].enabled);
+
+        find(quick->children, "好友身份通知 + 头像")->trigger();
+        QVERIFY(!SettingsStore::flag(SettingsStore::Key::commNotifications, true));
+        find(quick->children, "敏感操作需 Touch ID")->trigger();
+        QVERIFY(SettingsStore::flag(SettingsStore::Key::biometricGate, false));
+        const MenuEntry *reopened = find(m_tray->open(), "快捷开关");
+        QVERIFY(!reopened->children[2].checked);
+        QVERIFY(reopened->children[6].checked);
+    }
+
+    void commandsReachTheirCallbacks()
+    {
+        QStringList calls;
+        m_menu->onOpenApp = [&] { calls << "app"; };
+        m_menu->onOpenPreferences = [&] { calls << "prefs"; };
+        m_menu->onQuit = [&] { calls << "quit"; };
+        const QList<MenuEntry> rows = m_tray->open();
+        find(rows, "打开 Quillmote")->trigger();
+        find(rows, "偏好设置…")->trigger();
+        find(rows, "退出 Quillmote")->trigger();
+        QCOMPARE(calls, (QStringList{"app", "prefs", "quit"}));
+        m_menu->addMessage("a", "@a", "b");
+        find(m_tray->open(), "清除全部")->trigger();
+        QCOMPARE(m_menu->unread(), 0);
+    }
+
+private:
+    std::unique_ptr<TestEnv> m_env;
+    std::unique_ptr<FakeTray> m_tray;
+    std::unique_ptr<MenuBarController> m_menu;
+};
+
+QTEST_MAIN(TestMenuBarController)
+#include "tst_menubarcontroller.moc"

@@ -1,0 +1,358 @@
+// The banner logic against a fake server: what a banner carries, which banner a message
+// replaces, and where actions and replies go.
+#include "alerts/MonogramAvatar.h"
+#include "alerts/NotificationController.h"
+#include "app/SettingsStore.h"
+#include "fakes/FakeNotifications.h"
+#include "support/LogCapture.h"
+#include "support/TestEnv.h"
+
+#include <QTest>
+
+namespace {
+
+NotifyFrame frame(const QString &sender, const QString &body, std::optional<QString> msgId = std::nullopt)
+{
+    NotifyFrame f;
+    f.type = QStringLiteral("notify");
+    f.sender = sender;
+    f.body = body;
+    f.msgId = std::move(msgId);
+    return f;
+}
+
+QStringList actionKeys(const Banner &b)
+{
+    QStringList keys;
+    for (const auto &a : b.actions)
+        keys << a.first;
+    return keys;
+}
+
+} // namespace
+
+class TestNotificationController : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        m_env = std::make_unique<TestEnv>();
+        m_server = std::make_unique<FakeNotifications>();
+        m_log = std::make_unique<LogCapture>();
+        makeController();
+    }
+    void cleanup()
+    {
+        m_ctl.reset();
+        m_server.reset();
+        m_log.reset();
+        m_env.reset();
+    }
+
+    void bootstrapReportsTheServer()
+    {
+        m_server->autoAnswer = false;
+        m_ctl->bootstrap();
+        // Messages that arrive before the server answered are held, not lost.
+        m_ctl->present(frame("alice", "early"));
+        QCOMPARE(m_server->posts.size(), 0);
+        m_server->answerProbe();
+        QVERIFY(m_ctl->isEnabled());
+        QCOMPARE(m_lines.first(), QStringLiteral("notifications: authorization granted"));
+        QCOMPARE(m_server->posts.size(), 1);
+        QCOMPARE(m_server->last().body, QStringLiteral("early"));
+    }
+
+    void noServerDisablesBannersUntilOneAppears()
+    {
+        m_server->server = ServerInfo{};
+        m_server->server.error = "org.freedesktop.DBus.Error.ServiceUnknown";
+        m_ctl->bootstrap();
+        QVERIFY(!m_ctl->isEnabled());
+        QVERIFY(m_lines.contains("notifications: authorization error: org.freedesktop.DBus.Error.ServiceUnknown"));
+        m_ctl->present(frame("alice", "lost"));
+        QCOMPARE(m_server->posts.size(), 0);
+
+        m_server->server = FakeNotifications::plainServer();
+        m_server->onServerChanged(true);
+        QCOMPARE(m_server->probes, 2);
+        QVERIFY(m_ctl->isEnabled());
+        m_ctl->present(frame("alice", "seen"));
+        QCOMPARE(m_server->posts.size(), 1);
+
+        m_server->onServerChanged(false);
+        QVERIFY(!m_ctl->isEnabled());
+    }
+
+    void urgency_data()
+    {
+        QTest::addColumn<std::optional<bool>>("mapping"); // nullopt: never set (default on)
+        QTest::addColumn<std::optional<bool>>("focused");
+        QTest::addColumn<Banner::Urgency>("urgency");
+        const auto low = Banner::Urgency::low, normal = Banner::Urgency::normal;
+        const std::optional<bool> unset, on(true), off(false);
+        QTest::newRow("default, focused") << unset << on << low;
+        QTest::newRow("default, unfocused") << unset << off << normal;
+        QTest::newRow("default, focus unknown") << unset << unset << normal;
+        QTest::newRow("mapping on, focused") << on << on << low;
+        QTest::newRow("mapping off, focused") << off << on << normal;
+        QTest::newRow("mapping off, unfocused") << off << off << normal;
+    }
+    void urgency()
+    {
+        QFETCH(std::optional<bool>, mapping);
+        QFETCH(std::optional<bool>, focused);
+        QFETCH(Banner::Urgency, urgency);
+        if (mapping)
+            SettingsStore::setFlag(SettingsStore::Key::urgencyMapping, *mapping);
+        m_ctl->bootstrap();
+        NotifyFrame f = frame("alice", "x");
+        f.focused = focused;
+        m_ctl->present(f);
+        QCOMPARE(m_server->last().urgency, urgency);
+    }
+
+    void bannerContent()
+    {
+        m_ctl->bootstrap();
+        NotifyFrame titled = frame("bob", "a < b && c");
+        titled.title = "Build finished";
+        m_ctl->present(frame("alice", "a < b && c"));
+        m_ctl->present(titled);
+        const Banner &plain = m_server->posts[0].banner;
+        QCOMPARE(plain.summary, QStringLiteral("@alice"));
+        QCOMPARE(plain.body, QStringLiteral("a < b && c")); // no body-markup capability: sent as is
+        QCOMPARE(plain.category, QStringLiteral("im.received"));
+        QVERIFY(plain.suppressSound);
+        QCOMPARE(actionKeys(plain), (QStringList{"default", "QUILLMOTE_OPEN", "QUILLMOTE_REPLY"}));
+        QCOMPARE(plain.actions[1].second, QStringLiteral("打开"));
+        QCOMPARE(plain.actions[2].second, QStringLiteral("回复"));
+        QVERIFY(plain.replyPlaceholder.isEmpty());
+        QCOMPARE(m_server->posts[1].banner.summary, QStringLiteral("Build finished"));
+    }
+
+    void markupServersGetEscapedBodies()
+    {
+        m_server->server.capabilities << "body-markup";
+        m_ctl->bootstrap();
+        m_ctl->present(frame("alice", "<b>x</b> & y"));
+        QCOMPARE(m_server->last().body, QStringLiteral("&lt;b&gt;x&lt;/b&gt; &amp; y"));
+    }
+
+    void inlineReplyServers()
+    {
+        m_server->server.capabilities << "inline-reply";
+        m_ctl->bootstrap();
+        m_ctl->present(frame("alice", "x"));
+        QCOMPARE(actionKeys(m_server->last()), (QStringList{"default", "QUILLMOTE_OPEN", "inline-reply"}));
+        QCOMPARE(m_server->last().replyPlaceholder, QStringLiteral("输入回复…"));
+    }
+
+    void avatarFollowsTheSetting_data()
+    {
+        QTest::addColumn<bool>("setOff");
+        QTest::newRow("default on") << false;
+        QTest::newRow("off") << true;
+    }
+    void avatarFollowsTheSetting()
+    {
+        QFETCH(bool, setOff);
+        if (setOff)
+            SettingsStore::setFlag(SettingsStore::Key::commNotifications, false);
+        m_ctl->bootstrap();
+        m_ctl->present(frame("ada lovelace", "x"));
+        QCOMPARE(m_server->last().image.isNull(), setOff);
+        QCOMPARE(m_lines.contains("comms-notif: enriched banner from @ada lovelace"), !setOff);
+        if (!setOff)
+            QCOMPARE(m_server->last().image, MonogramAvatar::image("ada lovelace", 64));
+    }
+
+    void initials_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("initials");
+        QTest::newRow("empty") << "" << "?";
+        QTest::newRow("only separators") << " _ " << "?";
+        QTest::newRow("one word") << "alice" << "AL";
+        QTest::newRow("one letter") << "x" << "X";
+        QTest::newRow("two words") << "ada lovelace" << "AL";
+        QTest::newRow("three words") << "grace b hopper" << "GB";
+        QTest::newRow("handle separators") << "john_doe-x" << "JD";
+        QTest::newRow("chinese") << "张三丰" << "张三";
+        QTest::newRow("astral") << "😀smile" << "😀S";
+    }
+    void initials()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, initials);
+        QCOMPARE(MonogramAvatar::initials(name), initials);
+    }
+
+    void sameMsgIdReplacesTheEarlierBanner()
+    {
+        m_ctl->bootstrap();
+        m_ctl->present(frame("alice", "v1", "m1"));
+        m_ctl->present(frame("alice", "v2", "m1"));
+        m_ctl->present(frame("alice", "other", "m2"));
+        m_ctl->present(frame("alice", "no id 1"));
+        m_ctl->present(frame("alice", "no id 2"));
+        m_ctl->present(frame("alice", "empty id", ""));
+        QList<quint32> replaces;
+        for (const auto &p : m_server->posts)
+            replaces << p.banner.replacesId;
+        QCOMPARE(replaces, (QList<quint32>{0, 1, 0, 0, 0, 0}));
+        QCOMPARE(m_ctl->trackedBanners(), 5);
+    }
+
+    void aRepeatWhileTheFirstIsUnderWayWaitsForItsId()
+    {
+        m_ctl->bootstrap();
+        m_server->autoAnswer = false;
+        m_ctl->present(frame("alice", "v1", "m1"));
+        m_ctl->present(frame("alice", "v2", "m1"));
+        m_ctl->present(frame("alice", "v3", "m1"));
+        QCOMPARE(m_server->posts.size(), 1);
+        const quint32 id = m_server->answer(0);
+        QCOMPARE(m_server->posts.size(), 2);
+        QCOMPARE(m_server->posts[1].banner.body, QStringLiteral("v3")); // only the newest
+        QCOMPARE(m_server->posts[1].banner.replacesId, id);
+    }
+
+    void aClosedOrForgottenBannerIsNotReplaced()
+    {
+        m_ctl->bootstrap();
+        m_ctl->present(frame("alice", "v1", "m1"));
+        m_server->onClosed(1);
+        QCOMPARE(m_ctl->trackedBanners(), 0);
+        m_ctl->present(frame("alice", "v2", "m1"));
+        QCOMPARE(m_server->last().replacesId, 0u);
+        // A restarted server hands out its ids afresh.
+        m_server->onServerChanged(true);
+        m_ctl->present(frame("alice", "v3", "m1"));
+        QCOMPARE(m_server->last().replacesId, 0u);
+    }
+
+    void failedPostIsLogged()
+    {
+        m_ctl->bootstrap();
+        m_server->autoAnswer = false;
+        m_ctl->present(frame("alice", "x", "m1"));
+        m_server->answer(0, "org.freedesktop.DBus.Error.NoReply");
+        QVERIFY(m_lines.contains("notifications: add failed: org.freedesktop.DBus.Error.NoReply"));
+        m_server->autoAnswer = true;
+        m_ctl->present(frame("alice", "y", "m1"));
+        QCOMPARE(m_server->last().replacesId, 0u);
+    }
+
+    void dispatch_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("sender");
+        QTest::addColumn<QString>("msgId");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected"); // "open:x", "reply:…", or nothing
+        QTest::addColumn<QString>("logLine");
+        QTest::newRow("default opens") << "default" << "alice" << "m" << "" << "open:alice" << "";
+        QTest::newRow("open action") << "QUILLMOTE_OPEN" << "alice" << "" << "" << "open:alice" << "";
+        QTest::newRow("trimmed reply") << "QUILLMOTE_REPLY" << "alice" << "m1" << "  好的 \n" << "reply:alice|好的|m1" << "";
+        QTest::newRow("reply without id") << "QUILLMOTE_REPLY" << "alice" << "" << "ok" << "reply:alice|ok|-" << "";
+        QTest::newRow("only spaces") << "QUILLMOTE_REPLY" << "alice" << "m" << " \t\n " << ""
+                                     << "reply: empty text from alice";
+        QTest::newRow("no sender") << "QUILLMOTE_REPLY" << "" << "m" << "hi" << ""
+                                   << "reply: missing sender — dropped";
+        QTest::newRow("dismissed") << "dismiss" << "alice" << "m" << "" << "" << "";
+    }
+    void dispatch()
+    {
+        QFETCH(QString, action);
+        QFETCH(QString, sender);
+        QFETCH(QString, msgId);
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QFETCH(QString, logLine);
+        QStringList seen;
+        m_ctl->onOpen = [&](const QString &s) { seen << "open:" + s; };
+        m_ctl->onReply = [&](const ReplyFrame &f) {
+            seen << QStringLiteral("reply:%1|%2|%3").arg(f.sender, f.text, f.msgId.value_or("-"));
+            return true;
+        };
+        m_ctl->dispatch(action, sender, msgId, text);
+        QCOMPARE(seen, expected.isEmpty() ? QStringList{} : QStringList{expected});
+        if (!logLine.isEmpty())
+            QVERIFY2(m_lines.contains(logLine), qPrintable(m_lines.join('\n')));
+    }
+
+    void serverActionsReachTheirMessage()
+    {
+        m_ctl->bootstrap();
+        QStringList seen;
+        m_ctl->onOpen = [&](const QString &s) { seen << "open:" + s; };
+        m_ctl->onOpenReply = [&](const QString &s, const std::optional<QString> &id) {
+            seen << "field:" + s + "/" + id.value_or("-");
+        };
+        m_ctl->present(frame("alice", "x", "m1"));
+        m_ctl->present(frame("bob", "y"));
+        m_server->onAction(2, "default");
+        m_server->onAction(1, "QUILLMOTE_OPEN");
+        m_server->onAction(1, "QUILLMOTE_REPLY");
+        m_server->onAction(2, "QUILLMOTE_REPLY");
+        m_server->onAction(99, "default"); // another application's banner
+        QCOMPARE(seen, (QStringList{"open:bob", "open:alice", "field:alice/m1", "field:bob/-"}));
+    }
+
+    void inlineReplyBecomesAFrameAndTheBannerShowsTheOutcome_data()
+    {
+        QTest::addColumn<bool>("delivered");
+        QTest::addColumn<QString>("body");
+        QTest::newRow("a terminal took it") << true << "已回复 ✓";
+        QTest::newRow("no terminal") << false << "终端未连接，未发送\n马上到";
+    }
+    void inlineReplyBecomesAFrameAndTheBannerShowsTheOutcome()
+    {
+        QFETCH(bool, delivered);
+        QFETCH(QString, body);
+        m_server->server.capabilities << "inline-reply";
+        m_ctl->bootstrap();
+        QList<ReplyFrame> replies;
+        m_ctl->onReply = [&](const ReplyFrame &f) {
+            replies << f;
+            return delivered;
+        };
+        NotifyFrame f = frame("alice", "在哪", "m1");
+        f.title = "Alice";
+        m_ctl->present(f);
+        m_server->onReplied(1, "  马上到 ");
+        m_server->onReplied(7, "not ours");
+        QCOMPARE(replies, (QList<ReplyFrame>{{"alice", "马上到", QString("m1")}}));
+        QCOMPARE(m_server->posts.size(), 2);
+        const Banner &outcome = m_server->last();
+        QCOMPARE(outcome.replacesId, 1u);
+        QCOMPARE(outcome.summary, QStringLiteral("Alice"));
+        QCOMPARE(outcome.body, body);
+        // Undelivered text can be sent again from the same banner.
+        QCOMPARE(actionKeys(outcome).contains("inline-reply"), !delivered);
+
+        // An empty reply sends nothing and leaves the banner alone.
+        m_server->onReplied(1, "   ");
+        QCOMPARE(replies.size(), 1);
+        QCOMPARE(m_server->posts.size(), 2);
+    }
+
+private:
+    void makeController()
+    {
+        m_ctl = std::make_unique<NotificationController>(*m_server);
+        m_lines.clear();
+        m_ctl->onLog = [this](const QString &line) { m_lines << line; };
+    }
+
+    std::unique_ptr<TestEnv> m_env;
+    std::unique_ptr<FakeNotifications> m_server;
+    std::unique_ptr<LogCapture> m_log;
+    std::unique_ptr<NotificationController> m_ctl;
+    QStringList m_lines;
+};
+
+QTEST_MAIN(TestNotificationController)
+#include "tst_notificationcontroller.moc"
