@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace {
 
@@ -128,55 +129,82 @@ JSONValue JSONValue::boolean(bool b)
 
 JSONValue JSONValue::object(Object members)
 {
+    const size_t n = members.size();
+    return makeObject(n, [&](size_t i, Member &slot) { slot = std::move(members[i]); });
+}
+
+JSONValue JSONValue::fromMembers(std::shared_ptr<Member[]> items, size_t n)
+{
+    Member *begin = items.get();
     const auto byKey = [](const Member &a, const Member &b) { return a.first < b.first; };
-    if (!std::is_sorted(members.begin(), members.end(), byKey))
-        std::stable_sort(members.begin(), members.end(), byKey);
-    // Of equal keys keep the last: walk backwards and keep the first seen.
-    if (std::adjacent_find(members.begin(), members.end(),
-                           [](const Member &a, const Member &b) { return a.first == b.first; })
-        != members.end()) {
-        Object unique;
-        unique.reserve(members.size());
-        for (auto it = members.rbegin(); it != members.rend(); ++it) {
-            if (unique.empty() || unique.back().first != it->first)
-                unique.push_back(std::move(*it));
+    const auto sameKey = [](const Member &a, const Member &b) { return a.first == b.first; };
+    if (!std::is_sorted(begin, begin + n, byKey)) {
+        if (n <= 16) {
+            // Small objects, the usual case: a stable insertion sort in place.
+            for (size_t i = 1; i < n; ++i) {
+                for (size_t k = i; k > 0 && begin[k].first < begin[k - 1].first; --k)
+                    std::swap(begin[k], begin[k - 1]);
+            }
+        } else {
+            // Sort an index (stable, so twins keep document order), then move into place.
+            std::vector<quint32> order(n);
+            std::iota(order.begin(), order.end(), 0u);
+            std::stable_sort(order.begin(), order.end(),
+                             [&](quint32 a, quint32 b) { return begin[a].first < begin[b].first; });
+            auto sorted = std::make_shared<Member[]>(n);
+            for (size_t k = 0; k < n; ++k)
+                sorted[k] = std::move(begin[order[k]]);
+            items = std::move(sorted);
+            begin = items.get();
         }
-        std::reverse(unique.begin(), unique.end());
-        members = std::move(unique);
+    }
+    // Of equal keys keep the last one (the sort kept document order among twins).
+    if (std::adjacent_find(begin, begin + n, sameKey) != begin + n) {
+        size_t out = 0;
+        for (size_t k = 0; k < n; ++k) {
+            if (k + 1 < n && begin[k + 1].first == begin[k].first)
+                continue;
+            if (out != k)
+                begin[out] = std::move(begin[k]);
+            ++out;
+        }
+        n = out;
     }
     JSONValue v;
     v.m_kind = Kind::object;
-    v.m_object = std::make_shared<const Object>(std::move(members));
+    v.m_size = static_cast<quint32>(n);
+    v.m_items = std::shared_ptr<const void>(std::move(items));
     return v;
 }
 
 JSONValue JSONValue::array(Array elements)
 {
-    JSONValue v;
-    v.m_kind = Kind::array;
-    v.m_array = std::make_shared<const Array>(std::move(elements));
-    return v;
+    const size_t n = elements.size();
+    return makeArray(n, [&](size_t i, JSONValue &slot) { slot = std::move(elements[i]); });
 }
 
-const QString &JSONValue::toString() const { return m_kind == Kind::string ? m_string : emptyString(); }
-
-const JSONValue::Object &JSONValue::members() const
+const QString &JSONValue::toString() const
 {
-    static const Object empty;
-    return m_object ? *m_object : empty;
+    return m_kind == Kind::string ? m_string : emptyString();
 }
 
-const JSONValue::Array &JSONValue::elements() const
+std::span<const JSONValue::Member> JSONValue::members() const
 {
-    static const Array empty;
-    return m_array ? *m_array : empty;
+    if (m_kind != Kind::object)
+        return {};
+    return {static_cast<const Member *>(m_items.get()), m_size};
+}
+
+std::span<const JSONValue> JSONValue::elements() const
+{
+    if (m_kind != Kind::array)
+        return {};
+    return {static_cast<const JSONValue *>(m_items.get()), m_size};
 }
 
 const JSONValue *JSONValue::find(QStringView key) const
 {
-    if (m_kind != Kind::object)
-        return nullptr;
-    const Object &o = *m_object;
+    const auto o = members();
     const auto it = std::lower_bound(o.begin(), o.end(), key,
                                      [](const Member &m, QStringView k) { return QStringView(m.first) < k; });
     if (it == o.end() || QStringView(it->first) != key)
@@ -193,19 +221,19 @@ const QString *JSONValue::stringAt(QStringView key) const
 QVariant JSONValue::toFoundation() const
 {
     switch (m_kind) {
-    case Kind::string: return m_string;
+    case Kind::string: return toString();
     case Kind::number: return m_number;
     case Kind::boolean: return m_bool;
     case Kind::object: {
         QVariantMap map;
-        for (const auto &[key, value] : *m_object)
+        for (const auto &[key, value] : members())
             map.insert(key, value.toFoundation());
         return map;
     }
     case Kind::array: {
         QVariantList list;
-        list.reserve(static_cast<qsizetype>(m_array->size()));
-        for (const auto &e : *m_array)
+        list.reserve(m_size);
+        for (const auto &e : elements())
             list.append(e.toFoundation());
         return list;
     }
@@ -241,9 +269,15 @@ bool operator==(const JSONValue &a, const JSONValue &b)
     case JSONValue::Kind::null: return true;
     case JSONValue::Kind::boolean: return a.m_bool == b.m_bool;
     case JSONValue::Kind::number: return a.m_number == b.m_number;
-    case JSONValue::Kind::string: return a.m_string == b.m_string;
-    case JSONValue::Kind::object: return a.m_object == b.m_object || *a.m_object == *b.m_object;
-    case JSONValue::Kind::array: return a.m_array == b.m_array || *a.m_array == *b.m_array;
+    case JSONValue::Kind::string: return a.toString() == b.toString();
+    case JSONValue::Kind::object: {
+        const auto x = a.members(), y = b.members();
+        return x.data() == y.data() ? x.size() == y.size() : std::equal(x.begin(), x.end(), y.begin(), y.end());
+    }
+    case JSONValue::Kind::array: {
+        const auto x = a.elements(), y = b.elements();
+        return x.data() == y.data() ? x.size() == y.size() : std::equal(x.begin(), x.end(), y.begin(), y.end());
+    }
     }
     return false;
 }

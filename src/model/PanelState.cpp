@@ -3,6 +3,8 @@
 #include <simdjson.h>
 
 #include <string_view>
+#include <cstdint>
+#include <vector>
 
 // Decoding works on simdjson's DOM: the document is validated as a whole first (a broken
 // document must fail, not half-decode), then each record is read in one pass over its
@@ -15,7 +17,60 @@ using simdjson::dom::element_type;
 
 QString text(std::string_view sv) { return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size())); }
 
-JSONValue toValue(element e)
+// Object keys, peers, types and other short texts repeat throughout a document: one shared
+// QString each saves most of the allocations of a decode. Lives for one decode; the views
+// point into the parser's buffer.
+class Interner
+{
+public:
+    Interner() : m_slots(1024) { }
+
+    const QString &get(std::string_view sv)
+    {
+        // Open addressing with FNV-1a: the texts are short and the table small.
+        uint64_t h = 1469598103934665603ull;
+        for (const char c : sv)
+            h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+        if (m_used * 2 >= m_slots.size())
+            grow();
+        size_t i = h & (m_slots.size() - 1);
+        while (m_slots[i].used) {
+            if (m_slots[i].hash == h && m_slots[i].key == sv)
+                return m_slots[i].value;
+            i = (i + 1) & (m_slots.size() - 1);
+        }
+        m_slots[i] = Slot{true, h, sv, text(sv)};
+        ++m_used;
+        return m_slots[i].value;
+    }
+    QString maybe(std::string_view sv) { return sv.size() <= kShort ? get(sv) : text(sv); }
+
+private:
+    static constexpr size_t kShort = 16;
+    struct Slot {
+        bool used = false;
+        uint64_t hash = 0;
+        std::string_view key;
+        QString value;
+    };
+    void grow()
+    {
+        std::vector<Slot> old(m_slots.size() * 2);
+        old.swap(m_slots);
+        for (Slot &slot : old) {
+            if (!slot.used)
+                continue;
+            size_t i = slot.hash & (m_slots.size() - 1);
+            while (m_slots[i].used)
+                i = (i + 1) & (m_slots.size() - 1);
+            m_slots[i] = std::move(slot);
+        }
+    }
+    std::vector<Slot> m_slots;
+    size_t m_used = 0;
+};
+
+JSONValue toValue(element e, Interner &interner)
 {
     switch (e.type()) {
     case element_type::NULL_VALUE: return JSONValue::null();
@@ -23,22 +78,23 @@ JSONValue toValue(element e)
     case element_type::INT64:
     case element_type::UINT64:
     case element_type::DOUBLE: return JSONValue::number(e.get_double().value_unsafe());
-    case element_type::STRING: return JSONValue::string(text(e.get_string().value_unsafe()));
+    case element_type::STRING: return JSONValue::string(interner.maybe(e.get_string().value_unsafe()));
     case element_type::ARRAY: {
         const simdjson::dom::array a = e.get_array().value_unsafe();
-        JSONValue::Array elements;
-        elements.reserve(a.size());
-        for (element child : a)
-            elements.push_back(toValue(child));
-        return JSONValue::array(std::move(elements));
+        auto it = a.begin();
+        return JSONValue::makeArray(a.size(), [&](size_t, JSONValue &slot) {
+            slot = toValue(*it, interner);
+            ++it;
+        });
     }
     case element_type::OBJECT: {
         const simdjson::dom::object o = e.get_object().value_unsafe();
-        JSONValue::Object members;
-        members.reserve(o.size());
-        for (const auto field : o)
-            members.emplace_back(text(field.key), toValue(field.value));
-        return JSONValue::object(std::move(members));
+        auto it = o.begin();
+        return JSONValue::makeObject(o.size(), [&](size_t, JSONValue::Member &slot) {
+            slot.first = interner.get(it.key());
+            slot.second = toValue(it.value(), interner);
+            ++it;
+        });
     }
     }
     return JSONValue::null();
@@ -53,15 +109,24 @@ bool readString(element e, QString &out)
     return true;
 }
 
+bool readString(element e, QString &out, Interner &interner)
+{
+    std::string_view sv;
+    if (e.get_string().get(sv) != simdjson::SUCCESS)
+        return false;
+    out = interner.get(sv);
+    return true;
+}
+
 // null reads as absent; any other non-string is a failure.
-bool readOptionalString(element e, std::optional<QString> &out)
+bool readOptionalString(element e, std::optional<QString> &out, Interner &interner)
 {
     if (e.is_null()) {
         out.reset();
         return true;
     }
     QString s;
-    if (!readString(e, s))
+    if (!readString(e, s, interner))
         return false;
     out = std::move(s);
     return true;
@@ -87,10 +152,10 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint)
     return hasHandle && hasFingerprint;
 }
 
-bool decodeRecord(element e, SelfInfo &out) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, PendingConnect &out) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, SelfInfo &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, PendingConnect &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
 
-bool decodeRecord(element e, Contact &out)
+bool decodeRecord(element e, Contact &out, Interner &interner)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -106,14 +171,14 @@ bool decodeRecord(element e, Contact &out)
                 return false;
             hasFingerprint = true;
         } else if (field.key == "status") {
-            if (!readOptionalString(field.value, out.status))
+            if (!readOptionalString(field.value, out.status, interner))
                 return false;
         }
     }
     return hasHandle && hasFingerprint;
 }
 
-bool decodeRecord(element e, Message &out)
+bool decodeRecord(element e, Message &out, Interner &interner)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -127,21 +192,21 @@ bool decodeRecord(element e, Message &out)
             ok = readString(field.value, out.id);
             seen |= id;
         } else if (key == "peer") {
-            ok = readString(field.value, out.peer);
+            ok = readString(field.value, out.peer, interner);
             seen |= peer;
         } else if (key == "direction") {
-            ok = readString(field.value, out.direction);
+            ok = readString(field.value, out.direction, interner);
             seen |= direction;
         } else if (key == "type") {
-            ok = readString(field.value, out.type);
+            ok = readString(field.value, out.type, interner);
             seen |= type;
         } else if (key == "status") {
-            ok = readOptionalString(field.value, out.status);
+            ok = readOptionalString(field.value, out.status, interner);
         } else if (key == "createdAt") {
             ok = readString(field.value, out.createdAt);
             seen |= createdAt;
         } else if (key == "content") {
-            out.content = toValue(field.value);
+            out.content = toValue(field.value, interner);
             seen |= content;
         }
         if (!ok)
@@ -152,7 +217,7 @@ bool decodeRecord(element e, Message &out)
 
 // All or nothing: a missing key, a non-array or one bad element gives an empty list.
 template<typename T>
-QList<T> decodeArray(simdjson::dom::object document, std::string_view key)
+QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Interner &interner)
 {
     simdjson::dom::array a;
     if (document.at_key(key).get_array().get(a) != simdjson::SUCCESS)
@@ -161,7 +226,7 @@ QList<T> decodeArray(simdjson::dom::object document, std::string_view key)
     out.reserve(static_cast<qsizetype>(a.size()));
     for (element e : a) {
         T record;
-        if (!decodeRecord(e, record))
+        if (!decodeRecord(e, record, interner))
             return {};
         out.append(std::move(record));
     }
@@ -188,10 +253,11 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
         return fail(QStringLiteral("not a JSON object"));
 
     PanelState state;
+    Interner interner;
     element member;
     if (document.at_key("self").get(member) == simdjson::SUCCESS && !member.is_null()) {
         SelfInfo self;
-        if (!decodeRecord(member, self))
+        if (!decodeRecord(member, self, interner))
             return fail(QStringLiteral("\"self\" is not an identity record"));
         state.selfInfo = std::move(self);
     }
@@ -201,8 +267,18 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
             return fail(QStringLiteral("\"handle\" is not a string"));
         state.handle = std::move(handle);
     }
-    state.contacts = decodeArray<Contact>(document, "contacts");
-    state.messages = decodeArray<Message>(document, "messages");
-    state.pending = decodeArray<PendingConnect>(document, "pending");
+    state.contacts = decodeArray<Contact>(document, "contacts", interner);
+    state.messages = decodeArray<Message>(document, "messages", interner);
+    state.pending = decodeArray<PendingConnect>(document, "pending", interner);
     return state;
+}
+
+std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
+{
+    thread_local simdjson::dom::parser parser;
+    element root;
+    if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
+        return std::nullopt;
+    Interner interner;
+    return toValue(root, interner);
 }

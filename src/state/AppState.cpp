@@ -1,0 +1,292 @@
+#include "state/AppState.h"
+
+#include "model/ContentNormalizer.h"
+#include "model/MessageTime.h"
+#include "state/UnreadTracker.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <algorithm>
+
+// What one message contributes to sessions and search, derived once.
+struct AppState::MessageInfo {
+    Message message; // to tell whether a new state's message with this id changed
+    std::optional<double> time;
+    QString searchText; // lowercased
+};
+
+struct AppState::PeerInfo {
+    QList<qsizetype> messages; // indices into m_state.messages, oldest first
+    QList<std::optional<double>> incomingTimes; // what can be unread
+    QString peerLower;
+    QString previewText;
+    QString previewLower;
+    // Every message's search text, joined by a separator that a needle never contains in
+    // practice; a needle that does is matched message by message instead.
+    QString haystack;
+    QList<std::shared_ptr<const AppState::MessageInfo>> infos; // document order
+    qsizetype last = -1; // index of the newest message
+    double lastTime = 0;
+};
+
+namespace {
+constexpr char16_t kSeparator = u'\x1f';
+}
+
+AppState::AppState(QObject *parent)
+    : QObject(parent)
+    , m_unread(new UnreadTracker(this))
+{
+    connect(m_unread, &UnreadTracker::changed, this, &AppState::unreadChanged);
+}
+
+AppState::~AppState() = default;
+
+void AppState::assertMainThread() const
+{
+    Q_ASSERT_X(QThread::currentThread() == thread(), "AppState", "used off the main thread");
+}
+
+void AppState::setState(const PanelState &state)
+{
+    assertMainThread();
+    m_state = state;
+    rebuild();
+    m_filteredValid = false;
+    Q_EMIT stateChanged();
+    Q_EMIT filteredSessionsChanged();
+    reconcileSelection();
+    markSelectionRead();
+}
+
+const PanelState &AppState::state() const
+{
+    assertMainThread();
+    return m_state;
+}
+
+void AppState::rebuild()
+{
+    const QList<Message> &messages = m_state.messages;
+
+    m_contactByHandle.clear();
+    for (qsizetype i = 0; i < m_state.contacts.size(); ++i)
+        m_contactByHandle.insert(m_state.contacts[i].handle, i);
+
+    // Derived texts are reused for messages that did not change since the last state.
+    QHash<QString, std::shared_ptr<const MessageInfo>> infos;
+    infos.reserve(messages.size());
+    QHash<QString, PeerInfo> peers;
+    QList<QString> peerOrder;
+    for (qsizetype i = 0; i < messages.size(); ++i) {
+        const Message &m = messages[i];
+        std::shared_ptr<const MessageInfo> info;
+        if (const auto old = m_infoById.constFind(m.id); old != m_infoById.constEnd() && (*old)->message == m)
+            info = *old;
+        else
+            info = std::make_shared<const MessageInfo>(
+                MessageInfo{m, MessageTime::parse(m.createdAt), ContentNormalizer::searchText(m.content)});
+        infos.insert(m.id, info);
+
+        auto peer = peers.find(m.peer);
+        if (peer == peers.end()) {
+            peer = peers.insert(m.peer, PeerInfo{});
+            peerOrder.append(m.peer);
+        }
+        peer->messages.append(i);
+        peer->infos.append(info);
+        if (m.direction == QLatin1String("in"))
+            peer->incomingTimes.append(info->time);
+        // Equal or later times replace the kept one: among equal times the later wins.
+        const double time = info->time.value_or(0);
+        if (peer->last < 0 || time >= peer->lastTime) {
+            peer->last = i;
+            peer->lastTime = time;
+        }
+    }
+
+    m_sessions.clear();
+    m_sessions.reserve(peerOrder.size() + m_state.contacts.size());
+    for (const QString &handle : peerOrder) {
+        PeerInfo &peer = peers[handle];
+        const Message &last = messages[peer.last];
+        const auto contactIndex = m_contactByHandle.constFind(handle);
+        m_sessions.append(Session{handle, last, peer.lastTime,
+                                  contactIndex == m_contactByHandle.constEnd()
+                                      ? std::nullopt
+                                      : std::optional<Contact>(m_state.contacts[*contactIndex])});
+
+        peer.peerLower = handle.toLower();
+        peer.previewText = ContentNormalizer::preview(last.type, last.content);
+        peer.previewLower = peer.previewText.toLower();
+        qsizetype length = 0;
+        for (const auto &info : peer.infos)
+            length += info->searchText.size() + 1;
+        peer.haystack.reserve(length);
+        for (const auto &info : peer.infos) {
+            peer.haystack += info->searchText;
+            peer.haystack += kSeparator;
+        }
+        // Oldest first; stable, so document order decides among equal times.
+        QList<std::pair<double, qsizetype>> order;
+        order.reserve(peer.messages.size());
+        for (qsizetype k = 0; k < peer.messages.size(); ++k)
+            order.append({peer.infos[k]->time.value_or(0), peer.messages[k]});
+        std::stable_sort(order.begin(), order.end(),
+                         [](const auto &a, const auto &b) { return a.first < b.first; });
+        for (qsizetype k = 0; k < order.size(); ++k)
+            peer.messages[k] = order[k].second;
+    }
+    // A contact without messages still gets a (timeless) session.
+    for (const Contact &c : m_state.contacts) {
+        if (peers.contains(c.handle))
+            continue;
+        PeerInfo peer;
+        peer.peerLower = c.handle.toLower();
+        peers.insert(c.handle, std::move(peer));
+        m_sessions.append(Session{c.handle, std::nullopt, 0, c});
+    }
+    std::stable_sort(m_sessions.begin(), m_sessions.end(),
+                     [](const Session &a, const Session &b) { return a.lastTimeMillis > b.lastTimeMillis; });
+
+    m_infoById = std::move(infos);
+    m_peers = std::move(peers);
+}
+
+const QList<Session> &AppState::sessions() const
+{
+    assertMainThread();
+    return m_sessions;
+}
+
+bool AppState::matches(const PeerInfo &peer, const QString &needle) const
+{
+    if (peer.peerLower.contains(needle) || peer.previewLower.contains(needle))
+        return true;
+    if (!needle.contains(kSeparator))
+        return peer.haystack.contains(needle);
+    return std::any_of(peer.infos.begin(), peer.infos.end(),
+                       [&](const auto &info) { return info->searchText.contains(needle); });
+}
+
+const QList<Session> &AppState::filteredSessions() const
+{
+    assertMainThread();
+    if (m_filteredValid)
+        return m_filtered;
+    const QString needle = m_searchText.trimmed().toLower();
+    if (needle.isEmpty()) {
+        m_filtered = m_sessions;
+    } else {
+        m_filtered.clear();
+        for (const Session &s : m_sessions) {
+            const auto peer = m_peers.constFind(s.peer);
+            if (peer != m_peers.constEnd() && matches(*peer, needle))
+                m_filtered.append(s);
+        }
+    }
+    m_filteredValid = true;
+    return m_filtered;
+}
+
+QList<Message> AppState::conversation(const QString &peer) const
+{
+    assertMainThread();
+    QList<Message> out;
+    const auto info = m_peers.constFind(peer);
+    if (info == m_peers.constEnd())
+        return out;
+    out.reserve(info->messages.size());
+    for (const qsizetype i : info->messages)
+        out.append(m_state.messages[i]);
+    return out;
+}
+
+std::optional<Contact> AppState::contact(const QString &peer) const
+{
+    assertMainThread();
+    const auto i = m_contactByHandle.constFind(peer);
+    if (i == m_contactByHandle.constEnd())
+        return std::nullopt;
+    return m_state.contacts[*i];
+}
+
+QString AppState::preview(const QString &peer) const
+{
+    assertMainThread();
+    return m_peers.value(peer).previewText;
+}
+
+int AppState::unreadCount(const QString &peer) const
+{
+    assertMainThread();
+    const auto info = m_peers.constFind(peer);
+    if (info == m_peers.constEnd())
+        return 0;
+    return m_unread->unreadCount(peer, info->incomingTimes);
+}
+
+int AppState::totalUnread() const
+{
+    int total = 0;
+    for (const Session &s : m_sessions)
+        total += unreadCount(s.peer);
+    return total;
+}
+
+const std::optional<DetailSelection> &AppState::selection() const
+{
+    assertMainThread();
+    return m_selection;
+}
+
+void AppState::setSelection(const std::optional<DetailSelection> &selection)
+{
+    assertMainThread();
+    if (m_selection == selection)
+        return;
+    m_selection = selection;
+    Q_EMIT selectionChanged();
+    markSelectionRead();
+}
+
+const QString &AppState::searchText() const
+{
+    assertMainThread();
+    return m_searchText;
+}
+
+void AppState::setSearchText(const QString &text)
+{
+    assertMainThread();
+    if (m_searchText == text)
+        return;
+    const bool sameNeedle = m_searchText.trimmed().toLower() == text.trimmed().toLower();
+    m_searchText = text;
+    Q_EMIT searchTextChanged();
+    if (!sameNeedle) {
+        m_filteredValid = false;
+        Q_EMIT filteredSessionsChanged();
+    }
+}
+
+void AppState::reconcileSelection()
+{
+    assertMainThread();
+    if (!m_selection || !m_selection->isConversation())
+        return;
+    const QString &peer = m_selection->peer();
+    const auto info = m_peers.constFind(peer);
+    const bool hasMessages = info != m_peers.constEnd() && !info->messages.isEmpty();
+    if (hasMessages || m_contactByHandle.contains(peer))
+        return;
+    m_selection.reset();
+    Q_EMIT selectionChanged();
+}
+
+void AppState::markSelectionRead()
+{
+    if (m_selection && m_selection->isConversation())
+        m_unread->markRead(m_selection->peer(), conversation(m_selection->peer()));
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "model/PanelState.h"
+#include "state/Session.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <memory>
+#include <optional>
+
+class UnreadTracker;
+
+// The main window's model: the latest state document turned into sorted, searchable
+// conversations with unread counts, plus the detail selection and the sidebar's search
+// text. Whoever fetches the document hands it over with setState().
+//
+// Filtering is per keystroke, so everything it reads is derived once per state: each
+// message's lowercased search text (kept by message id and reused while the message is
+// unchanged), each session's lowercased preview, and per peer one text of all its
+// messages' search texts. A keystroke is then a few substring scans. Main thread only.
+class AppState : public QObject
+{
+    Q_OBJECT
+public:
+    explicit AppState(QObject *parent = nullptr);
+    ~AppState() override;
+
+    UnreadTracker *unread() const { return m_unread; }
+
+    void setState(const PanelState &state);
+    const PanelState &state() const;
+
+    // All sessions, newest first; contacts without messages come last.
+    const QList<Session> &sessions() const;
+    // sessions() narrowed by searchText(): peer, last message's preview, or any message's
+    // search text contains the trimmed, lowercased needle.
+    const QList<Session> &filteredSessions() const;
+    // The messages with one peer, oldest first (document order among equal times).
+    QList<Message> conversation(const QString &peer) const;
+    std::optional<Contact> contact(const QString &peer) const;
+    // The one-line preview of the session's newest message ("" without one).
+    QString preview(const QString &peer) const;
+    // Received messages of peer newer than its read mark.
+    int unreadCount(const QString &peer) const;
+    int totalUnread() const;
+
+    const std::optional<DetailSelection> &selection() const;
+    // Selecting a conversation marks it read.
+    void setSelection(const std::optional<DetailSelection> &selection);
+    const QString &searchText() const;
+    void setSearchText(const QString &text);
+
+    // Drops a conversation selection whose peer has neither messages nor a contact any more;
+    // the profile always stays.
+    void reconcileSelection();
+
+Q_SIGNALS:
+    void stateChanged(); // sessions, conversations and contacts were re-derived
+    void filteredSessionsChanged();
+    void selectionChanged();
+    void searchTextChanged();
+    void unreadChanged();
+
+private:
+    struct MessageInfo;
+    struct PeerInfo;
+    void rebuild();
+    void markSelectionRead();
+    bool matches(const PeerInfo &peer, const QString &needle) const;
+    void assertMainThread() const;
+
+    UnreadTracker *m_unread;
+    PanelState m_state;
+    std::optional<DetailSelection> m_selection;
+    QString m_searchText;
+
+    QList<Session> m_sessions;
+    QHash<QString, std::shared_ptr<const MessageInfo>> m_infoById;
+    QHash<QString, PeerInfo> m_peers;
+    QHash<QString, qsizetype> m_contactByHandle;
+
+    mutable QList<Session> m_filtered;
+    mutable bool m_filteredValid = false;
+};
