@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusVariant>
+#include <QObject>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <functional>
+
+// Follows the desktop's do-not-disturb and runs the Focus filter on every change with the
+// user's breakthrough choice. Sources, any of which may be missing:
+//  - KDE Plasma: the notification server's "Inhibited" property;
+//  - dunst: the "paused" property of org.dunstproject.cmd0 (also polled, as older dunst
+//    versions do not announce it);
+//  - GNOME: "show-banners" of org.gnome.desktop.notifications through the settings portal.
+// Do-not-disturb is on when any of them says so.
+class DoNotDisturbWatcher : public QObject
+{
+    Q_OBJECT
+public:
+    explicit DoNotDisturbWatcher(QDBusConnection bus = QDBusConnection::sessionBus(), QObject *parent = nullptr);
+
+    void start();
+    bool isActive() const { return m_inhibited || m_paused || m_bannersOff; }
+
+    // The user's choice; by default the preferences' value.
+    std::function<bool()> breakthroughChoice;
+
+Q_SIGNALS:
+    void changed(bool active);
+
+private Q_SLOTS:
+    // Connected by name: Qt D-Bus signal connections take no member-function pointers.
+    void onPropertiesChanged(const QString &interface, const QVariantMap &changed, const QStringList &invalidated);
+    void onSettingChanged(const QString &ns, const QString &key, const QDBusVariant &value);
+
+private:
+    void readAll();
+    void readProperty(const QString &interface, const QString &property, bool *into);
+    void set(bool *field, bool value);
+
+    QDBusConnection m_bus;
+    QTimer m_poll;
+    bool m_inhibited = false;
+    bool m_paused = false;
+    bool m_bannersOff = false;
+};

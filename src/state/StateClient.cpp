@@ -1,0 +1,289 @@
+#include "state/StateClient.h"
+
+#include "app/Log.h"
+#include "state/DaemonManager.h"
+
+#include <QCoreApplication>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QThreadPool>
+
+namespace {
+
+constexpr int kPollIntervalMs = 2000;
+constexpr int kFetchTimeoutMs = 4000;
+constexpr int kProbeTimeoutMs = 2000;
+constexpr int kSSEReconnectMs = 3000;
+constexpr int kSpawnProbes = 20;
+constexpr int kSpawnProbeIntervalMs = 500;
+
+void logInfo(const QString &line) { Log::info(Log::Category::stateclient, line); }
+void logDaemon(const QString &line) { Log::emit(Log::Category::stateclient, line); }
+
+QNetworkRequest getRequest(const QString &url, int timeoutMs)
+{
+    QNetworkRequest request{QUrl(url)};
+    request.setTransferTimeout(timeoutMs);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    return request;
+}
+
+} // namespace
+
+StateClient::StateClient(QObject *parent)
+    : QObject(parent)
+    , m_port(portFromEnvironment())
+    , m_http(new QNetworkAccessManager(this))
+    , m_sseHttp(new QNetworkAccessManager(this))
+{
+    m_baseURL = QStringLiteral("http://127.0.0.1:") + QString::number(m_port);
+    m_pollTimer.setInterval(kPollIntervalMs);
+    connect(&m_pollTimer, &QTimer::timeout, this, &StateClient::refresh);
+    m_sseReconnectTimer.setSingleShot(true);
+    m_sseReconnectTimer.setInterval(kSSEReconnectMs);
+    connect(&m_sseReconnectTimer, &QTimer::timeout, this, &StateClient::connectSSE);
+}
+
+StateClient::~StateClient()
+{
+    m_pollTimer.stop();
+    m_sseReconnectTimer.stop();
+    closeSSE();
+}
+
+qint64 StateClient::portFromEnvironment()
+{
+    const QByteArray text = qgetenv("QUILLMOTE_WEB_PORT");
+    qsizetype i = 0;
+    if (!text.isEmpty() && (text[0] == '+' || text[0] == '-'))
+        i = 1;
+    if (i >= text.size())
+        return 4599;
+    for (qsizetype j = i; j < text.size(); ++j) {
+        if (text[j] < '0' || text[j] > '9')
+            return 4599;
+    }
+    bool ok = false;
+    const qint64 port = text.toLongLong(&ok, 10);
+    return ok ? port : 4599;
+}
+
+void StateClient::start()
+{
+    if (m_started) {
+        QMetaObject::invokeMethod(this, &StateClient::refresh, Qt::QueuedConnection);
+        return;
+    }
+    logInfo(QStringLiteral("start: polling %1").arg(m_baseURL));
+    m_started = true;
+    // A silent server is started at once rather than after the first failed poll.
+    QMetaObject::invokeMethod(
+        this, [this] { ensureServerRunning([this](bool) { refresh(); }); }, Qt::QueuedConnection);
+    startPolling();
+    connectSSE();
+}
+
+void StateClient::startPolling()
+{
+    m_pollTimer.start();
+}
+
+void StateClient::refresh()
+{
+    QNetworkReply *reply = m_http->get(getRequest(m_baseURL + QStringLiteral("/api/state"), kFetchTimeoutMs));
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        reply->deleteLater();
+        handleFetchReply(reply);
+    });
+}
+
+void StateClient::handleFetchReply(QNetworkReply *reply)
+{
+    ++m_fetchCount;
+    if (reply->error() != QNetworkReply::NoError && reply->error() < QNetworkReply::ContentAccessDenied) {
+        fetchFailed(reply->errorString());
+        return;
+    }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status != 200) {
+        fetchFailed(QStringLiteral("bad server response (HTTP %1)").arg(status));
+        return;
+    }
+    const QByteArray body = reply->readAll();
+    // The usual poll: nothing changed since the document we hold, or since the one being
+    // decoded right now.
+    if ((!m_lastBody.isNull() && body == m_lastBody) || (!m_decodingBody.isNull() && body == m_decodingBody)) {
+        if (body == m_lastBody)
+            fetchSucceeded();
+        return;
+    }
+    m_decodingBody = body;
+    ++m_decodeCount;
+    const PanelState snapshot = m_state; // shared, not copied
+    const quint64 generation = m_stateGeneration;
+    QPointer<StateClient> self(this);
+    QThreadPool::globalInstance()->start([self, body, snapshot, generation] {
+        QString error;
+        std::optional<PanelState> decoded = PanelState::decode(body, &error);
+        const bool differs = decoded && !(*decoded == snapshot);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, body, decoded = std::move(decoded), error, differs, generation]() mutable {
+                if (self)
+                    self->applyDecoded(body, std::move(decoded), error, differs, generation);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void StateClient::applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error,
+                               bool differs, quint64 generation)
+{
+    if (m_decodingBody == body)
+        m_decodingBody.clear();
+    if (!decoded) {
+        fetchFailed(QStringLiteral("cannot decode the state document: %1").arg(error));
+        return;
+    }
+    m_lastBody = body;
+    // The comparison made on the worker holds unless another fetch replaced the state since.
+    if (generation != m_stateGeneration)
+        differs = !(*decoded == m_state);
+    if (differs) {
+        m_state = std::move(*decoded);
+        ++m_stateGeneration;
+        Q_EMIT stateChanged(m_state);
+    }
+    fetchSucceeded();
+}
+
+void StateClient::fetchSucceeded()
+{
+    if (m_connection == Connection::connected)
+        return;
+    m_connection = Connection::connected;
+    logInfo(QStringLiteral("connected: %1 msgs, %2 contacts").arg(m_state.messages.size()).arg(m_state.contacts.size()));
+    Q_EMIT connectionChanged(m_connection);
+}
+
+void StateClient::fetchFailed(const QString &reason)
+{
+    if (m_connection != Connection::offline) {
+        m_connection = Connection::offline;
+        logInfo(QStringLiteral("offline: %1").arg(reason));
+        Q_EMIT connectionChanged(m_connection);
+    }
+    if (m_started && !m_autoStartInFlight) {
+        m_autoStartInFlight = true;
+        ensureServerRunning([this](bool running) {
+            m_autoStartInFlight = false;
+            // With no tool to start, fetching again at once would spin through fetch,
+            // probe and spawn attempt without pause: the next try waits for one poll interval.
+            if (running)
+                refresh();
+            else
+                QTimer::singleShot(m_pollTimer.interval(), this, &StateClient::refresh);
+        });
+    }
+}
+
+void StateClient::isServerResponding(std::function<void(bool)> done)
+{
+    QNetworkReply *reply = m_http->get(getRequest(m_baseURL + QStringLiteral("/api/state"), kProbeTimeoutMs));
+    connect(reply, &QNetworkReply::finished, this, [reply, done = std::move(done)] {
+        reply->deleteLater();
+        const bool ok = (reply->error() == QNetworkReply::NoError || reply->error() >= QNetworkReply::ContentAccessDenied)
+            && reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
+        done(ok);
+    });
+}
+
+void StateClient::ensureServerRunning(std::function<void(bool)> done)
+{
+    if (!done)
+        done = [](bool) {};
+    isServerResponding([this, done](bool responding) {
+        if (responding) {
+            logDaemon(QStringLiteral("daemon: state server already responding — not spawning"));
+            done(true);
+            return;
+        }
+        logDaemon(QStringLiteral("daemon: state server silent — attempting to spawn `quillmote web`"));
+        // Resolving the tool touches the file system: off the main thread.
+        QPointer<StateClient> self(this);
+        const qint64 port = m_port;
+        QThreadPool::globalInstance()->start([self, port, done] {
+            const bool spawned = DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient);
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [self, spawned, done] {
+                    if (!self)
+                        return;
+                    if (!spawned) {
+                        logDaemon(QStringLiteral("daemon: spawn failed (binary not found / exec error)"));
+                        done(false);
+                        return;
+                    }
+                    self->probeUntilAnswer(1, done);
+                },
+                Qt::QueuedConnection);
+        });
+    });
+}
+
+void StateClient::probeUntilAnswer(int attempt, std::function<void(bool)> done)
+{
+    QTimer::singleShot(kSpawnProbeIntervalMs, this, [this, attempt, done] {
+        isServerResponding([this, attempt, done](bool responding) {
+            if (responding) {
+                logDaemon(QStringLiteral("daemon: spawned server is now responding"));
+                done(true);
+            } else if (attempt >= kSpawnProbes) {
+                logDaemon(QStringLiteral("daemon: spawned but /api/state did not answer within ~10s"));
+                done(false);
+            } else {
+                probeUntilAnswer(attempt + 1, done);
+            }
+        });
+    });
+}
+
+void StateClient::closeSSE()
+{
+    if (!m_sseReply)
+        return;
+    QNetworkReply *reply = m_sseReply;
+    m_sseReply.clear();
+    reply->disconnect(this);
+    reply->abort();
+    reply->deleteLater();
+}
+
+void StateClient::connectSSE()
+{
+    closeSSE();
+    m_sseLines.reset();
+    QNetworkRequest request = getRequest(m_baseURL + QStringLiteral("/events"), 0);
+    request.setRawHeader("Accept", "text/event-stream");
+    QNetworkReply *reply = m_sseHttp->get(request);
+    m_sseReply = reply;
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
+        const int changed = m_sseLines.feed(reply->readAll());
+        for (int i = 0; i < changed; ++i)
+            refresh();
+    });
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        if (m_sseReply == reply) {
+            m_sseReply.clear();
+            reply->deleteLater();
+        }
+        scheduleSSEReconnect();
+    });
+}
+
+void StateClient::scheduleSSEReconnect()
+{
+    m_sseReconnectTimer.start();
+}

@@ -1,0 +1,136 @@
+// The searches behind pickers and completion, against the stand-in tool.
+#include "intents/EntityQueries.h"
+#include "intents/SimWorld.h"
+#include "intents/ToolRunner.h"
+#include "support/LogCapture.h"
+
+#include <QJsonArray>
+#include <QTest>
+
+using Kind = EntityQueries::Kind;
+
+namespace {
+
+QList<IntentEntity> await(const std::function<void(EntityQueries::Done)> &start)
+{
+    std::optional<QList<IntentEntity>> out;
+    start([&](const QList<IntentEntity> &r) { out = r; });
+    if (!QTest::qWaitFor([&] { return out.has_value(); }, 15000))
+        return {{"test", "no answer"}};
+    return *out;
+}
+
+QStringList ids(const QList<IntentEntity> &entities)
+{
+    QStringList out;
+    for (const IntentEntity &e : entities)
+        out << e.id;
+    return out;
+}
+
+} // namespace
+
+class TestEntityQueries : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void searchIsNormalised_data();
+    void searchIsNormalised();
+    void friendsAndRequestsComeFromTheTool();
+    void savedIdentifiersOfRemovedFriendsResolveToNothing();
+    void inboxMessagesShowSenderAndText();
+    void toolFailureIsOneLineAndAnEmptyList_data();
+    void toolFailureIsOneLineAndAnEmptyList();
+};
+
+void TestEntityQueries::searchIsNormalised_data()
+{
+    QTest::addColumn<QString>("search");
+    QTest::addColumn<QStringList>("found");
+    QTest::newRow("at, capitals, blank") << "@AB " << QStringList{"abe", "crab", "xAbY"};
+    QTest::newRow("at signs only") << "@@" << QStringList{"abe", "crab", "xAbY", "zed"};
+    QTest::newRow("blanks only") << " \t\n" << QStringList{"abe", "crab", "xAbY", "zed"};
+    QTest::newRow("empty") << "" << QStringList{"abe", "crab", "xAbY", "zed"};
+    QTest::newRow("at both ends") << "@zed@" << QStringList{"zed"};
+    QTest::newRow("at inside stays") << "a@b" << QStringList{};
+    QTest::newRow("no match") << "q" << QStringList{};
+}
+
+void TestEntityQueries::searchIsNormalised()
+{
+    QFETCH(QString, search);
+    QFETCH(QStringList, found);
+    QList<IntentEntity> all;
+    for (const QString h : {"abe", "crab", "xAbY", "zed"})
+        all.append({h, "@" + h});
+    QCOMPARE(ids(EntityQueries::filter(all, search)), found);
+}
+
+void TestEntityQueries::friendsAndRequestsComeFromTheTool()
+{
+    SimWorld world;
+    world.setState({{"friends", QJsonArray{"Abby", "bob", "cab"}}, {"requests", QJsonArray{"carol", "dan"}}});
+    CLIToolRunner runner;
+    EntityQueries queries(runner);
+
+    QCOMPARE(await([&](auto done) { queries.matching(Kind::friends, "@AB ", done); }),
+             (QList<IntentEntity>{{"Abby", "@Abby"}, {"cab", "@cab"}}));
+    QCOMPARE(ids(await([&](auto done) { queries.suggested(Kind::friendRequests, done); })), (QStringList{"carol", "dan"}));
+    QCOMPARE(world.argvs(), (QList<QStringList>{{"friends", "--json"}, {"requests", "--json"}}));
+}
+
+void TestEntityQueries::savedIdentifiersOfRemovedFriendsResolveToNothing()
+{
+    SimWorld world;
+    world.setState({{"friends", QJsonArray{"alice", "bob"}}});
+    CLIToolRunner runner;
+    EntityQueries queries(runner);
+    LogCapture log;
+    QCOMPARE(ids(await([&](auto done) { queries.entitiesFor(Kind::friends, {"bob", "gone", "alice"}, done); })),
+             (QStringList{"bob", "alice"}));
+    QCOMPARE(log.count("failed"), 0);
+}
+
+void TestEntityQueries::inboxMessagesShowSenderAndText()
+{
+    SimWorld world;
+    CLIToolRunner runner;
+    EntityQueries queries(runner);
+    const QList<IntentEntity> all = await([&](auto done) { queries.suggested(Kind::inboxMessages, done); });
+    QCOMPARE(all, (QList<IntentEntity>{{"in-1", "@alice：hello from alice"}, {"in-2", "@bob：（结构化消息）"}}));
+    QCOMPARE(ids(await([&](auto done) { queries.matching(Kind::inboxMessages, "HELLO", done); })), QStringList{"in-1"});
+    QCOMPARE(world.argvs().first(), (QStringList{"inbox", "--once", "--json"}));
+}
+
+void TestEntityQueries::toolFailureIsOneLineAndAnEmptyList_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("friends") << int(Kind::friends) << "FriendQuery: friends --json failed: not logged in";
+    QTest::newRow("requests") << int(Kind::friendRequests) << "FriendRequestQuery: requests --json failed: not logged in";
+}
+
+void TestEntityQueries::toolFailureIsOneLineAndAnEmptyList()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, line);
+    SimWorld world;
+    world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:not logged in");
+    CLIToolRunner runner;
+    EntityQueries queries(runner);
+    LogCapture log;
+    QCOMPARE(await([&](auto done) { queries.matching(Kind(kind), "a", done); }), QList<IntentEntity>{});
+    QCOMPARE(log.count(line), 1);
+    QCOMPARE(log.find(line).level, QStringLiteral("error"));
+
+    // The tool absent altogether: the same, one line per query.
+    CLIRunner::resetCacheForTesting();
+    world.env.set("QUILLMOTE_BIN", "/nonexistent/quillmote");
+    world.env.set("PATH", "");
+    log.clear();
+    QCOMPARE(await([&](auto done) { queries.suggested(Kind(kind), done); }), QList<IntentEntity>{});
+    QCOMPARE(log.count(line.section(": ", 0, 1) + ": 找不到 quillmote CLI"), 1);
+}
+
+QTEST_GUILESS_MAIN(TestEntityQueries)
+#include "tst_entityqueries.moc"
