@@ -1,0 +1,183 @@
+#include "alerts/NotchViewModel.h"
+
+#include <QColor>
+#include <QRegularExpression>
+
+NotchViewModel::NotchViewModel(QObject *parent)
+    : QObject(parent)
+{
+}
+
+QString NotchViewModel::sender() const { return m_item ? m_item->sender : QString(); }
+QString NotchViewModel::title() const { return m_item ? m_item->title : QString(); }
+QString NotchViewModel::body() const { return m_item ? m_item->body : QString(); }
+bool NotchViewModel::hasCode() const { return m_item && m_item->codeText.has_value(); }
+QString NotchViewModel::codeText() const { return m_item ? m_item->codeText.value_or(QString()) : QString(); }
+
+QString NotchViewModel::initials() const
+{
+    if (!m_item)
+        return {};
+    // Handles are often "first-last" or "first_last": take the first letter of each of
+    // the first two words, else the first two characters.
+    static const QRegularExpression separators(QStringLiteral("[-_.\\s]+"));
+    const QStringList words = m_item->sender.split(separators, Qt::SkipEmptyParts);
+    QString out;
+    if (words.size() >= 2)
+        out = words.at(0).left(1) + words.at(1).left(1);
+    else
+        out = m_item->sender.left(2);
+    return out.toUpper();
+}
+
+QString NotchViewModel::avatarColor() const
+{
+    if (!m_item)
+        return QStringLiteral("#5b6b7f");
+    // A stable hue per sender, so the same agent always gets the same colour.
+    // FNV-1a, not qHash: Qt's string hash is seeded per process.
+    quint32 h = 2166136261u;
+    for (const QChar c : m_item->sender)
+        h = (h ^ c.unicode()) * 16777619u;
+    const int hue = int(h % 360);
+    return QColor::fromHsl(hue, 150, 110).name();
+}
+
+QString NotchViewModel::accessibleLabel() const
+{
+    if (!m_item)
+        return QStringLiteral("Quillmote 新消息，");
+    return QStringLiteral("Quillmote 新消息，%1：%2").arg(m_item->title, m_item->body.left(120));
+}
+
+QString NotchViewModel::stateName(NotchState state)
+{
+    switch (state) {
+    case NotchState::hidden:
+        return QStringLiteral("hidden");
+    case NotchState::compact:
+        return QStringLiteral("compact");
+    case NotchState::expanded:
+        return QStringLiteral("expanded");
+    }
+    return {};
+}
+
+QString NotchViewModel::stateName() const { return stateName(m_state); }
+
+// The strip hugs the top edge with small top corners; the card rounds more below.
+qreal NotchViewModel::topRadius() const { return m_state == NotchState::expanded ? 10 : 6; }
+qreal NotchViewModel::bottomRadius() const { return m_state == NotchState::expanded ? 22 : 16; }
+
+void NotchViewModel::setItem(const std::optional<NotchItem> &item)
+{
+    if (m_item == item)
+        return;
+    m_item = item;
+    Q_EMIT itemChanged();
+}
+
+void NotchViewModel::setMotion(NotchMotion &slot, const NotchMotion &motion)
+{
+    if (slot == motion)
+        return;
+    slot = motion;
+    Q_EMIT motionChanged();
+}
+
+void NotchViewModel::setState(NotchState state, const NotchMotion &motion)
+{
+    // The motion is published first: the view's animation reads it when the state changes.
+    setMotion(m_stateMotion, motion);
+    if (m_state == state)
+        return;
+    m_state = state;
+    Q_EMIT stateChanged();
+}
+
+void NotchViewModel::setUnread(int unread)
+{
+    if (m_unread == unread)
+        return;
+    m_unread = unread;
+    Q_EMIT countsChanged();
+}
+
+void NotchViewModel::setQueued(int queued)
+{
+    if (m_queued == queued)
+        return;
+    m_queued = queued;
+    Q_EMIT countsChanged();
+}
+
+void NotchViewModel::setIsPulse(bool pulse)
+{
+    if (m_isPulse == pulse)
+        return;
+    m_isPulse = pulse;
+    Q_EMIT countsChanged();
+}
+
+void NotchViewModel::setGeometry(bool hasNotch, qreal notchWidth, qreal notchHeight)
+{
+    if (m_hasNotch == hasNotch && m_notchWidth == notchWidth && m_notchHeight == notchHeight)
+        return;
+    m_hasNotch = hasNotch;
+    m_notchWidth = notchWidth;
+    m_notchHeight = notchHeight;
+    Q_EMIT geometryChanged();
+}
+
+void NotchViewModel::setReplyText(const QString &text)
+{
+    if (m_replyText == text)
+        return;
+    m_replyText = text;
+    Q_EMIT replyTextChanged();
+}
+
+void NotchViewModel::setReplyVisible(bool visible, const NotchMotion &motion)
+{
+    setMotion(m_replyMotion, motion);
+    if (m_replyVisible == visible)
+        return;
+    m_replyVisible = visible;
+    Q_EMIT replyVisibleChanged();
+}
+
+void NotchViewModel::setFeedback(const std::optional<QString> &text, const NotchMotion &motion)
+{
+    setMotion(m_feedbackMotion, motion);
+    if (m_feedback == text)
+        return;
+    m_feedback = text;
+    Q_EMIT feedbackChanged();
+}
+
+void NotchViewModel::setReduceMotion(bool reduce)
+{
+    if (m_reduceMotion == reduce)
+        return;
+    m_reduceMotion = reduce;
+    Q_EMIT motionChanged();
+}
+
+void NotchViewModel::action(const QString &name, const QString &text)
+{
+    const auto parsed = NotchAction::fromName(name, text);
+    if (parsed && onAction)
+        onAction(*parsed);
+}
+
+void NotchViewModel::hoverChanged(bool inside)
+{
+    if (onHoverChange)
+        onHoverChange(inside);
+}
+
+void NotchViewModel::contentSize(qreal width, qreal height)
+{
+    if (onContentSize)
+        onContentSize(width, height);
+}

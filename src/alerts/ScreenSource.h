@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QList>
+#include <QRect>
+#include <QString>
+
+#include <optional>
+
+// One screen as the notch sees it, in the desktop's top-left coordinates.
+struct NotchScreen {
+    QString name;
+    QRect frame; // the whole screen
+    QRect available; // without panels (the top panel's bottom edge is available.top())
+    double topInset = 0; // height of a camera housing; no Linux screen reports one
+    std::optional<double> auxLeftWidth; // the areas left and right of a housing
+    std::optional<double> auxRightWidth;
+
+    bool operator==(const NotchScreen &) const = default;
+};
+
+// The screens of the desktop.
+class ScreenSource
+{
+public:
+    virtual ~ScreenSource() = default;
+    virtual QList<NotchScreen> screens() const = 0;
+    // Index of the primary screen in screens(), or -1.
+    virtual int primaryIndex() const = 0;
+};

@@ -1,0 +1,585 @@
+#include "alerts/NotchController.h"
+#include "app/SettingsStore.h"
+#include "fakes/FakeMotion.h"
+#include "fakes/FakePanel.h"
+#include "fakes/FakePasteboard.h"
+#include "fakes/FakeScheduler.h"
+#include "fakes/FakeScreens.h"
+#include "fakes/FakeSound.h"
+#include "support/TestEnv.h"
+
+#include <QTest>
+
+// A controller on fakes, with its log lines and outgoing frames recorded.
+struct Rig {
+    Rig()
+    {
+        NotchPorts ports;
+        ports.scheduler = clock;
+        ports.screens = screens;
+        ports.pasteboard = pasteboard;
+        ports.sound = sound;
+        ports.motion = motion;
+        ports.makePanel = [this](NotchViewModel &) {
+            ++panelsBuilt;
+            return std::make_unique<FakePanel>(panel);
+        };
+        notch = std::make_unique<NotchController>(ports);
+        notch->onLog = [this](const QString &line) { log.append(line); };
+        notch->onReply = [this](const ReplyFrame &f) {
+            replies.append(f);
+            return terminalListening;
+        };
+        notch->onFill = [this](const FillFrame &f) {
+            fills.append(f);
+            return terminalListening;
+        };
+        notch->onOpenApp = [this](const QString &sender) { opened.append(sender); };
+    }
+
+    NotchViewModel &model() { return notch->model(); }
+    QString state() { return model().stateName(); }
+    std::optional<QString> msgId() { return model().item() ? model().item()->msgId : std::nullopt; }
+    int logCount(const QString &line) const { return int(log.count(line)); }
+
+    std::shared_ptr<FakeScheduler> clock = std::make_shared<FakeScheduler>();
+    std::shared_ptr<FakeScreens> screens = std::make_shared<FakeScreens>();
+    std::shared_ptr<FakePasteboard> pasteboard = std::make_shared<FakePasteboard>();
+    std::shared_ptr<FakeSound> sound = std::make_shared<FakeSound>();
+    std::shared_ptr<FakeMotion> motion = std::make_shared<FakeMotion>();
+    FakePanel::Record panel;
+    int panelsBuilt = 0;
+    std::unique_ptr<NotchController> notch;
+    QStringList log;
+    QList<ReplyFrame> replies;
+    QList<FillFrame> fills;
+    QStringList opened;
+    bool terminalListening = true;
+};
+
+static NotifyFrame frame(const QString &sender, const QString &msgId, const QString &body = QStringLiteral("hello"))
+{
+    NotifyFrame f;
+    f.type = QStringLiteral("notify");
+    f.sender = sender;
+    f.body = body;
+    if (!msgId.isEmpty())
+        f.msgId = msgId;
+    return f;
+}
+
+static NotifyFrame codeFrame(const QString &code)
+{
+    NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"), QStringLiteral("run this"));
+    f.hasCode = true;
+    f.codeText = code;
+    return f;
+}
+
+class TestNotchController : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void itemIsBuiltFromTheFrame_data();
+    void itemIsBuiltFromTheFrame();
+    void modelStartsUnmeasured();
+    void secondFrameWaitsAndFollowsTheFirst_data();
+    void secondFrameWaitsAndFollowsTheFirst();
+    void frameDuringClosingShowsAtOnce();
+    void closingWithEmptyQueueOrdersThePanelOut();
+    void hoverExpandsCollapsesAndRestartsTheTimer();
+    void pinAndReplyFieldSurviveHoverOut();
+    void actionsScheduleFlashAndLog_data();
+    void actionsScheduleFlashAndLog();
+    void failedReplyKeepsTheText();
+    void copyCodeWithoutCodeDoesNothing();
+    void feedbackClearsAfterItsFlash();
+    void openAppOpensAndCloses();
+    void actionsWithoutItemAreIgnored();
+    void debugSwitch_data();
+    void debugSwitch();
+    void chimeIsDebouncedAndFollowsTheSoundSwitch();
+    void noScreenDropsTheFrameSilently();
+    void noScreenAtFollowUpLeavesTheQueueStuck();
+    void panelHangsCentredFromTheTopOfTheAvailableArea();
+    void targetScreenPrefersAHousingThenThePrimary();
+    void reduceMotionSwapsSpringsForEaseOuts();
+    void openReplyShowsTheFieldFocusedAndPinned();
+
+private:
+    std::unique_ptr<TestEnv> m_env;
+};
+
+void TestNotchController::init()
+{
+    m_env = std::make_unique<TestEnv>();
+    m_env->unset("QUILLMOTE_NOTCH_DEBUG");
+}
+
+void TestNotchController::itemIsBuiltFromTheFrame_data()
+{
+    QTest::addColumn<std::optional<QString>>("title");
+    QTest::addColumn<std::optional<QString>>("code");
+    QTest::addColumn<QString>("expectedTitle");
+    QTest::addColumn<bool>("expectCode");
+    QTest::newRow("no title") << std::optional<QString>() << std::optional<QString>() << "@alice" << false;
+    QTest::newRow("title") << std::optional<QString>("Build done") << std::optional<QString>() << "Build done" << false;
+    QTest::newRow("empty code") << std::optional<QString>() << std::optional<QString>("") << "@alice" << false;
+    QTest::newRow("code") << std::optional<QString>() << std::optional<QString>("ls") << "@alice" << true;
+}
+
+void TestNotchController::itemIsBuiltFromTheFrame()
+{
+    QFETCH(std::optional<QString>, title);
+    QFETCH(std::optional<QString>, code);
+    QFETCH(QString, expectedTitle);
+    QFETCH(bool, expectCode);
+    Rig r;
+    NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"));
+    f.title = title;
+    f.codeText = code;
+    r.notch->present(f, 3, false);
+    QVERIFY(r.model().item());
+    QCOMPARE(r.model().item()->title, expectedTitle);
+    QCOMPARE(r.model().hasCode(), expectCode);
+    QCOMPARE(r.model().unread(), 3);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+}
+
+void TestNotchController::modelStartsUnmeasured()
+{
+    NotchViewModel m;
+    QCOMPARE(m.notchWidth(), 196.0);
+    QCOMPARE(m.notchHeight(), 32.0);
+    QCOMPARE(m.state(), NotchState::hidden);
+    Rig r;
+    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+    QCOMPARE(r.model().notchHeight(), 30.0);
+    QCOMPARE(r.model().hasNotch(), false);
+}
+
+void TestNotchController::secondFrameWaitsAndFollowsTheFirst_data()
+{
+    QTest::addColumn<bool>("secondPulse");
+    QTest::addColumn<int>("waitingBehind");
+    QTest::addColumn<double>("secondTimer");
+    QTest::newRow("non-pulse, last") << false << 0 << 300.0;
+    QTest::newRow("pulse, last") << true << 0 << 8.0;
+    QTest::newRow("more waiting") << false << 1 << 6.0;
+}
+
+void TestNotchController::secondFrameWaitsAndFollowsTheFirst()
+{
+    QFETCH(bool, secondPulse);
+    QFETCH(int, waitingBehind);
+    QFETCH(double, secondTimer);
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
+    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+
+    r.clock->advance(10);
+    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, secondPulse);
+    QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
+    for (int i = 0; i < waitingBehind; ++i)
+        r.notch->present(frame(QStringLiteral("carol"), {}), 3, false);
+    QCOMPARE(r.model().queued(), 1 + waitingBehind);
+    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+    // The arrival does not shorten the first item's backstop; leaving the pointer does.
+    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+    r.notch->hoverChanged(true);
+    QCOMPARE(r.state(), QStringLiteral("expanded"));
+    QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
+    r.notch->hoverChanged(false);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(4));
+
+    r.clock->advance(4);
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    r.clock->advance(0.31);
+    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+    r.clock->advance(0.01);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+    QCOMPARE(r.model().unread(), 2);
+    QCOMPARE(r.model().isPulse(), secondPulse);
+    QCOMPARE(r.model().queued(), waitingBehind);
+    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(secondTimer));
+    QCOMPARE(r.panel.orderOuts, 0);
+    QCOMPARE(r.panelsBuilt, 1);
+}
+
+void TestNotchController::frameDuringClosingShowsAtOnce()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+    r.clock->advance(8);
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    QVERIFY(r.panel.visible);
+    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+    r.clock->advance(0.5);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    QVERIFY(r.panel.visible);
+    QCOMPARE(r.panel.orderOuts, 0);
+}
+
+void TestNotchController::closingWithEmptyQueueOrdersThePanelOut()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.notch->hoverChanged(true);
+    r.notch->handle({NotchAction::Kind::beginReply, {}});
+    r.model().setReplyText(QStringLiteral("draft"));
+    r.clock->advance(299);
+    QCOMPARE(r.state(), QStringLiteral("expanded"));
+    r.notch->handle({NotchAction::Kind::dismiss, {}});
+    QCOMPARE(r.log.last(), QStringLiteral("notch: dismiss (red dot) m1"));
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    QVERIFY(!r.model().replyVisible());
+    QVERIFY(!r.panel.focus);
+    QVERIFY(r.panel.visible);
+    r.clock->advance(0.32);
+    QVERIFY(!r.panel.visible);
+    QCOMPARE(r.model().queued(), 0);
+    // A fresh show after hidden starts with an empty, closed reply field.
+    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+    QCOMPARE(r.model().replyText(), QString());
+    QCOMPARE(r.panelsBuilt, 1);
+}
+
+void TestNotchController::hoverExpandsCollapsesAndRestartsTheTimer()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.clock->advance(200);
+    r.notch->hoverChanged(true);
+    r.notch->hoverChanged(false);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    r.clock->advance(299);
+    QCOMPARE(r.state(), QStringLiteral("compact"));
+    r.clock->advance(1);
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    // Hover is ignored while hidden.
+    r.notch->hoverChanged(true);
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+}
+
+void TestNotchController::pinAndReplyFieldSurviveHoverOut()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+    r.notch->handle({NotchAction::Kind::expand, {}});
+    QVERIFY(r.notch->pinned());
+    r.notch->hoverChanged(true);
+    r.notch->hoverChanged(false);
+    QCOMPARE(r.state(), QStringLiteral("expanded"));
+    QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
+
+    Rig s;
+    s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+    s.notch->hoverChanged(true);
+    s.notch->handle({NotchAction::Kind::beginReply, {}});
+    QCOMPARE(s.panel.focusRequests, QList<bool>{true});
+    s.notch->hoverChanged(false);
+    QCOMPARE(s.state(), QStringLiteral("expanded"));
+    QCOMPARE(s.notch->pendingDismissDelay(), std::nullopt);
+    s.clock->advance(1000);
+    QCOMPARE(s.state(), QStringLiteral("expanded"));
+}
+
+void TestNotchController::actionsScheduleFlashAndLog_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("listening");
+    QTest::addColumn<double>("timer");
+    QTest::addColumn<QString>("flash");
+    QTest::addColumn<QString>("logLine");
+    using K = NotchAction::Kind;
+    QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << "" << "notch: expand+pin (click) m1";
+    QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制" << "notch: copy body m1";
+    QTest::newRow("copy code") << int(K::copyCode) << "" << true << 300.0 << "代码已复制"
+                               << "notch: copy code (13 chars) m1";
+    QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << "" << "notch: reply cancelled (esc) m1";
+    QTest::newRow("fill delivered") << int(K::fill) << "" << true << 1.6 << "已发送到终端 ⤵"
+                                    << "notch: fill (user-initiated, 13 chars, delivered=true) m1";
+    QTest::newRow("fill, no terminal") << int(K::fill) << "" << false << 3.0 << "终端未连接"
+                                       << "notch: fill (user-initiated, 13 chars, delivered=false) m1";
+    QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓" << "";
+    QTest::newRow("reply, no terminal") << int(K::submitReply) << "ok" << false << 4.0 << "终端未连接，未发送"
+                                        << "notch: reply NOT delivered (no client connected) m1";
+}
+
+void TestNotchController::actionsScheduleFlashAndLog()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, text);
+    QFETCH(bool, listening);
+    QFETCH(double, timer);
+    QFETCH(QString, flash);
+    QFETCH(QString, logLine);
+    Rig r;
+    r.terminalListening = listening;
+    r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
+    r.log.clear();
+    r.notch->handle({NotchAction::Kind(kind), text});
+    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
+    QCOMPARE(r.model().feedbackText(), flash);
+    if (logLine.isEmpty())
+        QVERIFY2(r.log.isEmpty(), qPrintable(r.log.join('\n')));
+    else
+        QCOMPARE(r.log, QStringList{logLine});
+    if (kind == int(NotchAction::Kind::fill))
+        QCOMPARE(r.fills, (QList<FillFrame>{{QStringLiteral("git push -f\n "), QStringLiteral("m1")}}));
+    if (kind == int(NotchAction::Kind::submitReply))
+        QCOMPARE(r.replies, (QList<ReplyFrame>{{QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1")}}));
+    if (kind == int(NotchAction::Kind::copyCode))
+        QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
+}
+
+void TestNotchController::failedReplyKeepsTheText()
+{
+    Rig r;
+    r.terminalListening = false;
+    r.notch->present(frame(QStringLiteral("alice"), {}), 1, false);
+    r.notch->hoverChanged(true);
+    r.notch->handle({NotchAction::Kind::beginReply, {}});
+    r.model().setReplyText(QStringLiteral("on it"));
+    r.notch->handle(NotchAction::submitReply(QString()));
+    QVERIFY(r.replies.isEmpty());
+    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
+    QCOMPARE(r.replies.size(), 1);
+    QCOMPARE(r.replies.first().msgId, std::nullopt);
+    QCOMPARE(r.model().replyText(), QStringLiteral("on it"));
+    QVERIFY(r.model().replyVisible());
+    QCOMPARE(r.log.last(), QStringLiteral("notch: reply NOT delivered (no client connected) <no-id>"));
+    // Sending again once a terminal listens clears and closes the field.
+    r.terminalListening = true;
+    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
+    QCOMPARE(r.model().replyText(), QString());
+    QVERIFY(!r.model().replyVisible());
+    QCOMPARE(r.panel.focusRequests, (QList<bool>{true, false}));
+}
+
+void TestNotchController::copyCodeWithoutCodeDoesNothing()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.log.clear();
+    r.notch->handle({NotchAction::Kind::copyCode, {}});
+    QVERIFY(r.pasteboard->copies.isEmpty());
+    QVERIFY(r.log.isEmpty());
+    QVERIFY(!r.model().hasFeedback());
+    // Fill without code sends the body.
+    r.notch->handle({NotchAction::Kind::fill, {}});
+    QCOMPARE(r.fills.first().text, QStringLiteral("hello"));
+}
+
+void TestNotchController::feedbackClearsAfterItsFlash()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.notch->handle({NotchAction::Kind::copyBody, {}});
+    QCOMPARE(r.model().feedbackMotion().value("duration").toInt(), 120);
+    r.clock->advance(1.0);
+    r.notch->handle({NotchAction::Kind::copyBody, {}}); // restarts the 1.5 s
+    r.clock->advance(1.4);
+    QCOMPARE(r.model().feedbackText(), QStringLiteral("已复制"));
+    r.clock->advance(0.1);
+    QVERIFY(!r.model().hasFeedback());
+    QCOMPARE(r.model().feedbackMotion().value("duration").toInt(), 200);
+    QCOMPARE(r.pasteboard->copies, (QStringList{QStringLiteral("hello"), QStringLiteral("hello")}));
+}
+
+void TestNotchController::openAppOpensAndCloses()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.notch->handle({NotchAction::Kind::openApp, {}});
+    QCOMPARE(r.opened, QStringList{QStringLiteral("alice")});
+    QCOMPARE(r.log.last(), QStringLiteral("notch: openApp → @alice"));
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+
+    Rig s;
+    s.notch->onOpenApp = nullptr;
+    s.notch->onLog = nullptr;
+    s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    s.notch->handle({NotchAction::Kind::openApp, {}});
+    QCOMPARE(s.state(), QStringLiteral("hidden"));
+}
+
+void TestNotchController::actionsWithoutItemAreIgnored()
+{
+    Rig r;
+    for (int k = 0; k <= int(NotchAction::Kind::submitReply); ++k)
+        r.notch->handle({NotchAction::Kind(k), QStringLiteral("x")});
+    QVERIFY(r.log.isEmpty());
+    QVERIFY(r.fills.isEmpty() && r.replies.isEmpty() && r.opened.isEmpty());
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    QCOMPARE(r.clock->pending(), 0);
+    // The view names actions by their case name; unknown names go nowhere.
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.model().action(QStringLiteral("copyBody"));
+    r.model().action(QStringLiteral("nonsense"));
+    QCOMPARE(r.pasteboard->copies.size(), 1);
+}
+
+void TestNotchController::debugSwitch_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("1") << QByteArray("1") << true;
+    QTest::newRow("true") << QByteArray("true") << false;
+    QTest::newRow("0") << QByteArray("0") << false;
+}
+
+void TestNotchController::debugSwitch()
+{
+    QFETCH(QByteArray, value);
+    QFETCH(bool, on);
+    m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
+    Rig r;
+    QCOMPARE(r.notch->debugForceExpanded(), on);
+    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+    if (on) {
+        QCOMPARE(r.state(), QStringLiteral("expanded"));
+        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QCOMPARE(r.notch->queueLength(), 0);
+        QCOMPARE(r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")), 2);
+        r.clock->advance(100000);
+        QCOMPARE(r.state(), QStringLiteral("expanded"));
+    } else {
+        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+        QCOMPARE(r.notch->queueLength(), 1);
+    }
+}
+
+void TestNotchController::chimeIsDebouncedAndFollowsTheSoundSwitch()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+    r.clock->advance(0.5);
+    r.notch->present(frame(QStringLiteral("b"), {}), 1, false); // queued, still considered
+    QCOMPARE(r.sound->plays, 1);
+    r.clock->advance(0.31); // 0.81 s after the first chime
+    r.notch->present(frame(QStringLiteral("c"), {}), 1, false);
+    QCOMPARE(r.sound->plays, 2);
+
+    SettingsStore::setFlag(SettingsStore::Key::sound, false);
+    r.clock->advance(5);
+    r.notch->present(frame(QStringLiteral("d"), {}), 1, false);
+    QCOMPARE(r.sound->plays, 2);
+}
+
+void TestNotchController::noScreenDropsTheFrameSilently()
+{
+    Rig r;
+    r.screens->list.clear();
+    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
+    QCOMPARE(r.sound->plays, 0);
+    QCOMPARE(r.notch->queueLength(), 0);
+    QCOMPARE(r.panelsBuilt, 0);
+    QVERIFY(r.log.isEmpty());
+    QVERIFY(!r.model().item());
+}
+
+void TestNotchController::noScreenAtFollowUpLeavesTheQueueStuck()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
+    r.notch->present(frame(QStringLiteral("b"), QStringLiteral("m2")), 1, false);
+    const auto screens = r.screens->list;
+    r.screens->list.clear();
+    r.notch->handle({NotchAction::Kind::dismiss, {}});
+    r.clock->advance(0.32);
+    QVERIFY(!r.panel.visible);
+    QCOMPARE(r.model().queued(), 0);
+    QCOMPARE(r.notch->queueLength(), 1);
+    // The screen returns, but nothing is on show to close, so nothing ever drains the queue.
+    r.screens->list = screens;
+    r.notch->present(frame(QStringLiteral("c"), QStringLiteral("m3")), 1, false);
+    QCOMPARE(r.log.last(), QStringLiteral("notch: queued (2 waiting) m3 from @c"));
+    r.clock->advance(100000);
+    QCOMPARE(r.state(), QStringLiteral("hidden"));
+    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+}
+
+void TestNotchController::panelHangsCentredFromTheTopOfTheAvailableArea()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+    QCOMPARE(r.panel.fronts.last(), QRect(550, 32, 340, 68));
+    r.model().contentSize(320.4, 44.2);
+    QCOMPARE(r.panel.frame, QRect(560, 32, 321, 45));
+    r.model().contentSize(0, 0); // nothing to fit while the view collapses to nothing
+    QCOMPARE(r.panel.frame, QRect(560, 32, 321, 45));
+    r.clock->advance(300.32);
+    r.notch->present(frame(QStringLiteral("b"), {}), 1, true);
+    QCOMPARE(r.panel.fronts.last(), QRect(645, 32, 150, 68));
+}
+
+void TestNotchController::targetScreenPrefersAHousingThenThePrimary()
+{
+    const NotchScreen left{QStringLiteral("L"), QRect(0, 0, 1920, 1080), QRect(0, 0, 1920, 1040), 0, {}, {}};
+    const NotchScreen right{QStringLiteral("R"), QRect(1920, 0, 1280, 800), QRect(1920, 24, 1280, 776), 0, {}, {}};
+    NotchScreen built{QStringLiteral("B"), QRect(3200, 0, 1512, 982), QRect(3200, 38, 1512, 944), 38, 650, 650};
+    QCOMPARE(NotchGeometry::targetScreen({left, right}, 1)->name, QStringLiteral("R"));
+    QCOMPARE(NotchGeometry::targetScreen({left, right}, -1)->name, QStringLiteral("L"));
+    QCOMPARE(NotchGeometry::targetScreen({left, right, built}, 0)->name, QStringLiteral("B"));
+    QVERIFY(!NotchGeometry::targetScreen({}, 0));
+
+    const auto m = NotchGeometry::measure(built);
+    QVERIFY(m.hasNotch);
+    QCOMPARE(m.notchWidth, 212.0);
+    QCOMPARE(m.notchHeight, 38.0);
+    QCOMPARE(m.screenTopY, 0.0);
+    QCOMPARE(NotchGeometry::estimatedCompactSize(m, false), QSizeF(190 + 212 + 60 + 56, 38 + 8 + 28));
+    built.auxLeftWidth = 760;
+    built.auxRightWidth = 760;
+    QCOMPARE(NotchGeometry::measure(built).notchWidth, 120.0);
+    QCOMPARE(NotchGeometry::measure(right).screenMidX, 2560.0);
+    QCOMPARE(NotchGeometry::measure(right).screenTopY, 28.0);
+}
+
+void TestNotchController::reduceMotionSwapsSpringsForEaseOuts()
+{
+    Rig r;
+    r.motion->reduce = true;
+    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+    QCOMPARE(r.model().lastStateMotion(), NotchMotion::easeOut(0.18));
+    r.notch->hoverChanged(true);
+    QCOMPARE(r.model().lastStateMotion(), NotchMotion::easeOut(0.16));
+    QVERIFY(r.model().reduceMotion());
+    r.motion->reduce = false;
+    r.notch->hoverChanged(false);
+    QCOMPARE(r.model().lastStateMotion(), NotchMotion::spring(0.3, 0.82));
+    r.notch->handle({NotchAction::Kind::dismiss, {}});
+    QCOMPARE(r.model().lastStateMotion().durationMs, 320);
+}
+
+void TestNotchController::openReplyShowsTheFieldFocusedAndPinned()
+{
+    Rig r;
+    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
+    r.notch->present(frame(QStringLiteral("b"), QStringLiteral("m2")), 1, false);
+    QVERIFY(r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
+    QCOMPARE(r.msgId(), std::optional<QString>("m3"));
+    QCOMPARE(r.state(), QStringLiteral("expanded"));
+    QVERIFY(r.model().replyVisible());
+    QVERIFY(r.panel.focus);
+    QVERIFY(r.notch->pinned());
+    QCOMPARE(r.notch->queueLength(), 1);
+    r.notch->handle({NotchAction::Kind::cancelReply, {}});
+    r.clock->advance(2.5 + 0.32);
+    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+    r.screens->list.clear();
+    QVERIFY(!r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
+}
+
+QTEST_GUILESS_MAIN(TestNotchController)
+#include "tst_notchcontroller.moc"

@@ -1,0 +1,345 @@
+#include "alerts/NotchController.h"
+#include "app/SettingsStore.h"
+#include "ipc/SocketServer.h"
+#include "platform/ClipboardPasteboard.h"
+#include "platform/NotchOverlayWindow.h"
+#include "platform/NotchPlatform.h"
+#include "support/LogCapture.h"
+#include "support/TestEnv.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QPainter>
+#include <QProcess>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTest>
+
+// The real overlay under Xvfb: frames come from the stand-in tool over the socket, the
+// pointer and keyboard from xdotool, replies and fills go back to the listening tool.
+// With QM_SCREENSHOT_DIR set, each state is also written there as a PNG.
+class TestNotchOverlay : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void arrivesCompactCentredWithoutTakingFocus();
+    void hoverExpandsTheCardWithCode();
+    void replyAndFillReachTheListeningTerminal();
+    void withoutTerminalTheFlashesSaySo();
+    void copyPutsConcealedTextOnTheClipboard();
+    void escapeCancelsAndRedDotCloses();
+
+private:
+    bool startSim(const QStringList &args);
+    void stopSim();
+    QQuickView *view() const;
+    QQuickItem *item(const char *name) const;
+    void moveTo(QPoint global);
+    void clickAt(QPoint global);
+    void clickItem(const char *name);
+    bool settled() const;
+    void capture(const QString &name);
+    QString xdotool(const QStringList &args);
+
+    std::unique_ptr<TestEnv> m_env;
+    std::unique_ptr<SocketServer> m_server;
+    std::unique_ptr<NotchController> m_notch;
+    NotchOverlayWindow *m_window = nullptr;
+    std::unique_ptr<QProcess> m_sim;
+    QStringList m_log;
+    QByteArray m_simOut;
+};
+
+void TestNotchOverlay::initTestCase()
+{
+    QVERIFY2(qgetenv("QT_QPA_PLATFORM") == "xcb", "run under tests/support/session.sh");
+}
+
+void TestNotchOverlay::init()
+{
+    m_env = std::make_unique<TestEnv>();
+    m_env->unset("QUILLMOTE_NOTCH_DEBUG");
+    // Only the first test rings: without a sound device that is one logged failure.
+    SettingsStore::setFlag(SettingsStore::Key::sound, false);
+    m_server = std::make_unique<SocketServer>(m_env->socketPath());
+    m_server->onLog = [](const QString &line) { qInfo("%s", qPrintable(line)); };
+    LogCapture log;
+    m_server->start();
+    QVERIFY(log.waitFor(QStringLiteral("socket: listening at ")));
+
+    NotchPorts ports = NotchPlatform::ports();
+    auto makePanel = ports.makePanel;
+    ports.makePanel = [this, makePanel](NotchViewModel &model) {
+        auto panel = makePanel(model);
+        m_window = static_cast<NotchOverlayWindow *>(panel.get());
+        return panel;
+    };
+    m_notch = std::make_unique<NotchController>(ports);
+    m_notch->onLog = [this](const QString &line) { m_log.append(line); };
+    m_notch->onReply = [this](const ReplyFrame &f) { return m_server->broadcast(f); };
+    m_notch->onFill = [this](const FillFrame &f) { return m_server->broadcast(f); };
+    m_server->onNotify = [this](const NotifyFrame &f) { m_notch->present(f, 2, f.focused.value_or(false)); };
+    m_log.clear();
+    m_simOut.clear();
+}
+
+void TestNotchOverlay::cleanup()
+{
+    stopSim();
+    m_notch.reset();
+    m_window = nullptr;
+    m_server->stop();
+    m_server.reset();
+    m_env.reset();
+    xdotool({QStringLiteral("mousemove"), QStringLiteral("1400"), QStringLiteral("880")});
+}
+
+bool TestNotchOverlay::startSim(const QStringList &args)
+{
+    m_sim = std::make_unique<QProcess>();
+    m_sim->setProcessChannelMode(QProcess::SeparateChannels);
+    connect(m_sim.get(), &QProcess::readyReadStandardOutput, this, [this] { m_simOut += m_sim->readAllStandardOutput(); });
+    m_sim->start(QStringLiteral("node"), QStringList{simPath(), QStringLiteral("notify")} + args);
+    return m_sim->waitForStarted(5000);
+}
+
+void TestNotchOverlay::stopSim()
+{
+    if (!m_sim)
+        return;
+    m_sim->terminate();
+    m_sim->waitForFinished(3000);
+    m_sim.reset();
+}
+
+QString TestNotchOverlay::xdotool(const QStringList &args)
+{
+    QProcess p;
+    p.start(QStringLiteral("xdotool"), args);
+    p.waitForFinished(5000);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+QQuickView *TestNotchOverlay::view() const { return m_window ? m_window->view() : nullptr; }
+
+QQuickItem *TestNotchOverlay::item(const char *name) const
+{
+    return view() ? view()->rootObject()->findChild<QQuickItem *>(QLatin1String(name)) : nullptr;
+}
+
+void TestNotchOverlay::moveTo(QPoint p)
+{
+    xdotool({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y())});
+}
+
+void TestNotchOverlay::clickAt(QPoint p)
+{
+    xdotool({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y()), QStringLiteral("click"),
+             QStringLiteral("1")});
+}
+
+void TestNotchOverlay::clickItem(const char *name)
+{
+    QQuickItem *it = item(name);
+    QVERIFY2(it && it->isVisible(), name);
+    // Wait until the item has stopped moving: the card may still be growing.
+    QPointF last(-1, -1);
+    for (int i = 0; i < 50; ++i) {
+        const QPointF now = it->mapToGlobal(QPointF(0, 0));
+        if (now == last && settled())
+            break;
+        last = now;
+        QTest::qWait(100);
+    }
+    clickAt(it->mapToGlobal(QPointF(it->width() / 2, it->height() / 2)).toPoint());
+}
+
+// The window has caught up with the shape and the shape with its target.
+bool TestNotchOverlay::settled() const
+{
+    QQuickItem *shape = item("shape");
+    if (!shape || !view())
+        return false;
+    const QVariant w = view()->rootObject()->property("targetWidth");
+    const QVariant h = view()->rootObject()->property("targetHeight");
+    return qAbs(shape->width() - w.toReal()) < 0.5 && qAbs(shape->height() - h.toReal()) < 0.5
+           && qAbs(view()->height() - std::ceil(shape->height())) <= 1 && qAbs(view()->width() - std::ceil(shape->width())) <= 1;
+}
+
+// The overlay as it sits on a light desktop, top edge and all.
+void TestNotchOverlay::capture(const QString &name)
+{
+    QTest::qWait(250);
+    const QImage shot = view()->grabWindow();
+    QVERIFY(!shot.isNull());
+    const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
+    if (dir.isEmpty())
+        return;
+    const int width = std::max(640, shot.width() + 160);
+    QImage canvas(width, shot.height() + 70, QImage::Format_ARGB32_Premultiplied);
+    QPainter p(&canvas);
+    QLinearGradient bg(0, 0, 0, canvas.height());
+    bg.setColorAt(0, QColor(0xd9, 0xe2, 0xec));
+    bg.setColorAt(1, QColor(0xb8, 0xc6, 0xd6));
+    p.fillRect(canvas.rect(), bg);
+    p.drawImage((width - shot.width()) / 2, view()->y(), shot);
+    p.end();
+    QDir().mkpath(dir);
+    QVERIFY(canvas.save(dir + QLatin1Char('/') + name));
+}
+
+void TestNotchOverlay::arrivesCompactCentredWithoutTakingFocus()
+{
+    SettingsStore::setFlag(SettingsStore::Key::sound, true);
+    LogCapture log;
+    QVERIFY(startSim({QStringLiteral("--sender"), QStringLiteral("lin-wei"), QStringLiteral("--title"),
+                      QStringLiteral("构建完成"), QStringLiteral("--body"), QStringLiteral("main 分支的测试全部通过了"),
+                      QStringLiteral("--msg-id"), QStringLiteral("m1")}));
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    QTRY_VERIFY(settled());
+    QCOMPARE(m_notch->model().stateName(), QStringLiteral("compact"));
+    QVERIFY(m_log.contains(QStringLiteral("notch: show m1 from @lin-wei")));
+    // Centred at the top of the available area, 4 px down, and the shape is the window.
+    QTRY_COMPARE(view()->size(), QSize(320, 44));
+    const QRect g = view()->geometry();
+    QCOMPARE(g.y(), 4);
+    QVERIFY2(qAbs(g.center().x() - 720) <= 1, qPrintable(QString::number(g.center().x())));
+    QVERIFY(QGuiApplication::focusWindow() != view());
+    // Out of the taskbar: the window manager never sees it.
+    const QString info = QString::fromUtf8([&] {
+        QProcess p;
+        p.start(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::number(view()->winId())});
+        p.waitForFinished(5000);
+        return p.readAllStandardOutput();
+    }());
+    QVERIFY2(info.contains(QStringLiteral("Override Redirect State: yes")), qPrintable(info));
+    // No sound device here: the chime's failure is logged once and changes nothing else.
+    QVERIFY(log.contains(QStringLiteral("notch: arrival sound failed")));
+    capture(QStringLiteral("notch-compact.png"));
+}
+
+void TestNotchOverlay::hoverExpandsTheCardWithCode()
+{
+    QVERIFY(startSim({QStringLiteral("--sender"), QStringLiteral("deploy-bot"), QStringLiteral("--title"),
+                      QStringLiteral("需要你确认一条命令"), QStringLiteral("--body"),
+                      QStringLiteral("预发环境的迁移已准备好，确认后在终端里运行下面这条命令。"), QStringLiteral("--code"),
+                      QStringLiteral("kubectl rollout restart deploy/api -n staging"), QStringLiteral("--msg-id"),
+                      QStringLiteral("m2")}));
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    QTRY_VERIFY(settled());
+    moveTo(view()->geometry().center());
+    QTRY_COMPARE(m_notch->model().stateName(), QStringLiteral("expanded"));
+    QTRY_VERIFY(settled());
+    QVERIFY(view()->height() > 150);
+    QVERIFY(item("copyCode")->isVisible());
+    QCOMPARE(m_notch->pendingDismissDelay(), std::nullopt);
+    capture(QStringLiteral("notch-expanded.png"));
+    // Leaving collapses it and restarts the long backstop.
+    moveTo(QPoint(1400, 880));
+    QTRY_COMPARE(m_notch->model().stateName(), QStringLiteral("compact"));
+    QCOMPARE(m_notch->pendingDismissDelay(), std::optional<double>(300));
+}
+
+void TestNotchOverlay::replyAndFillReachTheListeningTerminal()
+{
+    QVERIFY(startSim({QStringLiteral("--sender"), QStringLiteral("alice"), QStringLiteral("--body"),
+                      QStringLiteral("能帮我看一下 PR #42 吗？"), QStringLiteral("--msg-id"), QStringLiteral("m3"),
+                      QStringLiteral("--listen")}));
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    QTRY_VERIFY(settled());
+    clickAt(view()->geometry().center()); // hover expands, the click pins
+    QTRY_VERIFY(m_notch->pinned());
+    QTRY_VERIFY(m_notch->model().stateName() == QStringLiteral("expanded") && settled());
+
+    clickItem("beginReply");
+    QTRY_VERIFY(m_notch->model().replyVisible());
+    QTRY_COMPARE(QGuiApplication::focusWindow(), view());
+    QTRY_VERIFY(item("replyField")->hasActiveFocus());
+    xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), QStringLiteral("on it, 5 min")});
+    QTRY_COMPARE(m_notch->model().replyText(), QStringLiteral("on it, 5 min"));
+    QTRY_VERIFY(settled());
+    capture(QStringLiteral("notch-reply.png"));
+    xdotool({QStringLiteral("key"), QStringLiteral("Return")});
+    QTRY_COMPARE(m_simOut, QByteArray("{\"type\":\"reply\",\"sender\":\"alice\",\"text\":\"on it, 5 min\",\"msgId\":\"m3\"}\n"));
+    QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("已回复 ✓"));
+    QVERIFY(!m_notch->model().replyVisible());
+
+    m_simOut.clear();
+    clickItem("fill");
+    QTRY_COMPARE(m_simOut, QByteArray("{\"type\":\"fill\",\"text\":\"能帮我看一下 PR #42 吗？\",\"msgId\":\"m3\"}\n"));
+    QCOMPARE(m_notch->model().feedbackText(), QStringLiteral("已发送到终端 ⤵"));
+    QVERIFY(m_log.contains(QStringLiteral("notch: fill (user-initiated, 16 chars, delivered=true) m3")));
+    QTRY_VERIFY(settled());
+    capture(QStringLiteral("notch-feedback.png"));
+}
+
+void TestNotchOverlay::withoutTerminalTheFlashesSaySo()
+{
+    QVERIFY(startSim({QStringLiteral("--sender"), QStringLiteral("bob"), QStringLiteral("--body"), QStringLiteral("ping"),
+                      QStringLiteral("--msg-id"), QStringLiteral("m4")}));
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    QTRY_VERIFY(m_sim->state() == QProcess::NotRunning);
+    QTRY_COMPARE(m_server->clientCount(), 0);
+    QTRY_VERIFY(settled());
+    clickAt(view()->geometry().center());
+    QTRY_VERIFY(m_notch->pinned());
+    QTRY_VERIFY(settled());
+    clickItem("fill");
+    QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("终端未连接"));
+    clickItem("beginReply");
+    QTRY_VERIFY(item("replyField")->hasActiveFocus());
+    xdotool({QStringLiteral("type"), QStringLiteral("hello")});
+    QTRY_COMPARE(m_notch->model().replyText(), QStringLiteral("hello"));
+    QTRY_VERIFY(settled());
+    clickItem("send");
+    QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("终端未连接，未发送"));
+    QCOMPARE(m_notch->model().replyText(), QStringLiteral("hello"));
+    QVERIFY(m_log.contains(QStringLiteral("notch: reply NOT delivered (no client connected) m4")));
+    capture(QStringLiteral("notch-offline.png"));
+}
+
+void TestNotchOverlay::copyPutsConcealedTextOnTheClipboard()
+{
+    NotifyFrame f;
+    f.type = QStringLiteral("notify");
+    f.sender = QStringLiteral("carol");
+    f.body = QStringLiteral("token: abc");
+    f.codeText = QStringLiteral("export TOKEN=abc");
+    m_notch->present(f, 1, false);
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    moveTo(view()->geometry().center());
+    QTRY_VERIFY(settled() && m_notch->model().stateName() == QStringLiteral("expanded"));
+    clickItem("copyCode");
+    QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("代码已复制"));
+    const QMimeData *data = QGuiApplication::clipboard()->mimeData();
+    QVERIFY(data);
+    QCOMPARE(data->text(), QStringLiteral("export TOKEN=abc"));
+    QCOMPARE(data->data(QString::fromLatin1(ClipboardPasteboard::concealedMime)), QByteArray("secret"));
+}
+
+void TestNotchOverlay::escapeCancelsAndRedDotCloses()
+{
+    NotifyFrame f;
+    f.type = QStringLiteral("notify");
+    f.sender = QStringLiteral("dave");
+    f.body = QStringLiteral("lunch?");
+    f.msgId = QStringLiteral("m6");
+    QVERIFY(m_notch->openReply(f, 1));
+    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+    QTRY_VERIFY(item("replyField")->hasActiveFocus());
+    xdotool({QStringLiteral("key"), QStringLiteral("Escape")});
+    QTRY_VERIFY(!m_notch->model().replyVisible());
+    QVERIFY(m_log.contains(QStringLiteral("notch: reply cancelled (esc) m6")));
+    QTRY_VERIFY(settled());
+    clickItem("closeDot");
+    QTRY_COMPARE(m_notch->model().stateName(), QStringLiteral("hidden"));
+    QTRY_VERIFY(!view()->isVisible());
+}
+
+QTEST_MAIN(TestNotchOverlay)
+#include "tst_notchoverlay.moc"
