@@ -129,7 +129,7 @@ void NotificationController::present(const NotifyFrame &frame)
         break;
     }
     const Banner banner = messageBanner(frame);
-    Shown shown{frame.sender, frame.msgId, banner.summary};
+    Shown shown{frame.sender, frame.msgId, banner.summary, frame};
     if (shown.msgId && shown.msgId->isEmpty())
         shown.msgId.reset();
     send(banner, shown);
@@ -208,7 +208,7 @@ void NotificationController::handleAction(quint32 id, const QString &key)
     const Shown shown = *it;
     if (key == QLatin1String(replyAction)) {
         if (onOpenReply)
-            onOpenReply(shown.sender, shown.msgId);
+            onOpenReply(shown.frame);
         else
             log(QStringLiteral("reply: no reply field to open for @") + shown.sender);
         return;

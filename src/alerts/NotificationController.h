@@ -46,8 +46,9 @@ public:
     // Returns whether a terminal took the reply.
     std::function<bool(const ReplyFrame &)> onReply;
     std::function<void(const QString &sender)> onOpen;
-    // Servers without an inline reply field: open the overlay's reply field instead.
-    std::function<void(const QString &sender, const std::optional<QString> &msgId)> onOpenReply;
+    // Servers without an inline reply field: open the overlay's reply field for the
+    // message the banner shows.
+    std::function<void(const NotifyFrame &)> onOpenReply;
     std::function<void(const QString &)> onLog;
 
 private:
@@ -56,6 +57,7 @@ private:
         QString sender;
         std::optional<QString> msgId;
         QString title;
+        NotifyFrame frame;
     };
     struct Pending {
         Banner banner;

@@ -1,12 +1,14 @@
 #include "app/AppController.h"
 
 #include "alerts/MenuBarController.h"
+#include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
 #include "app/Log.h"
 #include "app/SettingsStore.h"
 #include "ipc/IPCPath.h"
 #include "ipc/SocketServer.h"
 #include "platform/FreedesktopNotifications.h"
+#include "platform/NotchPlatform.h"
 #include "platform/SystemTray.h"
 
 #include <QPointer>
@@ -18,6 +20,7 @@ AppController::AppController(QObject *parent)
     , m_notificationServer(std::make_unique<FreedesktopNotifications>())
     , m_menuBar(std::make_unique<MenuBarController>(*m_tray))
     , m_notifications(std::make_unique<NotificationController>(*m_notificationServer))
+    , m_notch(std::make_unique<NotchController>(NotchPlatform::ports()))
     , m_socket(std::make_unique<SocketServer>(IPCPath::socketPath()))
 {
 }
@@ -39,6 +42,7 @@ void AppController::applicationDidFinishLaunching()
     };
 
     m_notifications->onLog = [](const QString &message) { Log::emit(Log::Category::notify, message); };
+    m_notch->onLog = [](const QString &message) { Log::emit(Log::Category::notch, message); };
     m_socket->onLog = [](const QString &message) { Log::emit(Log::Category::socket, message); };
 
     m_socket->onNotify = [self](const NotifyFrame &frame) {
@@ -49,12 +53,27 @@ void AppController::applicationDidFinishLaunching()
     m_notifications->onReply = [self](const ReplyFrame &frame) {
         return self ? self->sendReply(frame, QStringLiteral("reply → CLI")) : false;
     };
-    m_notifications->onOpenReply = [self](const QString &sender, const std::optional<QString> &msgId) {
+    m_notch->onReply = [self](const ReplyFrame &frame) {
+        return self ? self->sendReply(frame, QStringLiteral("notch reply → CLI")) : false;
+    };
+    m_notch->onFill = [self](const FillFrame &frame) {
         if (!self)
-            return;
-        // The overlay's reply field takes this over once the notch is merged.
-        Log::info(Log::Category::reply, QStringLiteral("reply: banner asked for the reply field of @%1 msgId=%2")
-                                            .arg(sender, msgId.value_or(QStringLiteral("<none>"))));
+            return false;
+        const bool delivered = self->m_socket->broadcast(frame);
+        Log::info(Log::Category::fill, QStringLiteral("fill → CLI (user-initiated): %1 chars msgId=%2 delivered=%3")
+                                           .arg(frame.text.size())
+                                           .arg(frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
+        return delivered;
+    };
+    m_notch->onOpenApp = [self](const QString &sender) {
+        // The main window comes later; until then the request is logged.
+        if (self)
+            Log::info(Log::Category::lifecycle, QStringLiteral("notch → mainwindow: requested for @%1").arg(sender));
+    };
+    // Desktops without an inline reply field: the banner's "回复" opens the overlay's.
+    m_notifications->onOpenReply = [self](const NotifyFrame &frame) {
+        if (self && !self->m_notch->openReply(frame, self->m_menuBar->unread()))
+            Log::emit(Log::Category::reply, QStringLiteral("reply: no screen for the reply field of @") + frame.sender);
     };
     m_notifications->onOpen = [self](const QString &sender) {
         if (!self)
@@ -100,11 +119,11 @@ void AppController::handleNotify(const NotifyFrame &frame)
                                          .arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
 
     if (SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false) && frame.focused.value_or(false)) {
-        // Notch: present(frame, m_menuBar->unread(), pulse = true) once the overlay is merged.
+        m_notch->present(frame, m_menuBar->unread(), true);
         Log::info(Log::Category::notify,
                   QStringLiteral("focus-quiet: terminal focused + quiet mode on → notch pulse only (no banner)"));
         return;
     }
-    // Notch: present(frame, m_menuBar->unread(), pulse = false) once the overlay is merged.
+    m_notch->present(frame, m_menuBar->unread(), false);
     m_notifications->present(frame);
 }

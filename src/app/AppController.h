@@ -8,6 +8,7 @@
 
 class FreedesktopNotifications;
 class MenuBarController;
+class NotchController;
 class NotificationController;
 class SocketServer;
 class SystemTray;
@@ -30,6 +31,7 @@ public:
     SocketServer &socket() { return *m_socket; }
     MenuBarController &menuBar() { return *m_menuBar; }
     NotificationController &notifications() { return *m_notifications; }
+    NotchController &notch() { return *m_notch; }
     SystemTray &tray() { return *m_tray; }
 
     // Brings the conversation with `sender` forward.
@@ -44,7 +46,6 @@ private:
     std::unique_ptr<FreedesktopNotifications> m_notificationServer;
     std::unique_ptr<MenuBarController> m_menuBar;
     std::unique_ptr<NotificationController> m_notifications;
-    // The notch overlay (NotchController) is built on its own branch; once merged it is
-    // created here, between the notifications and the socket.
+    std::unique_ptr<NotchController> m_notch;
     std::unique_ptr<SocketServer> m_socket;
 };

@@ -193,7 +193,8 @@ private Q_SLOTS:
         QVERIFY(!SettingsStore::flag(SettingsStore::Key::commNotifications, true));
         find(quick->children, "敏感操作需 Touch ID")->trigger();
         QVERIFY(SettingsStore::flag(SettingsStore::Key::biometricGate, false));
-        const MenuEntry *reopened = find(m_tray->open(), "快捷开关");
+        const QList<MenuEntry> again = m_tray->open();
+        const MenuEntry *reopened = find(again, "快捷开关");
         QVERIFY(!reopened->children[2].checked);
         QVERIFY(reopened->children[6].checked);
     }
@@ -210,7 +211,8 @@ private Q_SLOTS:
         find(rows, "退出 Quillmote")->trigger();
         QCOMPARE(calls, (QStringList{"app", "prefs", "quit"}));
         m_menu->addMessage("a", "@a", "b");
-        find(m_tray->open(), "清除全部")->trigger();
+        const QList<MenuEntry> withOne = m_tray->open();
+        find(withOne, "清除全部")->trigger();
         QCOMPARE(m_menu->unread(), 0);
     }
 

@@ -288,8 +288,8 @@ private Q_SLOTS:
         m_ctl->bootstrap();
         QStringList seen;
         m_ctl->onOpen = [&](const QString &s) { seen << "open:" + s; };
-        m_ctl->onOpenReply = [&](const QString &s, const std::optional<QString> &id) {
-            seen << "field:" + s + "/" + id.value_or("-");
+        m_ctl->onOpenReply = [&](const NotifyFrame &f) {
+            seen << "field:" + f.sender + "/" + f.msgId.value_or("-") + "/" + f.body;
         };
         m_ctl->present(frame("alice", "x", "m1"));
         m_ctl->present(frame("bob", "y"));
@@ -298,7 +298,7 @@ private Q_SLOTS:
         m_server->onAction(1, "QUILLMOTE_REPLY");
         m_server->onAction(2, "QUILLMOTE_REPLY");
         m_server->onAction(99, "default"); // another application's banner
-        QCOMPARE(seen, (QStringList{"open:bob", "open:alice", "field:alice/m1", "field:bob/-"}));
+        QCOMPARE(seen, (QStringList{"open:bob", "open:alice", "field:alice/m1/x", "field:bob/-/y"}));
     }
 
     void inlineReplyBecomesAFrameAndTheBannerShowsTheOutcome_data()

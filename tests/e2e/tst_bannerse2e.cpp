@@ -3,6 +3,7 @@
 // Runs under a private X server and session bus (tests/support/session.sh).
 #include "alerts/MenuBarController.h"
 #include "alerts/MonogramAvatar.h"
+#include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
 #include "app/AppController.h"
 #include "app/SettingsStore.h"
@@ -92,6 +93,7 @@ private Q_SLOTS:
     void inlineReplyReachesTheTerminal();
     void aServerThatStartsLaterIsPickedUp();
     void quietModeKeepsTheBannerAway();
+    void replyActionOpensTheOverlayReplyField();
 };
 
 void TestBannersEndToEnd::dunstShowsReplacesAndOpens()
@@ -266,6 +268,27 @@ void TestBannersEndToEnd::quietModeKeepsTheBannerAway()
     // Both were counted, the quiet one first.
     QCOMPARE(app.menuBar().unread(), 2);
     QVERIFY(log.find("menubar: add @bob unread=1").text.size() > 0);
+}
+
+void TestBannersEndToEnd::replyActionOpensTheOverlayReplyField()
+{
+    TestEnv env;
+    LogCapture log;
+    FakeNotificationServer server({"actions", "body"}); // no inline reply, like dunst
+    QVERIFY(server.start());
+    AppController app;
+    app.applicationDidFinishLaunching();
+    QVERIFY(log.waitFor("notifications: authorization granted"));
+    QVERIFY(log.waitFor("socket: listening at"));
+
+    UnixClient terminal;
+    QVERIFY(terminal.connectTo(env.socketPath()));
+    QVERIFY(terminal.write(R"({"type":"notify","sender":"carol","body":"ping","msgId":"c1"})" "\n"));
+    QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 1; }, 5000));
+    QVERIFY(server.calls.first().actions.contains("QUILLMOTE_REPLY"));
+    server.emitAction(server.calls.first().id, "QUILLMOTE_REPLY");
+    QVERIFY2(QTest::qWaitFor([&] { return app.notch().pinned(); }, 5000), qPrintable(log.dump()));
+    QVERIFY(!log.contains("reply: no screen"));
 }
 
 QTEST_MAIN(TestBannersEndToEnd)
