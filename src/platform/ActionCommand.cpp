@@ -44,14 +44,12 @@ void printHelp()
     out(QStringLiteral("Usage: quillmote-notifier action NAME [ARGS…]\n"
                        "Runs one action in the running Quillmote Notifier (started if needed) and prints its answer.\n"
                        "Exit status: 0 done, 1 failed (the reason on stderr), 2 cancelled, 64 wrong usage.\n\nActions:"));
-    qsizetype width = 0;
-    for (const IntentDefinition &d : IntentCatalogue::all())
-        width = std::max(width, usageLine(d).size());
     for (const IntentDefinition &d : IntentCatalogue::all()) {
-        out(QStringLiteral("  ") + usageLine(d).leftJustified(width + 2) + d.title);
+        QStringList params;
         for (const IntentParameter &p : d.parameters)
-            out(QStringLiteral("  ") + QString(width + 2, QLatin1Char(' ')) + QStringLiteral("  ") + p.name
-                + QStringLiteral(": ") + p.title);
+            params << p.name + QStringLiteral("：") + p.title;
+        out(QStringLiteral("  ") + usageLine(d));
+        out(QStringLiteral("      ") + d.title + (params.isEmpty() ? QString() : QStringLiteral(" — ") + params.join(QStringLiteral("；"))));
     }
 }
 
