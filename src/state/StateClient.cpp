@@ -48,6 +48,7 @@ StateClient::StateClient(QObject *parent)
 
 StateClient::~StateClient()
 {
+    m_alive->store(false);
     m_pollTimer.stop();
     m_sseReconnectTimer.stop();
     closeSSE();
@@ -214,7 +215,9 @@ void StateClient::ensureServerRunning(std::function<void(bool)> done)
         // Resolving the tool touches the file system: off the main thread.
         QPointer<StateClient> self(this);
         const qint64 port = m_port;
-        QThreadPool::globalInstance()->start([self, port, done] {
+        QThreadPool::globalInstance()->start([self, alive = m_alive, port, done] {
+            if (!alive->load())
+                return;
             const bool spawned = DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient);
             QMetaObject::invokeMethod(
                 QCoreApplication::instance(),

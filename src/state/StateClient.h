@@ -8,7 +8,9 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -89,4 +91,7 @@ private:
     quint64 m_stateGeneration = 0; // bumped whenever m_state is replaced
     int m_decodeCount = 0;
     int m_fetchCount = 0;
+    // Cleared on destruction, so a spawn queued on the pool never starts a server for a
+    // client that is gone.
+    std::shared_ptr<std::atomic_bool> m_alive = std::make_shared<std::atomic_bool>(true);
 };
