@@ -244,6 +244,8 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
     };
 
     // One parser per thread: it keeps its buffers between documents and is never shared.
+    if (json.isEmpty())
+        return fail(QStringLiteral("not JSON: empty body"));
     thread_local simdjson::dom::parser parser;
     element root;
     if (const auto err = parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
@@ -275,6 +277,8 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
 
 std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
 {
+    if (json.isEmpty())
+        return std::nullopt;
     thread_local simdjson::dom::parser parser;
     element root;
     if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))

@@ -117,16 +117,25 @@ void AppState::rebuild()
                                       ? std::nullopt
                                       : std::optional<Contact>(m_state.contacts[*contactIndex])});
 
-        peer.peerLower = handle.toLower();
-        peer.previewText = ContentNormalizer::preview(last.type, last.content);
-        peer.previewLower = peer.previewText.toLower();
-        qsizetype length = 0;
-        for (const auto &info : peer.infos)
-            length += info->searchText.size() + 1;
-        peer.haystack.reserve(length);
-        for (const auto &info : peer.infos) {
-            peer.haystack += info->searchText;
-            peer.haystack += kSeparator;
+        // A peer whose messages are all the same as before keeps its texts.
+        const auto old = m_peers.constFind(handle);
+        if (old != m_peers.constEnd() && old->infos == peer.infos) {
+            peer.peerLower = old->peerLower;
+            peer.previewText = old->previewText;
+            peer.previewLower = old->previewLower;
+            peer.haystack = old->haystack;
+        } else {
+            peer.peerLower = handle.toLower();
+            peer.previewText = ContentNormalizer::preview(last.type, last.content);
+            peer.previewLower = peer.previewText.toLower();
+            qsizetype length = 0;
+            for (const auto &info : peer.infos)
+                length += info->searchText.size() + 1;
+            peer.haystack.reserve(length);
+            for (const auto &info : peer.infos) {
+                peer.haystack += info->searchText;
+                peer.haystack += kSeparator;
+            }
         }
         // Oldest first; stable, so document order decides among equal times.
         QList<std::pair<double, qsizetype>> order;
