@@ -66,7 +66,7 @@ private:
     void connectSSE();
     void scheduleSSEReconnect();
     void closeSSE();
-    void handleFetchReply(QNetworkReply *reply);
+    void handleFetchReply(QNetworkReply *reply, const QByteArray &body);
     void applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error, bool differs,
                       quint64 generation);
     void fetchSucceeded();
@@ -86,6 +86,7 @@ private:
     bool m_started = false;
     bool m_autoStartInFlight = false;
 
+    QByteArray m_scratch; // reused for reading response bodies
     QByteArray m_lastBody; // the body that produced m_state
     QByteArray m_decodingBody; // a body on its way through the decoder
     quint64 m_stateGeneration = 0; // bumped whenever m_state is replaced
