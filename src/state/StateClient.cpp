@@ -9,6 +9,8 @@
 #include <QNetworkRequest>
 #include <QThreadPool>
 
+#include <cstring>
+
 namespace {
 
 constexpr int kPollIntervalMs = 2000;
@@ -30,6 +32,56 @@ QNetworkRequest getRequest(const QString &url, int timeoutMs)
     return request;
 }
 
+// Reads a response body while comparing it with the previous one, so the usual unchanged
+// document is never gathered into a buffer of its own: a large allocation per poll costs
+// more than everything else an unchanged poll does.
+class BodyReader
+{
+public:
+    explicit BodyReader(QByteArray reference)
+        : m_reference(std::move(reference))
+    {
+    }
+    void consume(QNetworkReply *reply, QByteArray &scratch)
+    {
+        for (;;) {
+            const qint64 n = reply->read(scratch.data(), scratch.size());
+            if (n <= 0)
+                return;
+            if (!m_diverged && m_matched + n <= m_reference.size()
+                && std::memcmp(m_reference.constData() + m_matched, scratch.constData(), size_t(n)) == 0) {
+                m_matched += n;
+                continue;
+            }
+            if (!m_diverged) {
+                m_diverged = true;
+                m_body = m_reference.left(m_matched);
+            }
+            m_body.append(scratch.constData(), n);
+        }
+    }
+    // The whole body; the reference itself (shared, not copied) when nothing differed.
+    QByteArray body() const
+    {
+        if (m_diverged)
+            return m_body;
+        return m_matched == m_reference.size() ? m_reference : m_reference.left(m_matched);
+    }
+
+private:
+    QByteArray m_reference;
+    QByteArray m_body;
+    qsizetype m_matched = 0;
+    bool m_diverged = false;
+};
+
+bool sameBytes(const QByteArray &a, const QByteArray &b)
+{
+    if (a.isNull() || b.isNull())
+        return false;
+    return (a.constData() == b.constData() && a.size() == b.size()) || a == b;
+}
+
 } // namespace
 
 StateClient::StateClient(QObject *parent)
@@ -37,6 +89,7 @@ StateClient::StateClient(QObject *parent)
     , m_port(portFromEnvironment())
     , m_http(new QNetworkAccessManager(this))
     , m_sseHttp(new QNetworkAccessManager(this))
+    , m_scratch(64 * 1024, Qt::Uninitialized)
 {
     m_baseURL = QStringLiteral("http://127.0.0.1:") + QString::number(m_port);
     m_pollTimer.setInterval(kPollIntervalMs);
@@ -48,6 +101,7 @@ StateClient::StateClient(QObject *parent)
 
 StateClient::~StateClient()
 {
+    m_alive->store(false);
     m_pollTimer.stop();
     m_sseReconnectTimer.stop();
     closeSSE();
@@ -93,13 +147,16 @@ void StateClient::startPolling()
 void StateClient::refresh()
 {
     QNetworkReply *reply = m_http->get(getRequest(m_baseURL + QStringLiteral("/api/state"), kFetchTimeoutMs));
-    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+    auto reader = std::make_shared<BodyReader>(m_lastBody);
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply, reader] { reader->consume(reply, m_scratch); });
+    connect(reply, &QNetworkReply::finished, this, [this, reply, reader] {
         reply->deleteLater();
-        handleFetchReply(reply);
+        reader->consume(reply, m_scratch);
+        handleFetchReply(reply, reader->body());
     });
 }
 
-void StateClient::handleFetchReply(QNetworkReply *reply)
+void StateClient::handleFetchReply(QNetworkReply *reply, const QByteArray &body)
 {
     ++m_fetchCount;
     if (reply->error() != QNetworkReply::NoError && reply->error() < QNetworkReply::ContentAccessDenied) {
@@ -111,14 +168,14 @@ void StateClient::handleFetchReply(QNetworkReply *reply)
         fetchFailed(QStringLiteral("bad server response (HTTP %1)").arg(status));
         return;
     }
-    const QByteArray body = reply->readAll();
     // The usual poll: nothing changed since the document we hold, or since the one being
     // decoded right now.
-    if ((!m_lastBody.isNull() && body == m_lastBody) || (!m_decodingBody.isNull() && body == m_decodingBody)) {
-        if (body == m_lastBody)
-            fetchSucceeded();
+    if (sameBytes(body, m_lastBody)) {
+        fetchSucceeded();
         return;
     }
+    if (sameBytes(body, m_decodingBody))
+        return;
     m_decodingBody = body;
     ++m_decodeCount;
     const PanelState snapshot = m_state; // shared, not copied
@@ -214,7 +271,9 @@ void StateClient::ensureServerRunning(std::function<void(bool)> done)
         // Resolving the tool touches the file system: off the main thread.
         QPointer<StateClient> self(this);
         const qint64 port = m_port;
-        QThreadPool::globalInstance()->start([self, port, done] {
+        QThreadPool::globalInstance()->start([self, alive = m_alive, port, done] {
+            if (!alive->load())
+                return;
             const bool spawned = DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient);
             QMetaObject::invokeMethod(
                 QCoreApplication::instance(),

@@ -8,7 +8,9 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -64,7 +66,7 @@ private:
     void connectSSE();
     void scheduleSSEReconnect();
     void closeSSE();
-    void handleFetchReply(QNetworkReply *reply);
+    void handleFetchReply(QNetworkReply *reply, const QByteArray &body);
     void applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error, bool differs,
                       quint64 generation);
     void fetchSucceeded();
@@ -84,9 +86,13 @@ private:
     bool m_started = false;
     bool m_autoStartInFlight = false;
 
+    QByteArray m_scratch; // reused for reading response bodies
     QByteArray m_lastBody; // the body that produced m_state
     QByteArray m_decodingBody; // a body on its way through the decoder
     quint64 m_stateGeneration = 0; // bumped whenever m_state is replaced
     int m_decodeCount = 0;
     int m_fetchCount = 0;
+    // Cleared on destruction, so a spawn queued on the pool never starts a server for a
+    // client that is gone.
+    std::shared_ptr<std::atomic_bool> m_alive = std::make_shared<std::atomic_bool>(true);
 };

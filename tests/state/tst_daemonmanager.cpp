@@ -94,6 +94,8 @@ void TestDaemonManager::scriptInvocationPutsTheScriptFirst()
     QVERIFY(DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient));
     const std::optional<pid_t> pid = DaemonManager::shared().childPid();
     QVERIFY(pid);
+    // Node rewrites its argument area while starting; read it once it has settled.
+    QVERIFY(QTest::qWaitFor([&] { return commandLine(*pid).size() == 5; }, 5000));
     QCOMPARE(commandLine(*pid),
              QStringList({root + QStringLiteral("/n/node"), script, QStringLiteral("web"), QStringLiteral("--port"),
                           QString::number(port)}));

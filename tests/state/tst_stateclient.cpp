@@ -1,6 +1,8 @@
 #include "cli/CLIRunner.h"
 #include "state/SSELineSplitter.h"
+#include "state/AppState.h"
 #include "state/StateClient.h"
+#include "state/StateWiring.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
@@ -101,6 +103,7 @@ private Q_SLOTS:
     void eventSplitAcrossChunksRefetchesOnce();
     void serverThatDiesAndComesBackIsFollowed();
     void unchangedDocumentCostsNothing();
+    void appStateFollowsTheClient();
 
 private:
     // Environment where an automatic start finds no tool, so only the test's server runs.
@@ -317,6 +320,25 @@ void TestStateClient::unchangedDocumentCostsNothing()
     QCOMPARE(client.state().messages.last().peer, QStringLiteral("zed"));
     QCOMPARE(client.decodeCount(), 2);
     QCOMPARE(state.size(), 2);
+}
+
+void TestStateClient::appStateFollowsTheClient()
+{
+    TestEnv env;
+    ScriptedServer server;
+    noToolEnvironment(env, server.port());
+    server.body = documentWith(2);
+    StateClient client;
+    client.refresh();
+    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
+
+    AppState appState;
+    StateWiring::connectClient(&client, &appState);
+    QCOMPARE(appState.state().messages.size(), 2); // what the client already held
+    server.body = documentWith(4);
+    client.refresh();
+    QVERIFY(QTest::qWaitFor([&] { return appState.state().messages.size() == 4; }, 5000));
+    QCOMPARE(appState.state(), client.state());
 }
 
 QTEST_GUILESS_MAIN(TestStateClient)
