@@ -6,6 +6,8 @@ Item {
     required property var part
     // Width the part would like without wrapping; the bubble sizes itself from it.
     readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
+    // Code and structured payloads take the widest bubble.
+    readonly property real wide: 100000
     implicitHeight: loader.item ? loader.item.implicitHeight : 0
     height: implicitHeight
 
@@ -31,7 +33,9 @@ Item {
     Component {
         id: textPart
         Text {
-            readonly property real naturalWidth: Math.min(implicitWidth, 2000)
+            // Measured apart from the wrapped text, whose size follows the bubble's width.
+            readonly property real naturalWidth: measure.implicitWidth
+            Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
             width: loader.width
             text: partView.part.text || ""
             textFormat: Text.PlainText
@@ -44,7 +48,7 @@ Item {
     Component {
         id: codePart
         Rectangle {
-            readonly property real naturalWidth: Math.max(codeText.implicitWidth, header.implicitWidth) + 20
+            readonly property real naturalWidth: partView.wide
             width: loader.width
             implicitHeight: codeColumn.implicitHeight + 16
             radius: 8
@@ -105,7 +109,7 @@ Item {
     Component {
         id: imagePart
         Column {
-            readonly property real naturalWidth: Math.max(picture.status === Image.Ready ? picture.paintedWidth : 200, altText.implicitWidth)
+            readonly property real naturalWidth: 320
             spacing: 4
             Image {
                 id: picture
@@ -152,7 +156,7 @@ Item {
                 : kind === "tool_result" ? (partView.part.result || "")
                 : (partView.part.raw || "")
             readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : "#e5484d") : "#5b6b7f"
-            readonly property real naturalWidth: Math.max(titleText.implicitWidth, bodyText.implicitWidth, errorText.implicitWidth) + 20
+            readonly property real naturalWidth: partView.wide
             width: loader.width
             implicitHeight: jsonColumn.implicitHeight + 16
             radius: 8

@@ -35,8 +35,9 @@ ScrollView {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 2
-                Text { text: "@" + person.row.handle; font.pixelSize: 14; font.bold: true; color: "#1d1d1f" }
+                Text { Layout.fillWidth: true; text: "@" + person.row.handle; font.pixelSize: 14; font.bold: true; color: "#1d1d1f" }
                 Text {
+                    Layout.fillWidth: true
                     text: person.row.fingerprint
                     font.family: "monospace"
                     font.pixelSize: 11
