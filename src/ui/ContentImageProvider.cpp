@@ -26,9 +26,10 @@ QImage ContentImageProvider::requestImage(const QString &id, QSize *size, const 
     }
     QImage image;
     image.loadFromData(QByteArray::fromBase64(base64.toLatin1()));
+    // The view asks for a width only (height 0): never scale up, keep the aspect ratio.
+    if (!image.isNull() && requestedSize.width() > 0 && image.width() > requestedSize.width())
+        image = image.scaledToWidth(requestedSize.width(), Qt::SmoothTransformation);
     if (size)
         *size = image.size();
-    if (!image.isNull() && requestedSize.isValid() && (image.width() > requestedSize.width() || image.height() > requestedSize.height()))
-        image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     return image;
 }

@@ -116,6 +116,7 @@ Item {
                 visible: source.toString().length > 0
                 source: partView.part.source || ""
                 asynchronous: true
+
                 fillMode: Image.PreserveAspectFit
                 width: Math.min(loader.width, 320)
                 height: status === Image.Ready ? Math.min(240, implicitHeight * width / Math.max(1, implicitWidth)) : 0

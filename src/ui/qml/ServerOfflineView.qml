@@ -18,7 +18,7 @@ Rectangle {
             height: 64
             radius: 32
             color: "#e4e4e8"
-            Text { anchors.centerIn: parent; text: "⏻"; font.pixelSize: 30; color: "#6e6e73" }
+            Text { anchors.centerIn: parent; text: "!"; font.pixelSize: 34; font.bold: true; color: "#6e6e73" }
         }
         Text {
             width: parent.width
