@@ -1,0 +1,51 @@
+#pragma once
+
+#include "model/PanelState.h"
+
+#include <QAbstractListModel>
+
+class AppState;
+class ContentImageProvider;
+
+// One conversation's messages for the detail pane, newest first (the list view grows
+// upwards, so opening a conversation lands on its newest message without laying out the
+// rest). Rows are cheap: a bubble's parts, times and separator are worked out only when a
+// delegate asks for them, so a history of 100k messages costs one copy of the list.
+class ConversationModel : public QAbstractListModel
+{
+    Q_OBJECT
+    Q_PROPERTY(QString peer READ peer NOTIFY peerChanged)
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,
+        OutgoingRole,
+        TypeRole,
+        PartsRole, // list of ContentNormalizer::toVariantMap, images as "source" URLs
+        TimeRole, // "HH:mm"
+        SeparatorRole, // the day label when the message opens a day, else ""
+        StatusRole, // "queued", "sent", "delivered", "read", "failed" or ""
+    };
+
+    ConversationModel(AppState &state, ContentImageProvider *images, QObject *parent = nullptr);
+
+    const QString &peer() const { return m_peer; }
+    // Shows the conversation with peer ("" for none).
+    void setPeer(const QString &peer);
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+Q_SIGNALS:
+    void peerChanged();
+
+private:
+    void reload();
+    const Message &messageAt(int row) const { return m_messages[m_messages.size() - 1 - row]; }
+    QVariantList partsOf(const Message &message) const;
+
+    AppState &m_state;
+    ContentImageProvider *m_images;
+    QString m_peer;
+    QList<Message> m_messages; // oldest first, as AppState keeps them
+};

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QVariantList>
+
+#include <functional>
+
+class AppState;
+class ContentImageProvider;
+class ConversationModel;
+class SessionListModel;
+class StateClient;
+
+// What the main window's views read: the sidebar and conversation models, the detail
+// selection, the own profile and, while the state server is unreachable, the offline
+// view's launch state. Without a state client (the sample-data preview) it never goes
+// offline. The views only call the invokables below; every decision is made here.
+class MainViewModel : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool offline READ offline NOTIFY offlineChanged)
+    Q_PROPERTY(bool launching READ launching NOTIFY launchChanged)
+    Q_PROPERTY(QString launchError READ launchError NOTIFY launchChanged)
+    // "none", "conversation" or "profile"
+    Q_PROPERTY(QString detail READ detail NOTIFY selectionChanged)
+    Q_PROPERTY(QString selectedPeer READ selectedPeer NOTIFY selectionChanged)
+    Q_PROPERTY(QString selectedFingerprint READ selectedFingerprint NOTIFY selectionChanged)
+    Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
+    Q_PROPERTY(QObject *sessions READ sessions CONSTANT)
+    Q_PROPERTY(QObject *conversation READ conversation CONSTANT)
+    Q_PROPERTY(QString selfHandle READ selfHandle NOTIFY profileChanged)
+    Q_PROPERTY(QString selfFingerprint READ selfFingerprint NOTIFY profileChanged)
+    // [{handle, initials, fingerprint, status}]
+    Q_PROPERTY(QVariantList pending READ pending NOTIFY profileChanged)
+    Q_PROPERTY(QVariantList contacts READ contacts NOTIFY profileChanged)
+public:
+    MainViewModel(AppState &state, StateClient *client, ContentImageProvider *images, QObject *parent = nullptr);
+    ~MainViewModel() override;
+
+    bool offline() const;
+    bool launching() const { return m_launching; }
+    QString launchError() const { return m_launchError; }
+    QString detail() const;
+    QString selectedPeer() const;
+    QString selectedFingerprint() const;
+    QString searchText() const;
+    void setSearchText(const QString &text);
+    QObject *sessions() const;
+    QObject *conversation() const;
+    ConversationModel *conversationModel() const { return m_conversation; }
+    QString selfHandle() const;
+    QString selfFingerprint() const;
+    QVariantList pending() const;
+    QVariantList contacts() const;
+
+    // Fingerprint text in blocks of four, whatever spacing it came with.
+    static QString groupsOfFour(const QString &fingerprint);
+
+    Q_INVOKABLE void selectConversation(const QString &peer);
+    Q_INVOKABLE void openProfile();
+    // The offline view's button: asks the state client for a running server.
+    Q_INVOKABLE void launchServer();
+    Q_INVOKABLE void openPreferences();
+
+    std::function<void()> onOpenPreferences;
+
+Q_SIGNALS:
+    void offlineChanged();
+    void launchChanged();
+    void selectionChanged();
+    void searchTextChanged();
+    void profileChanged();
+
+private:
+    void followSelection();
+
+    AppState &m_state;
+    QPointer<StateClient> m_client;
+    SessionListModel *m_sessions;
+    ConversationModel *m_conversation;
+    bool m_launching = false;
+    QString m_launchError;
+};

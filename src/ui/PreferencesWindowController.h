@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class PreferencesModel;
+class QQuickWindow;
+class ViewWindow;
+
+// The preferences window: the switches, the do-not-disturb breakthrough choice and an
+// about pane with the command that reads the app's log.
+class PreferencesWindowController : public QObject
+{
+    Q_OBJECT
+public:
+    explicit PreferencesWindowController(QObject *parent = nullptr);
+    ~PreferencesWindowController() override;
+
+    void open();
+    QQuickWindow *window() const;
+    PreferencesModel *model() const { return m_model; }
+
+    std::function<void()> onClosed;
+
+private:
+    std::unique_ptr<ViewWindow> m_window;
+    PreferencesModel *m_model;
+};

@@ -1,0 +1,93 @@
+#include "ui/ViewWindow.h"
+
+#include "app/Log.h"
+#include "app/SettingsStore.h"
+
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QScreen>
+
+ViewWindow::ViewWindow(const Setup &setup, QObject *parent)
+    : QObject(parent)
+    , m_setup(setup)
+    , m_view(std::make_unique<QQuickView>())
+{
+    m_view->setTitle(setup.title);
+    m_view->setMinimumSize(setup.minimumSize);
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view->setColor(QColor(QStringLiteral("#f5f5f7")));
+
+    QRect frame(QPoint(0, 0), setup.size);
+    const auto saved = SettingsStore::value(setup.autosaveKey);
+    const QRect savedRect = saved ? saved->toRect() : QRect();
+    if (savedRect.isValid() && savedRect.width() >= setup.minimumSize.width()
+        && savedRect.height() >= setup.minimumSize.height()) {
+        frame = savedRect;
+    } else if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        frame.moveCenter(screen->availableGeometry().center());
+    }
+    m_view->setGeometry(frame);
+
+    // The module's static plugin is imported by the executable (QmlViews); its files are
+    // found through the resource import path.
+    m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    m_view->installEventFilter(this);
+    m_saveTimer.setSingleShot(true);
+    m_saveTimer.setInterval(500);
+    connect(&m_saveTimer, &QTimer::timeout, this, &ViewWindow::saveGeometry);
+}
+
+ViewWindow::~ViewWindow()
+{
+    if (m_saveTimer.isActive())
+        saveGeometry();
+}
+
+void ViewWindow::load(const QVariantMap &properties)
+{
+    m_view->setInitialProperties(properties);
+    m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Quillmote/Ui/") + m_setup.view + QStringLiteral(".qml")));
+    if (m_view->status() != QQuickView::Ready) {
+        QStringList errors;
+        for (const auto &e : m_view->errors())
+            errors.append(e.toString());
+        Log::error(Log::Category::mainwindow,
+                   m_setup.view + QStringLiteral(": view failed to load: ") + errors.join(QStringLiteral("; ")));
+    }
+}
+
+QQuickWindow *ViewWindow::window() const { return m_view.get(); }
+
+QQmlEngine *ViewWindow::engine() const { return m_view->engine(); }
+
+void ViewWindow::bringToFront()
+{
+    if (m_view->windowState() & Qt::WindowMinimized)
+        m_view->setWindowStates(m_view->windowStates() & ~Qt::WindowMinimized);
+    m_view->show();
+    m_view->raise();
+    m_view->requestActivate();
+}
+
+void ViewWindow::saveGeometry()
+{
+    SettingsStore::setValue(m_setup.autosaveKey, m_view->geometry());
+}
+
+bool ViewWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_view.get() && event->type() == QEvent::Close) {
+        // Hidden, not destroyed: the next open shows the same window again.
+        event->ignore();
+        saveGeometry();
+        m_view->hide();
+        if (onClosed)
+            onClosed();
+        return true;
+    }
+    if (watched == m_view.get() && (event->type() == QEvent::Move || event->type() == QEvent::Resize)
+        && m_view->isVisible())
+        m_saveTimer.start();
+    return QObject::eventFilter(watched, event);
+}

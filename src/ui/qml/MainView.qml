@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// The main window: the offline view while the state server is unreachable, otherwise the
+// conversation list beside one conversation, the own profile or the empty state.
+Rectangle {
+    id: root
+    required property QtObject vm
+    color: "#f5f5f7"
+
+    ServerOfflineView {
+        anchors.fill: parent
+        visible: root.vm.offline
+        vm: root.vm
+    }
+
+    SplitView {
+        anchors.fill: parent
+        visible: !root.vm.offline
+        orientation: Qt.Horizontal
+
+        SessionSidebar {
+            vm: root.vm
+            SplitView.preferredWidth: 290
+            SplitView.minimumWidth: 230
+            SplitView.maximumWidth: 420
+        }
+
+        ColumnLayout {
+            SplitView.fillWidth: true
+            spacing: 0
+
+            DetailToolbar {
+                vm: root.vm
+                Layout.fillWidth: true
+            }
+
+            Loader {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                sourceComponent: root.vm.detail === "conversation" ? conversationPage
+                               : root.vm.detail === "profile" ? profilePage : emptyPage
+            }
+        }
+    }
+
+    Component { id: conversationPage; ConversationView { vm: root.vm } }
+    Component { id: profilePage; ProfileView { vm: root.vm } }
+    Component { id: emptyPage; EmptyDetailView { } }
+}

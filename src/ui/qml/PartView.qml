@@ -1,0 +1,202 @@
+import QtQuick
+
+// One content part of a bubble, by its kind.
+Item {
+    id: partView
+    required property var part
+    // Width the part would like without wrapping; the bubble sizes itself from it.
+    readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
+    // Code and structured payloads take the widest bubble.
+    readonly property real wide: 100000
+    implicitHeight: loader.item ? loader.item.implicitHeight : 0
+    height: implicitHeight
+
+    function pick(kind) {
+        switch (kind) {
+        case "text": return textPart
+        case "code": return codePart
+        case "file": return filePart
+        case "image": return imagePart
+        case "data": return jsonPart
+        case "tool_call": return jsonPart
+        case "tool_result": return jsonPart
+        default: return jsonPart
+        }
+    }
+
+    Loader {
+        id: loader
+        width: parent.width
+        sourceComponent: partView.pick(partView.part.kind)
+    }
+
+    Component {
+        id: textPart
+        Text {
+            // Measured apart from the wrapped text, whose size follows the bubble's width.
+            readonly property real naturalWidth: measure.implicitWidth
+            Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
+            width: loader.width
+            text: partView.part.text || ""
+            textFormat: Text.PlainText
+            wrapMode: Text.Wrap
+            font.pixelSize: 14
+            color: "#1d1d1f"
+        }
+    }
+
+    Component {
+        id: codePart
+        Rectangle {
+            readonly property real naturalWidth: partView.wide
+            width: loader.width
+            implicitHeight: codeColumn.implicitHeight + 16
+            radius: 8
+            color: "#1f2430"
+            Column {
+                id: codeColumn
+                x: 10
+                y: 8
+                width: parent.width - 20
+                spacing: 4
+                Text {
+                    id: header
+                    text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
+                    font.pixelSize: 10
+                    font.family: "monospace"
+                    color: "#9aa4b8"
+                }
+                Text {
+                    id: codeText
+                    width: parent.width
+                    text: partView.part.code || ""
+                    textFormat: Text.PlainText
+                    wrapMode: Text.WrapAnywhere
+                    font.family: "monospace"
+                    font.pixelSize: 12
+                    color: "#e6e9ef"
+                }
+            }
+        }
+    }
+
+    Component {
+        id: filePart
+        Row {
+            readonly property real naturalWidth: implicitWidth
+            spacing: 10
+            Rectangle {
+                width: 36
+                height: 40
+                radius: 6
+                color: "#eef1f6"
+                border.color: "#cfd6e2"
+                Text { anchors.centerIn: parent; text: "▣"; font.pixelSize: 18; color: "#5b6b7f" }
+            }
+            Column {
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 2
+                Text { text: partView.part.name || "file"; font.pixelSize: 13; font.bold: true; color: "#1d1d1f" }
+                Text {
+                    text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
+                    font.pixelSize: 11
+                    color: "#6e6e73"
+                }
+            }
+        }
+    }
+
+    Component {
+        id: imagePart
+        Column {
+            readonly property real naturalWidth: 320
+            spacing: 4
+            Image {
+                id: picture
+                visible: source.toString().length > 0
+                source: partView.part.source || ""
+                asynchronous: true
+
+                fillMode: Image.PreserveAspectFit
+                width: Math.min(loader.width, 320)
+                height: status === Image.Ready ? Math.min(240, implicitHeight * width / Math.max(1, implicitWidth)) : 0
+                sourceSize.width: 640
+            }
+            Rectangle {
+                visible: !picture.visible || picture.status === Image.Error
+                width: Math.min(loader.width, 200)
+                height: 90
+                radius: 8
+                color: "#eef1f6"
+                border.color: "#cfd6e2"
+                Text { anchors.centerIn: parent; text: "▢"; font.pixelSize: 30; color: "#8a94a6" }
+            }
+            Text {
+                id: altText
+                visible: text.length > 0
+                width: loader.width
+                text: [partView.part.alt || "", partView.part.size || ""].filter(s => s.length > 0).join(" · ")
+                wrapMode: Text.Wrap
+                font.pixelSize: 11
+                color: "#6e6e73"
+            }
+        }
+    }
+
+    // Structured payloads: data, tool calls and results, and kinds this app does not know.
+    Component {
+        id: jsonPart
+        Rectangle {
+            readonly property string kind: partView.part.kind
+            readonly property string title: kind === "data" ? "数据" + (partView.part.mime ? " · " + partView.part.mime : "")
+                : kind === "tool_call" ? "⚙ 工具调用 · " + (partView.part.name || "tool call")
+                : kind === "tool_result" ? (partView.part.ok ? "工具结果 · 成功" : "工具结果 · 失败")
+                : "未知内容 · " + (partView.part.kind || "")
+            readonly property string body: kind === "data" ? (partView.part.json || "")
+                : kind === "tool_call" ? (partView.part.args || "")
+                : kind === "tool_result" ? (partView.part.result || "")
+                : (partView.part.raw || "")
+            readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : "#e5484d") : "#5b6b7f"
+            readonly property real naturalWidth: partView.wide
+            width: loader.width
+            implicitHeight: jsonColumn.implicitHeight + 16
+            radius: 8
+            color: "#f6f7f9"
+            border.color: Qt.lighter(accent, 1.6)
+            Column {
+                id: jsonColumn
+                x: 10
+                y: 8
+                width: parent.width - 20
+                spacing: 4
+                Text {
+                    id: titleText
+                    text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
+                    font.pixelSize: 11
+                    font.bold: true
+                    color: parent.parent.accent
+                }
+                Text {
+                    id: bodyText
+                    visible: text.length > 0
+                    width: parent.width
+                    text: parent.parent.body
+                    textFormat: Text.PlainText
+                    wrapMode: Text.WrapAnywhere
+                    font.family: "monospace"
+                    font.pixelSize: 11
+                    color: "#1d1d1f"
+                }
+                Text {
+                    id: errorText
+                    visible: text.length > 0
+                    width: parent.width
+                    text: partView.part.error || ""
+                    wrapMode: Text.Wrap
+                    font.pixelSize: 12
+                    color: "#e5484d"
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,295 @@
+#include "app/SettingsStore.h"
+#include "cli/CLIRunner.h"
+#include "platform/QmlViews.h"
+#include "state/AppState.h"
+#include "state/DaemonManager.h"
+#include "state/StateClient.h"
+#include "state/StateWiring.h"
+#include "support/LogCapture.h"
+#include "support/TestEnv.h"
+#include "state/SimWeb.h"
+#include "ui/ConversationModel.h"
+#include "ui/MainViewModel.h"
+#include "ui/MainWindowController.h"
+#include "ui/NativePreviewWindowController.h"
+#include "ui/PreferencesWindowController.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPainter>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+namespace {
+void saveShot(QQuickWindow *window, const QString &name)
+{
+    QTest::qWait(400); // asynchronous images and the first layout
+    const QImage shot = window->grabWindow();
+    QVERIFY(!shot.isNull());
+    const QString dir = sourceDir() + QStringLiteral("/docs/screenshots");
+    QDir().mkpath(dir);
+    QVERIFY(shot.save(dir + QLatin1Char('/') + name));
+}
+
+QString pngBase64()
+{
+    QImage image(240, 140, QImage::Format_RGB32);
+    QPainter p(&image);
+    QLinearGradient g(0, 0, 240, 140);
+    g.setColorAt(0, QColor("#3d7bd9"));
+    g.setColorAt(1, QColor("#2f9e6f"));
+    p.fillRect(image.rect(), g);
+    p.setPen(Qt::white);
+    p.setBrush(QColor(255, 255, 255, 60));
+    p.drawRoundedRect(30, 30, 70, 80, 8, 8);
+    p.drawRoundedRect(140, 30, 70, 80, 8, 8);
+    p.drawLine(100, 70, 140, 70);
+    p.end();
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return QString::fromLatin1(bytes.toBase64());
+}
+
+// A conversation with every content kind, for the screenshots.
+QByteArray showcaseDocument()
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    auto at = [&](int minutesAgo) { return now.addSecs(-60LL * minutesAgo).toString(Qt::ISODate); };
+    auto parts = [](const QJsonArray &p) { return QJsonObject{{"parts", p}}; };
+    QJsonArray messages;
+    auto add = [&](const QString &peer, const QString &dir, const QString &type, const QString &status, int ago,
+                   const QJsonObject &content) {
+        messages.append(QJsonObject{{"id", QStringLiteral("m%1").arg(messages.size())}, {"peer", peer}, {"direction", dir},
+                                    {"type", type}, {"status", status}, {"createdAt", at(ago)}, {"content", content}});
+    };
+    add("bot-reviewer", "out", "text", "read", 1600, QJsonObject{{"text", "请检查一下 src/cache.ts 的改动。"}});
+    add("bot-reviewer", "in", "agent.finding", "delivered", 1590,
+        parts({QJsonObject{{"kind", "text"}, {"text", "缓存键没有包含语言区域。"}},
+               QJsonObject{{"kind", "code"}, {"lang", "ts"}, {"path", "src/cache.ts"},
+                           {"code", "const key = `${locale}:${route}`;\nreturn cache.get(key);"}}}));
+    add("bot-reviewer", "in", "text", "delivered", 50,
+        parts({QJsonObject{{"kind", "tool_call"}, {"name", "run_tests"}, {"call_id", "c7"},
+                           {"args", QJsonObject{{"filter", "cache"}, {"watch", false}}}}}));
+    add("bot-reviewer", "in", "text", "delivered", 48,
+        parts({QJsonObject{{"kind", "tool_result"}, {"ok", true}, {"call_id", "c7"},
+                           {"result", QJsonObject{{"passed", 42}, {"failed", 0}}}}}));
+    add("bot-reviewer", "in", "text", "delivered", 47,
+        parts({QJsonObject{{"kind", "tool_result"}, {"ok", false}, {"call_id", "c8"}, {"error", "lint: 2 problems"}}}));
+    add("bot-reviewer", "in", "artifact.file", "delivered", 40,
+        parts({QJsonObject{{"kind", "file"}, {"name", "coverage-report.pdf"}, {"mime", "application/pdf"}, {"bytes", 348211}},
+               QJsonObject{{"kind", "image"}, {"mime", "image/png"}, {"alt", "缓存流程图"}, {"data", pngBase64()}}}));
+    add("bot-reviewer", "in", "agent.discussion", "delivered", 30,
+        parts({QJsonObject{{"kind", "data"}, {"mime", "application/json"},
+                           {"json", QJsonObject{{"options", QJsonArray{"周五", "下周一"}}, {"preferred", "下周一"}}}},
+               QJsonObject{{"kind", "hologram"}, {"frames", 3}}}));
+    add("bot-reviewer", "out", "text", "failed", 10, QJsonObject{{"text", "好的，我下午合并。"}});
+    add("bot-reviewer", "out", "text", "delivered", 3, QJsonObject{{"text", "已合并到 main。"}});
+    add("alice", "in", "text", "delivered", 5, QJsonObject{{"text", "今晚一起看下发布说明？"}});
+    add("carol", "in", "text", "delivered", 200, QJsonObject{{"text", "设计稿更新了"}});
+    const QJsonObject doc{
+        {"self", QJsonObject{{"handle", "me"}, {"fingerprint", "A1B2C3D4E5F60718293A4B5C6D7E8F90"}}},
+        {"handle", "me"},
+        {"contacts", QJsonArray{QJsonObject{{"handle", "alice"}, {"fingerprint", "0A1B2C3D4E5F6071"}, {"status", "connected"}},
+                                QJsonObject{{"handle", "bot-reviewer"}, {"fingerprint", "9F8E7D6C5B4A3928"}, {"status", "connected"}},
+                                QJsonObject{{"handle", "carol"}, {"fingerprint", "1122334455667788"}, {"status", "pending"}}}},
+        {"pending", QJsonArray{QJsonObject{{"handle", "dave"}, {"fingerprint", "DDDDEEEE44440000"}}}},
+        {"messages", messages}};
+    return QJsonDocument(doc).toJson();
+}
+
+// Items made by repeaters and loaders hang in the item tree only.
+QQuickItem *findItem(QQuickItem *item, const QString &name)
+{
+    if (item->objectName() == name)
+        return item;
+    for (QQuickItem *child : item->childItems())
+        if (QQuickItem *found = findItem(child, name))
+            return found;
+    return nullptr;
+}
+
+QQuickItem *findItem(QQuickWindow *window, const QString &name) { return findItem(window->contentItem(), name); }
+
+QString partsText(const ConversationModel *model, int row)
+{
+    return QString::fromUtf8(
+        QJsonDocument::fromVariant(model->data(model->index(row), ConversationModel::PartsRole)).toJson());
+}
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+        (void)QmlViews::baseUrl(); // links the module's plugin
+    }
+
+    void init() { CLIRunner::resetCacheForTesting(); }
+
+    void cleanup()
+    {
+        if (const auto pid = DaemonManager::shared().childPid())
+            killAndWait(*pid);
+    }
+
+    void opensOnAConversationAndFollowsPushes()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        SimWeb web;
+        QVERIFY(web.start(port, {QStringLiteral("--messages"), QStringLiteral("60")}));
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+
+        AppState state;
+        StateClient client;
+        client.setPollIntervalForTesting(60000); // the event stream alone must bring the push
+        StateWiring::connectClient(&client, &state);
+        MainWindowController controller(state, client);
+        QCOMPARE(controller.window()->title(), QStringLiteral("Quillmote"));
+        QCOMPARE(controller.window()->minimumSize(), QSize(820, 480));
+
+        controller.open(QStringLiteral("alice"));
+        QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded, focus deep-link")));
+        QVERIFY(controller.window()->isVisible());
+        ConversationModel *conversation = controller.viewModel()->conversationModel();
+        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 15; }, 10000));
+        auto *list = findItem(controller.window(), QStringLiteral("conversationList"));
+        QVERIFY(list);
+        QTRY_COMPARE(list->property("count").toInt(), 15);
+        QCOMPARE(state.unreadCount(QStringLiteral("alice")), 0);
+
+        QVERIFY(web.command({QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("alice"), QStringLiteral("--text"),
+                             QStringLiteral("pushed from the stand-in")}));
+        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 3000));
+        QVERIFY(partsText(conversation, 0).contains(QStringLiteral("pushed from the stand-in")));
+        QTRY_COMPARE(list->property("count").toInt(), 16);
+
+        // Closing only hides; the next open shows the same window without a peer.
+        bool closed = false;
+        controller.onClosed = [&] { closed = true; };
+        controller.window()->close();
+        QVERIFY(closed);
+        QVERIFY(!controller.window()->isVisible());
+        QVERIFY(SettingsStore::value(QStringLiteral("QuillmoteMainWindow")));
+        controller.open(std::nullopt);
+        QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded")));
+        QVERIFY(controller.window()->isVisible());
+        QCOMPARE(controller.viewModel()->selectedPeer(), QStringLiteral("alice"));
+    }
+
+    void offlineViewStartsTheServer()
+    {
+        TestEnv env;
+        const quint16 port = freePort();
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+        // No tool anywhere: the client's own attempt and the first press both fail.
+        env.set("QUILLMOTE_BIN", (env.root() + QStringLiteral("/missing")).toUtf8());
+        const QByteArray path = qgetenv("PATH");
+        env.set("PATH", env.root().toUtf8());
+
+        AppState state;
+        StateClient client;
+        StateWiring::connectClient(&client, &state);
+        MainWindowController controller(state, client);
+        bool prefs = false;
+        controller.onOpenPreferences = [&] { prefs = true; };
+        controller.open(std::nullopt);
+        MainViewModel *vm = controller.viewModel();
+        QVERIFY(QTest::qWaitFor([&] { return vm->offline(); }, 15000));
+        auto *button = findItem(controller.window(), QStringLiteral("launchButton"));
+        QVERIFY(button && button->isVisible());
+        QCOMPARE(button->property("text").toString(), QStringLiteral("启动监督服务"));
+        saveShot(controller.window(), QStringLiteral("main-offline.png"));
+
+        QMetaObject::invokeMethod(button, "clicked");
+        QVERIFY(vm->launching());
+        QVERIFY(QTest::qWaitFor([&] { return !vm->launching(); }, 20000));
+        QCOMPARE(vm->launchError(), QStringLiteral("无法启动监督服务。\n请手动在终端运行 quillmote web。"));
+
+        env.set("QUILLMOTE_BIN", simPath().toUtf8());
+        env.set("PATH", path); // the stand-in runs on node
+        CLIRunner::resetCacheForTesting();
+        vm->launchServer();
+        QVERIFY(vm->launchError().isEmpty());
+        QVERIFY(QTest::qWaitFor([&] { return !vm->offline() && !vm->launching(); }, 20000));
+        QVERIFY(vm->launchError().isEmpty());
+        QVERIFY(QTest::qWaitFor([&] { return !state.sessions().isEmpty(); }, 5000));
+        vm->openPreferences();
+        QVERIFY(prefs);
+    }
+
+    void screenshotsOfConversationAndProfile()
+    {
+        TestEnv env;
+        const QString file = env.root() + QStringLiteral("/state.json");
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(showcaseDocument());
+        f.close();
+        const quint16 port = freePort();
+        SimWeb web;
+        QVERIFY(web.start(port, {QStringLiteral("--state"), file}));
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+
+        AppState state;
+        StateClient client;
+        StateWiring::connectClient(&client, &state);
+        MainWindowController controller(state, client);
+        controller.window()->setGeometry(QRect(40, 40, 1040, 720));
+        controller.open(QStringLiteral("bot-reviewer"));
+        QVERIFY(QTest::qWaitFor([&] { return controller.viewModel()->conversationModel()->rowCount() == 9; }, 10000));
+        saveShot(controller.window(), QStringLiteral("main-window.png"));
+
+        controller.viewModel()->openProfile();
+        QCOMPARE(controller.viewModel()->detail(), QStringLiteral("profile"));
+        QCOMPARE(controller.viewModel()->selfFingerprint(), QStringLiteral("A1B2 C3D4 E5F6 0718 293A 4B5C 6D7E 8F90"));
+        saveShot(controller.window(), QStringLiteral("main-profile.png"));
+    }
+
+    void previewAndPreferences()
+    {
+        TestEnv env;
+        LogCapture log;
+        NativePreviewWindowController preview;
+        preview.open();
+        QVERIFY(log.contains(QStringLiteral("native-preview: window opened with sample data")));
+        QCOMPARE(preview.window()->title(), QStringLiteral("Quillmote — Native Preview"));
+        QVERIFY(!preview.viewModel()->offline());
+        QCOMPARE(static_cast<QAbstractItemModel *>(preview.viewModel()->sessions())->rowCount(), 3);
+
+        PreferencesWindowController prefs;
+        prefs.open();
+        QVERIFY(prefs.window()->isVisible());
+        auto *quiet = findItem(prefs.window(), QStringLiteral("switch:quietWhenTerminalFocused"));
+        QVERIFY(quiet);
+        QCOMPARE(quiet->property("checked").toBool(), false);
+        QMetaObject::invokeMethod(quiet, "toggle");
+        QMetaObject::invokeMethod(quiet, "toggled");
+        QVERIFY(SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false));
+        auto *breakthrough = findItem(prefs.window(), QStringLiteral("switch:breakthrough"));
+        QVERIFY(breakthrough);
+        QMetaObject::invokeMethod(breakthrough, "toggle");
+        QMetaObject::invokeMethod(breakthrough, "toggled");
+        QCOMPARE(SettingsStore::value(QStringLiteral("quillmote.focusFilter.breakthroughChoice")).value_or(false).toBool(), true);
+        auto *command = findItem(prefs.window(), QStringLiteral("logCommand"));
+        QVERIFY(command);
+        QCOMPARE(command->property("text").toString(),
+                 QStringLiteral("journalctl --user -t quillmote-notifier --since \"1 hour ago\""));
+        saveShot(prefs.window(), QStringLiteral("preferences.png"));
+    }
+};
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
