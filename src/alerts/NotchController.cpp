@@ -1,5 +1,7 @@
 #include "alerts/NotchController.h"
 
+#include "app/Log.h"
+
 #include "app/SettingsStore.h"
 
 #include <QDateTime>
@@ -336,12 +338,18 @@ void NotchController::playArrivalSound()
 {
     if (!SettingsStore::flag(SettingsStore::Key::sound, true))
         return;
+    if (chimeAllowed && !chimeAllowed()) {
+        Log::debug(Log::Category::notch, QStringLiteral("notch: chime held back (do-not-disturb, no breakthrough)"));
+        return;
+    }
     const double now = m_ports.scheduler->now();
     if (m_lastSoundAt && now - *m_lastSoundAt <= kSoundDebounce)
         return;
     m_lastSoundAt = now;
-    if (m_ports.sound)
+    if (m_ports.sound) {
+        Log::debug(Log::Category::notch, QStringLiteral("notch: chime"));
         m_ports.sound->playArrival();
+    }
 }
 
 void NotchController::contentSizeChanged(qreal width, qreal height)

@@ -49,6 +49,8 @@ public:
     std::function<bool(const FillFrame &)> onFill;
     std::function<void(const QString &)> onOpenApp; // the sender's handle
     std::function<void(const QString &)> onLog;
+    // False while do-not-disturb silences messages: the overlay still shows, without a chime.
+    std::function<bool()> chimeAllowed;
 
 private:
     struct Pending {

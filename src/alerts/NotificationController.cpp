@@ -106,6 +106,8 @@ Banner NotificationController::messageBanner(const NotifyFrame &frame)
     }
     const bool mapUrgency = SettingsStore::flag(SettingsStore::Key::urgencyMapping, true);
     b.urgency = (mapUrgency && frame.focused.value_or(false)) ? Banner::Urgency::low : Banner::Urgency::normal;
+    if (forceCritical && forceCritical())
+        b.urgency = Banner::Urgency::critical;
     if (SettingsStore::flag(SettingsStore::Key::commNotifications, true)) {
         b.image = MonogramAvatar::image(frame.sender, avatarSize);
         if (b.image.isNull())

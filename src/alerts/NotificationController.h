@@ -50,6 +50,9 @@ public:
     // message the banner shows.
     std::function<void(const NotifyFrame &)> onOpenReply;
     std::function<void(const QString &)> onLog;
+    // True while do-not-disturb is on and the user lets messages break through it: the
+    // banner then goes out with critical urgency, which desktops show during do-not-disturb.
+    std::function<bool()> forceCritical;
 
 private:
     enum class State { unknown, enabled, disabled };

@@ -1,5 +1,17 @@
 #include "app/AppController.h"
 
+#include "app/DeepLink.h"
+#include "intents/FocusPolicy.h"
+#include "platform/DesktopActions.h"
+#include "platform/DoNotDisturbWatcher.h"
+#include "platform/XdgAutostart.h"
+#include "state/AppState.h"
+#include "state/StateClient.h"
+#include "state/StateWiring.h"
+#include "ui/MainWindowController.h"
+#include "ui/NativePreviewWindowController.h"
+#include "ui/PreferencesWindowController.h"
+
 #include "alerts/MenuBarController.h"
 #include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
@@ -11,7 +23,11 @@
 #include "platform/NotchPlatform.h"
 #include "platform/SystemTray.h"
 
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickWindow>
 #include <QPointer>
+#include <QTimer>
 #include <QUrl>
 
 AppController::AppController(QObject *parent)
@@ -27,19 +43,118 @@ AppController::AppController(QObject *parent)
 
 AppController::~AppController() = default;
 
+StateClient &AppController::stateClient()
+{
+    appState();
+    return *m_stateClient;
+}
+
+AppState &AppController::appState()
+{
+    if (!m_appState) {
+        m_stateClient = std::make_unique<StateClient>();
+        m_appState = std::make_unique<AppState>();
+        StateWiring::connectClient(m_stateClient.get(), m_appState.get());
+    }
+    return *m_appState;
+}
+
+void AppController::openMainWindow(const std::optional<QString> &focusPeer)
+{
+    if (!m_mainWC) {
+        m_mainWC = std::make_unique<MainWindowController>(appState(), stateClient());
+        const QPointer<AppController> self(this);
+        m_mainWC->onOpenPreferences = [self] {
+            if (self)
+                self->openPreferences();
+        };
+        m_mainWC->onClosed = [self] {
+            if (self)
+                self->windowClosed();
+        };
+        Log::info(Log::Category::lifecycle, QStringLiteral("mainwindow: controller created"));
+    }
+    m_mainWC->open(focusPeer);
+}
+
+void AppController::openProfile()
+{
+    openMainWindow();
+    appState().setSelection(DetailSelection::profile());
+}
+
+void AppController::openPreferences()
+{
+    if (!m_prefsWC) {
+        m_prefsWC = std::make_unique<PreferencesWindowController>();
+        const QPointer<AppController> self(this);
+        m_prefsWC->onClosed = [self] {
+            if (self)
+                self->windowClosed();
+        };
+        Log::info(Log::Category::lifecycle, QStringLiteral("prefs: window created"));
+    }
+    m_prefsWC->open();
+}
+
+void AppController::openNativePreviewWindow()
+{
+    if (!m_nativePreviewWC) {
+        m_nativePreviewWC = std::make_unique<NativePreviewWindowController>();
+        const QPointer<AppController> self(this);
+        m_nativePreviewWC->onClosed = [self] {
+            if (self)
+                self->windowClosed();
+        };
+        Log::info(Log::Category::lifecycle, QStringLiteral("native-preview: controller created"));
+    }
+    m_nativePreviewWC->open();
+}
+
+void AppController::bringWindowsForward()
+{
+    if (m_mainWC && m_mainWC->window() && m_mainWC->window()->isVisible()) {
+        m_mainWC->window()->raise();
+        m_mainWC->window()->requestActivate();
+    }
+}
+
+void AppController::windowClosed()
+{
+    // On the next turn, when the closing window is gone: the app is an accessory again
+    // once no ordinary window is visible (the overlay and menus do not count).
+    QTimer::singleShot(0, this, [self = QPointer<AppController>(this)] {
+        if (!self)
+            return;
+        const QWindowList windows = QGuiApplication::topLevelWindows();
+        for (const QWindow *w : windows) {
+            const Qt::WindowType type = w->type();
+            if (w->isVisible() && (type == Qt::Window || type == Qt::Dialog))
+                return;
+        }
+        Log::info(Log::Category::mainwindow, QStringLiteral("close: returned to menu-bar accessory"));
+    });
+}
+
 void AppController::applicationDidFinishLaunching()
 {
     // Callbacks hold the controller weakly: one that fires after it is gone does nothing.
     const QPointer<AppController> self(this);
 
+    // An accessory from the start: with no window open only the tray icon shows
+    // (QApplication::quitOnLastWindowClosed is off). The app-wide shortcuts and the URL
+    // handler (the session-bus name) are installed by main before this runs.
+    registerLoginItem();
+
     m_menuBar->onOpenPreferences = [self] {
         if (self)
-            Log::info(Log::Category::lifecycle, QStringLiteral("prefs: requested from the tray menu"));
+            self->openPreferences();
     };
     m_menuBar->onOpenApp = [self] {
         if (self)
-            Log::info(Log::Category::lifecycle, QStringLiteral("mainwindow: requested from the tray menu"));
+            self->openMainWindow();
     };
+    applyEnvironmentSwitches();
 
     m_notifications->onLog = [](const QString &message) { Log::emit(Log::Category::notify, message); };
     m_notch->onLog = [](const QString &message) { Log::emit(Log::Category::notch, message); };
@@ -66,9 +181,10 @@ void AppController::applicationDidFinishLaunching()
         return delivered;
     };
     m_notch->onOpenApp = [self](const QString &sender) {
-        // The main window comes later; until then the request is logged.
-        if (self)
-            Log::info(Log::Category::lifecycle, QStringLiteral("notch → mainwindow: requested for @%1").arg(sender));
+        if (!self)
+            return;
+        self->openMainWindow(sender);
+        Log::info(Log::Category::lifecycle, QStringLiteral("notch → mainwindow: opened + selected @%1").arg(sender));
     };
     // Desktops without an inline reply field: the banner's "回复" opens the overlay's.
     m_notifications->onOpenReply = [self](const NotifyFrame &frame) {
@@ -86,19 +202,104 @@ void AppController::applicationDidFinishLaunching()
             self->openSender(sender);
     };
 
+    // Do-not-disturb: a recorded breakthrough makes banners critical; without one the
+    // banners follow the desktop and the notch keeps quiet.
+    m_notifications->forceCritical = [self] {
+        return self && self->m_actions && self->m_actions->doNotDisturb().isActive()
+            && FocusPolicy::decide(true, FocusPolicy::recordedBreakthrough()).forceCritical;
+    };
+    m_notch->chimeAllowed = [self] { return !(self && self->doNotDisturbSilences()); };
+    startDesktopActions();
+
     m_notifications->bootstrap();
     m_socket->start();
     Log::info(Log::Category::lifecycle, QStringLiteral("launched (menu-bar accessory)"));
+}
+
+void AppController::registerLoginItem()
+{
+    if (XdgAutostart::status() == XdgAutostart::Status::notRegistered) {
+        QString error;
+        if (XdgAutostart::registerEntry(QCoreApplication::applicationFilePath(), &error))
+            Log::info(Log::Category::lifecycle,
+                      QStringLiteral("login-item: registered via XDG autostart %1").arg(XdgAutostart::entryPath()));
+        else
+            Log::error(Log::Category::lifecycle, QStringLiteral("login-item: register failed: %1").arg(error));
+    }
+    QString why;
+    if (XdgAutostart::status(&why) == XdgAutostart::Status::turnedOffByUser)
+        Log::info(Log::Category::lifecycle, QStringLiteral("login-item: turned off by the user (%1 in %2) — left as it is")
+                                                .arg(why, XdgAutostart::entryPath()));
+}
+
+void AppController::applyEnvironmentSwitches()
+{
+    // Honoured only for exactly "1", and run after start-up has finished.
+    const QPointer<AppController> self(this);
+    const auto on = [](const char *name) { return qgetenv(name) == "1"; };
+    if (on("QUILLMOTE_OPEN_WINDOW"))
+        QTimer::singleShot(0, this, [self] {
+            if (self)
+                self->openMainWindow();
+        });
+    if (on("QUILLMOTE_OPEN_PROFILE"))
+        QTimer::singleShot(0, this, [self] {
+            if (self)
+                self->openProfile();
+        });
+    if (on("QUILLMOTE_PREVIEW"))
+        QTimer::singleShot(0, this, [self] {
+            if (self)
+                self->openNativePreviewWindow();
+        });
+}
+
+void AppController::startDesktopActions()
+{
+    if (!m_ownsBusName) {
+        Log::info(Log::Category::intents, QStringLiteral("desktop actions: no session bus name of ours — not offered"));
+        return;
+    }
+    m_actions = std::make_unique<DesktopActions>();
+    m_actions->start();
+}
+
+bool AppController::doNotDisturbSilences() const
+{
+    if (!m_actions || !m_actions->doNotDisturb().isActive())
+        return false;
+    return !FocusPolicy::decide(true, FocusPolicy::recordedBreakthrough()).chimeAllowed;
+}
+
+void AppController::handleURLString(const QString &text)
+{
+    if (text.isEmpty()) {
+        Log::info(Log::Category::lifecycle, QStringLiteral("url-scheme: received an event with no URL string"));
+        return;
+    }
+    const QUrl url(text);
+    if (url.isValid())
+        handleDeepLink(url);
+}
+
+void AppController::handleDeepLink(const QUrl &url)
+{
+    const DeepLink link = DeepLink::parse(url);
+    if (link.kind == DeepLink::Kind::conversation)
+        openMainWindow(link.target);
+    Log::info(Log::Category::lifecycle, link.logLine(url));
 }
 
 void AppController::applicationWillTerminate() { m_socket->stop(); }
 
 void AppController::openSender(const QString &sender)
 {
-    // The main window and its deep links come later; until then the wake-up is logged.
-    const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding(sender));
-    Log::info(Log::Category::lifecycle,
-              QStringLiteral("open-sender: quillmote://open?sender=%1").arg(encoded.isEmpty() ? sender : encoded));
+    // The wake-up URL goes straight to our own handler: there it only brings the app
+    // forward, as a click on a banner of a running app does.
+    const QUrl url = DeepLink::openSenderUrl(sender);
+    if (url.isValid())
+        handleDeepLink(url);
+    bringWindowsForward();
 }
 
 bool AppController::sendReply(const ReplyFrame &frame, const QString &logPrefix)

@@ -5,7 +5,16 @@
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
+class QUrl;
+
+class AppState;
+class DesktopActions;
+class MainWindowController;
+class NativePreviewWindowController;
+class PreferencesWindowController;
+class StateClient;
 class FreedesktopNotifications;
 class MenuBarController;
 class NotchController;
@@ -34,10 +43,32 @@ public:
     NotchController &notch() { return *m_notch; }
     SystemTray &tray() { return *m_tray; }
 
-    // Brings the conversation with `sender` forward.
+    // Brings the conversation with `sender` forward: the wake-up URL, handled here directly.
     void openSender(const QString &sender);
+    // quillmote:// links, from a second process or the command line.
+    void handleURLString(const QString &text);
+    void handleDeepLink(const QUrl &url);
+
+    void openMainWindow(const std::optional<QString> &focusPeer = std::nullopt);
+    void openProfile();
+    void openPreferences();
+    void openNativePreviewWindow();
+
+    // The app-wide observable state behind the main window, made on first use.
+    AppState &appState();
+    StateClient &stateClient();
+    MainWindowController *mainWindow() const { return m_mainWC.get(); }
+
+    // The session bus's name is ours: the desktop actions can be offered on it.
+    void setOwnsBusName(bool owns) { m_ownsBusName = owns; }
 
 private:
+    void registerLoginItem();
+    void applyEnvironmentSwitches();
+    void startDesktopActions();
+    bool doNotDisturbSilences() const;
+    void bringWindowsForward();
+    void windowClosed();
     void handleNotify(const NotifyFrame &frame);
     bool sendReply(const ReplyFrame &frame, const QString &logPrefix);
 
@@ -48,4 +79,12 @@ private:
     std::unique_ptr<NotificationController> m_notifications;
     std::unique_ptr<NotchController> m_notch;
     std::unique_ptr<SocketServer> m_socket;
+    std::unique_ptr<DesktopActions> m_actions;
+    // Made on first use and kept for the life of the process.
+    std::unique_ptr<StateClient> m_stateClient;
+    std::unique_ptr<AppState> m_appState;
+    std::unique_ptr<PreferencesWindowController> m_prefsWC;
+    std::unique_ptr<MainWindowController> m_mainWC;
+    std::unique_ptr<NativePreviewWindowController> m_nativePreviewWC;
+    bool m_ownsBusName = false;
 };

@@ -150,7 +150,7 @@ void TestBannersEndToEnd::dunstShowsReplacesAndOpens()
     // What dunst does on a middle click: the default action, which opens and marks read.
     run("dunstctl", {"action", "0"});
     QVERIFY2(log.waitFor("menubar: markRead @alice unread=1"), qPrintable(log.dump()));
-    QVERIFY(log.contains("open-sender: quillmote://open?sender=alice"));
+    QVERIFY(log.contains("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"));
     QVERIFY(app.menuBar().recents().first().read);
     monitor.terminate();
     monitor.waitForFinished(2000);

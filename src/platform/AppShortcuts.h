@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+// The app's own key commands on every window of ours: Ctrl+0 opens the main window,
+// Ctrl+, the preferences, Ctrl+Q quits. (Cut, copy, paste and select-all are the text
+// fields' own.)
+class AppShortcuts : public QObject
+{
+    Q_OBJECT
+public:
+    explicit AppShortcuts(QObject *parent = nullptr);
+
+    std::function<void()> onOpenApp;
+    std::function<void()> onOpenPreferences;
+    std::function<void()> onQuit;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+};
