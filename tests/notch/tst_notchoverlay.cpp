@@ -145,8 +145,9 @@ void TestNotchOverlay::clickAt(QPoint p)
 
 void TestNotchOverlay::clickItem(const char *name)
 {
-    QQuickItem *it = item(name);
-    QVERIFY2(it && it->isVisible(), name);
+    // Under load the card may still be building its buttons.
+    QQuickItem *it = nullptr;
+    QTRY_VERIFY2_WITH_TIMEOUT((it = item(name)) && it->isVisible(), name, 10000);
     // Wait until the item has stopped moving: the card may still be growing.
     QPointF last(-1, -1);
     for (int i = 0; i < 50; ++i) {
