@@ -59,22 +59,16 @@ void TestCLIResponses::requiredAndOptionalFields()
         ok = RequestsResponse::decode(doc).has_value();
     else if (type == u"claim")
         ok = ClaimResponse::decode(doc).has_value();
-    else if (type == u"connect")
-        ok = ConnectResponse::decode(doc).has_value();
     else if (type == u"share")
         ok = ShareResponse::decode(doc).has_value();
     else if (type == u"whois")
         ok = WhoisResponse::decode(doc).has_value();
     else if (type == u"doctor")
         ok = DoctorReport::decode(doc).has_value();
-    else if (type == u"whoami")
-        ok = WhoamiResponse::decode(doc).has_value();
     else if (type == u"contacts")
         ok = ContactsResponse::decode(doc).has_value();
     else if (type == u"shares")
         ok = SharesResponse::decode(doc).has_value();
-    else if (type == u"devices")
-        ok = DevicesResponse::decode(doc).has_value();
     else if (type == u"inbox")
         ok = InboxResponse::decode(doc).has_value();
     else
