@@ -34,7 +34,6 @@ struct Rig {
             fills.append(f);
             return terminalListening;
         };
-        notch->onOpenApp = [this](const QString &sender) { opened.append(sender); };
     }
 
     NotchViewModel &model() { return notch->model(); }
@@ -53,7 +52,6 @@ struct Rig {
     QStringList log;
     QList<ReplyFrame> replies;
     QList<FillFrame> fills;
-    QStringList opened;
     bool terminalListening = true;
 };
 
@@ -92,13 +90,11 @@ private Q_SLOTS:
     void actionsScheduleFlashAndLog_data();
     void actionsScheduleFlashAndLog();
     void failedReplyKeepsTheText();
-    void openAppOpensAndCloses();
     void debugSwitch_data();
     void debugSwitch();
     void chimeIsDebouncedAndFollowsTheSoundSwitch();
     void noScreenDropsTheFrameSilently();
     void noScreenAtFollowUpLeavesTheQueueStuck();
-    void openReplyShowsTheFieldFocusedAndPinned();
 
 private:
     std::unique_ptr<TestEnv> m_env;
@@ -345,16 +341,6 @@ void TestNotchController::failedReplyKeepsTheText()
     QCOMPARE(r.panel.focusRequests, (QList<bool>{true, false}));
 }
 
-void TestNotchController::openAppOpensAndCloses()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.notch->handle({NotchAction::Kind::openApp, {}});
-    QCOMPARE(r.opened, QStringList{QStringLiteral("alice")});
-    QCOMPARE(r.log.last(), QStringLiteral("notch: openApp → @alice"));
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-}
-
 void TestNotchController::debugSwitch_data()
 {
     QTest::addColumn<QByteArray>("value");
@@ -435,25 +421,6 @@ void TestNotchController::noScreenAtFollowUpLeavesTheQueueStuck()
     r.clock->advance(100000);
     QCOMPARE(r.state(), QStringLiteral("hidden"));
     QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-}
-
-void TestNotchController::openReplyShowsTheFieldFocusedAndPinned()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
-    r.notch->present(frame(QStringLiteral("b"), QStringLiteral("m2")), 1, false);
-    QVERIFY(r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
-    QCOMPARE(r.msgId(), std::optional<QString>("m3"));
-    QCOMPARE(r.state(), QStringLiteral("expanded"));
-    QVERIFY(r.model().replyVisible());
-    QVERIFY(r.panel.focus);
-    QVERIFY(r.notch->pinned());
-    QCOMPARE(r.notch->queueLength(), 1);
-    r.notch->handle({NotchAction::Kind::cancelReply, {}});
-    r.clock->advance(2.5 + 0.32);
-    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-    r.screens->list.clear();
-    QVERIFY(!r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
 }
 
 QTEST_GUILESS_MAIN(TestNotchController)

@@ -92,33 +92,12 @@ private Q_SLOTS:
         QCOMPARE(m_server->last().body, QStringLiteral("&lt;b&gt;x&lt;/b&gt; &amp; y"));
     }
 
-    void avatarFollowsTheSetting_data()
-    {
-        QTest::addColumn<bool>("setOff");
-        QTest::newRow("default on") << false;
-        QTest::newRow("off") << true;
-    }
-    void avatarFollowsTheSetting()
-    {
-        QFETCH(bool, setOff);
-        if (setOff)
-            SettingsStore::setFlag(SettingsStore::Key::commNotifications, false);
-        m_ctl->bootstrap();
-        m_ctl->present(frame("ada lovelace", "x"));
-        QCOMPARE(m_server->last().image.isNull(), setOff);
-        QCOMPARE(m_lines.contains("comms-notif: enriched banner from @ada lovelace"), !setOff);
-        if (!setOff)
-            QCOMPARE(m_server->last().image, MonogramAvatar::image("ada lovelace", 64));
-    }
-
     void initials_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("initials");
         QTest::newRow("empty") << "" << "?";
-        QTest::newRow("only separators") << " _ " << "?";
         QTest::newRow("one word") << "alice" << "AL";
-        QTest::newRow("one letter") << "x" << "X";
         QTest::newRow("two words") << "ada lovelace" << "AL";
         QTest::newRow("three words") << "grace b hopper" << "GB";
         QTest::newRow("handle separators") << "john_doe-x" << "JD";
@@ -224,24 +203,6 @@ private Q_SLOTS:
         QCOMPARE(seen, expected.isEmpty() ? QStringList{} : QStringList{expected});
         if (!logLine.isEmpty())
             QVERIFY2(m_lines.contains(logLine), qPrintable(m_lines.join('\n')));
-    }
-
-    void serverActionsReachTheirMessage()
-    {
-        m_ctl->bootstrap();
-        QStringList seen;
-        m_ctl->onOpen = [&](const QString &s) { seen << "open:" + s; };
-        m_ctl->onOpenReply = [&](const NotifyFrame &f) {
-            seen << "field:" + f.sender + "/" + f.msgId.value_or("-") + "/" + f.body;
-        };
-        m_ctl->present(frame("alice", "x", "m1"));
-        m_ctl->present(frame("bob", "y"));
-        m_server->onAction(2, "default");
-        m_server->onAction(1, "QUILLMOTE_OPEN");
-        m_server->onAction(1, "QUILLMOTE_REPLY");
-        m_server->onAction(2, "QUILLMOTE_REPLY");
-        m_server->onAction(99, "default"); // another application's banner
-        QCOMPARE(seen, (QStringList{"open:bob", "open:alice", "field:alice/m1/x", "field:bob/-/y"}));
     }
 
 private:
