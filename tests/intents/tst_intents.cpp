@@ -23,6 +23,13 @@ IntentResult performAndWait(IntentsService &service, const QString &name, const 
     return *result;
 }
 
+// The stand-in tool with a confirmer and a gate that answer as each test sets them.
+struct World : SimWorld {
+    FakeConfirmer confirmer;
+    FakeAuthGate gate;
+    IntentsService service{confirmer, gate};
+};
+
 } // namespace
 
 class TestIntents : public QObject
@@ -148,26 +155,23 @@ void TestIntents::everyActionRunsItsCommandAndAnswers()
     QFETCH(QString, dialog);
     QFETCH(QString, logLine);
 
-    SimWorld world;
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
+    World world;
     LogCapture log;
 
-    const IntentResult result = performAndWait(service, name, values);
+    const IntentResult result = performAndWait(world.service, name, values);
     QCOMPARE(result.error.message, QString());
     QCOMPARE(result.dialog, dialog);
     QCOMPARE(world.argvs(), QList<QStringList>{argv});
     QCOMPARE(log.count(logLine), 1);
     QCOMPARE(log.find(logLine).level, QStringLiteral("info"));
     if (confirmation.isEmpty()) {
-        QVERIFY(confirmer.asked.isEmpty());
+        QVERIFY(world.confirmer.asked.isEmpty());
     } else {
-        QCOMPARE(confirmer.asked.size(), 1);
-        QCOMPARE(confirmer.asked[0].first + "|" + confirmer.asked[0].second, confirmation);
+        QCOMPARE(world.confirmer.asked.size(), 1);
+        QCOMPARE(world.confirmer.asked[0].first + "|" + world.confirmer.asked[0].second, confirmation);
     }
     // The gate is off unless switched on: never asked.
-    QVERIFY(gate.reasons.isEmpty());
+    QVERIFY(world.gate.reasons.isEmpty());
     QCOMPARE(log.count("BiometricGate"), 0);
 }
 
@@ -187,12 +191,9 @@ void TestIntents::emptyListsAnswerWithTheirOwnSentence()
 {
     QFETCH(QString, name);
     QFETCH(QString, dialog);
-    SimWorld world;
+    World world;
     world.setState({{"friends", QJsonArray{}}, {"requests", QJsonArray{}}});
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
-    QCOMPARE(performAndWait(service, name, {}), IntentResult::completed(dialog));
+    QCOMPARE(performAndWait(world.service, name, {}), IntentResult::completed(dialog));
 }
 
 void TestIntents::toolFailuresBecomeTheRunnersText_data()
@@ -222,32 +223,26 @@ void TestIntents::toolFailuresBecomeTheRunnersText()
     QFETCH(QByteArray, value);
     QFETCH(QString, error);
 
-    SimWorld world;
+    World world;
     if (!var.isEmpty())
         world.env.set(var.constData(), value);
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
     LogCapture log;
 
-    QCOMPARE(performAndWait(service, name, values), IntentResult::failed(error));
+    QCOMPARE(performAndWait(world.service, name, values), IntentResult::failed(error));
     // A failed action logs no success line.
     QCOMPARE(log.count(QStringLiteral("%1: ").arg(name)), 0);
 }
 
 void TestIntents::declinedConfirmationRunsNothing()
 {
-    SimWorld world;
+    World world;
     SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
-    FakeConfirmer confirmer;
-    confirmer.accept = false;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
+    world.confirmer.accept = false;
     LogCapture log;
 
-    QCOMPARE(performAndWait(service, "UnfriendIntent", {{"handle", "bob"}}), IntentResult::cancelled());
-    QCOMPARE(confirmer.asked.size(), 1);
-    QVERIFY(gate.reasons.isEmpty());
+    QCOMPARE(performAndWait(world.service, "UnfriendIntent", {{"handle", "bob"}}), IntentResult::cancelled());
+    QCOMPARE(world.confirmer.asked.size(), 1);
+    QVERIFY(world.gate.reasons.isEmpty());
     QVERIFY(world.argvs().isEmpty());
     QVERIFY2(log.lines().isEmpty(), qPrintable(log.dump()));
 }
@@ -275,18 +270,15 @@ void TestIntents::gateComesAfterConfirmation()
     QFETCH(QString, gateLine);
     QFETCH(bool, ran);
 
-    SimWorld world;
+    World world;
     if (gateOn)
         SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    gate.answer = {AuthGate::Answer::Kind(answer), QStringLiteral("dismissed by the user")};
-    IntentsService service(confirmer, gate);
+    world.gate.answer = {AuthGate::Answer::Kind(answer), QStringLiteral("dismissed by the user")};
     LogCapture log;
 
-    const IntentResult result = performAndWait(service, "BlockIntent", {{"handle", "mallory"}});
-    QCOMPARE(confirmer.asked.size(), 1);
-    QCOMPARE(gate.reasons, gateOn ? QStringList{"屏蔽用户"} : QStringList{});
+    const IntentResult result = performAndWait(world.service, "BlockIntent", {{"handle", "mallory"}});
+    QCOMPARE(world.confirmer.asked.size(), 1);
+    QCOMPARE(world.gate.reasons, gateOn ? QStringList{"屏蔽用户"} : QStringList{});
     QCOMPARE(log.count("BiometricGate"), gateLine.isEmpty() ? 0 : 1);
     if (!gateLine.isEmpty()) {
         QCOMPARE(log.count(gateLine), 1);
@@ -299,28 +291,22 @@ void TestIntents::gateComesAfterConfirmation()
 
 void TestIntents::missingParameterRunsNothing()
 {
-    SimWorld world;
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
-    QCOMPARE(performAndWait(service, "send-message", {{"handle", "@"}, {"text", "x"}}),
+    World world;
+    QCOMPARE(performAndWait(world.service, "send-message", {{"handle", "@"}, {"text", "x"}}),
              IntentResult::failed("缺少参数「收件人 handle」。"));
-    QCOMPARE(performAndWait(service, "AcceptStrangers", {{"enabled", "maybe"}}),
+    QCOMPARE(performAndWait(world.service, "AcceptStrangers", {{"enabled", "maybe"}}),
              IntentResult::failed("参数「接收陌生人消息（on/off）」应为 on 或 off。"));
-    QCOMPARE(performAndWait(service, "Share", {{"text", "x"}, {"days", "soon"}}),
+    QCOMPARE(performAndWait(world.service, "Share", {{"text", "x"}, {"days", "soon"}}),
              IntentResult::failed("参数「有效天数（1-30，可选）」应为整数。"));
-    QVERIFY(confirmer.asked.isEmpty());
+    QVERIFY(world.confirmer.asked.isEmpty());
     QVERIFY(world.argvs().isEmpty());
 }
 
 void TestIntents::doctorAnswersOnlyFromOk()
 {
-    SimWorld world;
+    World world;
     world.env.set("QUILLMOTE_SIM_DOCTOR_OK", "0");
-    FakeConfirmer confirmer;
-    FakeAuthGate gate;
-    IntentsService service(confirmer, gate);
-    QCOMPARE(performAndWait(service, "DoctorIntent", {}),
+    QCOMPARE(performAndWait(world.service, "DoctorIntent", {}),
              IntentResult::completed("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"));
 }
 
