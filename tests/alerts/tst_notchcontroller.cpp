@@ -79,8 +79,6 @@ class TestNotchController : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void itemIsBuiltFromTheFrame_data();
-    void itemIsBuiltFromTheFrame();
     void secondFrameWaitsAndFollowsTheFirst_data();
     void secondFrameWaitsAndFollowsTheFirst();
     void frameDuringClosingShowsAtOnce();
@@ -89,7 +87,6 @@ private Q_SLOTS:
     void pinAndReplyFieldSurviveHoverOut();
     void actionsScheduleFlashAndLog_data();
     void actionsScheduleFlashAndLog();
-    void failedReplyKeepsTheText();
     void debugSwitch_data();
     void debugSwitch();
     void chimeIsDebouncedAndFollowsTheSoundSwitch();
@@ -104,36 +101,6 @@ void TestNotchController::init()
 {
     m_env = std::make_unique<TestEnv>();
     m_env->unset("QUILLMOTE_NOTCH_DEBUG");
-}
-
-void TestNotchController::itemIsBuiltFromTheFrame_data()
-{
-    QTest::addColumn<std::optional<QString>>("title");
-    QTest::addColumn<std::optional<QString>>("code");
-    QTest::addColumn<QString>("expectedTitle");
-    QTest::addColumn<bool>("expectCode");
-    QTest::newRow("no title") << std::optional<QString>() << std::optional<QString>() << "@alice" << false;
-    QTest::newRow("title") << std::optional<QString>("Build done") << std::optional<QString>() << "Build done" << false;
-    QTest::newRow("empty code") << std::optional<QString>() << std::optional<QString>("") << "@alice" << false;
-    QTest::newRow("code") << std::optional<QString>() << std::optional<QString>("ls") << "@alice" << true;
-}
-
-void TestNotchController::itemIsBuiltFromTheFrame()
-{
-    QFETCH(std::optional<QString>, title);
-    QFETCH(std::optional<QString>, code);
-    QFETCH(QString, expectedTitle);
-    QFETCH(bool, expectCode);
-    Rig r;
-    NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"));
-    f.title = title;
-    f.codeText = code;
-    r.notch->present(f, 3, false);
-    QVERIFY(r.model().item());
-    QCOMPARE(r.model().item()->title, expectedTitle);
-    QCOMPARE(r.model().hasCode(), expectCode);
-    QCOMPARE(r.model().unread(), 3);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
 }
 
 void TestNotchController::secondFrameWaitsAndFollowsTheFirst_data()
@@ -315,30 +282,6 @@ void TestNotchController::actionsScheduleFlashAndLog()
         QCOMPARE(r.replies, (QList<ReplyFrame>{{QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1")}}));
     if (kind == int(NotchAction::Kind::copyCode))
         QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
-}
-
-void TestNotchController::failedReplyKeepsTheText()
-{
-    Rig r;
-    r.terminalListening = false;
-    r.notch->present(frame(QStringLiteral("alice"), {}), 1, false);
-    r.notch->hoverChanged(true);
-    r.notch->handle({NotchAction::Kind::beginReply, {}});
-    r.model().setReplyText(QStringLiteral("on it"));
-    r.notch->handle(NotchAction::submitReply(QString()));
-    QVERIFY(r.replies.isEmpty());
-    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
-    QCOMPARE(r.replies.size(), 1);
-    QCOMPARE(r.replies.first().msgId, std::nullopt);
-    QCOMPARE(r.model().replyText(), QStringLiteral("on it"));
-    QVERIFY(r.model().replyVisible());
-    QCOMPARE(r.log.last(), QStringLiteral("notch: reply NOT delivered (no client connected) <no-id>"));
-    // Sending again once a terminal listens clears and closes the field.
-    r.terminalListening = true;
-    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
-    QCOMPARE(r.model().replyText(), QString());
-    QVERIFY(!r.model().replyVisible());
-    QCOMPARE(r.panel.focusRequests, (QList<bool>{true, false}));
 }
 
 void TestNotchController::debugSwitch_data()
