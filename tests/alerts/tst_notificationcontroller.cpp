@@ -65,10 +65,8 @@ private Q_SLOTS:
         const std::optional<bool> unset, on(true), off(false);
         QTest::newRow("default, focused") << unset << on << low;
         QTest::newRow("default, unfocused") << unset << off << normal;
-        QTest::newRow("default, focus unknown") << unset << unset << normal;
         QTest::newRow("mapping on, focused") << on << on << low;
         QTest::newRow("mapping off, focused") << off << on << normal;
-        QTest::newRow("mapping off, unfocused") << off << off << normal;
     }
     void urgency()
     {

@@ -70,7 +70,6 @@ void TestCLIRunner::failedResolutionListsEveryPlaceTried_data()
     QTest::addColumn<bool>("nodeOnPath");
     QTest::newRow("non-executable bin, empty PATH") << "noexec" << false;
     QTest::newRow("empty bin is unset") << "" << false;
-    QTest::newRow("unset bin") << "none" << false;
     QTest::newRow("node but no script anywhere") << "noexec" << true;
 }
 

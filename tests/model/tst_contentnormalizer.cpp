@@ -140,7 +140,6 @@ void TestContentNormalizer::preview_data()
     QTest::newRow("text") << "text" << QByteArray(R"({"text":"Hello"})") << "Hello";
     QTest::newRow("data only") << "text" << QByteArray(R"({"a":1})") << "{ } structured data";
     QTest::newRow("code without lang") << "text" << QByteArray(R"({"parts":[{"kind":"code","code":"x"}]})") << "‹› code";
-    QTest::newRow("code with empty lang") << "text" << QByteArray(R"({"parts":[{"kind":"code","lang":""}]})") << "‹› ";
     QTest::newRow("empty text then code")
         << "text" << QByteArray(R"({"parts":[{"kind":"text","text":""},{"kind":"code","lang":"py"}]})") << "‹› py";
     QTest::newRow("data then unknown then image")
@@ -148,15 +147,11 @@ void TestContentNormalizer::preview_data()
     QTest::newRow("image alt") << "text" << QByteArray(R"({"parts":[{"kind":"image","alt":"cat"}]})") << "▢ cat";
     QTest::newRow("tool call") << "tool_call" << QByteArray(R"({"parts":[{"kind":"tool_call","name":"grep"}]})") << "⚙ grep";
     QTest::newRow("tool result ok") << "text" << QByteArray(R"({"parts":[{"kind":"tool_result","ok":true}]})") << "✓ tool result";
-    QTest::newRow("tool result ok as string")
-        << "text" << QByteArray(R"({"parts":[{"kind":"tool_result","ok":"true"}]})") << "✕ tool result";
     QTest::newRow("finding title") << "Agent.Finding" << QByteArray(R"({"title":"Cache"})") << "⚠ Cache";
-    QTest::newRow("finding empty title") << "agent.finding" << QByteArray(R"({"title":"","name":"X"})") << "⚠ X";
     QTest::newRow("finding neither") << "agent.finding" << QByteArray(R"({"text":"t"})") << "⚠ Finding";
     QTest::newRow("finding non-object") << "agent.finding" << QByteArray(R"("Cache")") << "⚠ Finding";
     QTest::newRow("task") << "agent.task.done" << QByteArray(R"({"task":"Ship","title":"T"})") << "☑ Ship";
     QTest::newRow("artifact filename") << "artifact.file" << QByteArray(R"({"filename":"a.txt"})") << "▣ a.txt";
-    QTest::newRow("discussion message") << "agent.discussion" << QByteArray(R"({"text":"","message":"M"})") << "M";
 }
 
 void TestContentNormalizer::preview()
