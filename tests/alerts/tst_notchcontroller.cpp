@@ -34,7 +34,6 @@ struct Rig {
             fills.append(f);
             return terminalListening;
         };
-        notch->onOpenApp = [this](const QString &sender) { opened.append(sender); };
     }
 
     NotchViewModel &model() { return notch->model(); }
@@ -53,7 +52,6 @@ struct Rig {
     QStringList log;
     QList<ReplyFrame> replies;
     QList<FillFrame> fills;
-    QStringList opened;
     bool terminalListening = true;
 };
 
@@ -81,9 +79,6 @@ class TestNotchController : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void itemIsBuiltFromTheFrame_data();
-    void itemIsBuiltFromTheFrame();
-    void modelStartsUnmeasured();
     void secondFrameWaitsAndFollowsTheFirst_data();
     void secondFrameWaitsAndFollowsTheFirst();
     void frameDuringClosingShowsAtOnce();
@@ -92,20 +87,11 @@ private Q_SLOTS:
     void pinAndReplyFieldSurviveHoverOut();
     void actionsScheduleFlashAndLog_data();
     void actionsScheduleFlashAndLog();
-    void failedReplyKeepsTheText();
-    void copyCodeWithoutCodeDoesNothing();
-    void feedbackClearsAfterItsFlash();
-    void openAppOpensAndCloses();
-    void actionsWithoutItemAreIgnored();
     void debugSwitch_data();
     void debugSwitch();
     void chimeIsDebouncedAndFollowsTheSoundSwitch();
     void noScreenDropsTheFrameSilently();
     void noScreenAtFollowUpLeavesTheQueueStuck();
-    void panelHangsCentredFromTheTopOfTheAvailableArea();
-    void targetScreenPrefersAHousingThenThePrimary();
-    void reduceMotionSwapsSpringsForEaseOuts();
-    void openReplyShowsTheFieldFocusedAndPinned();
 
 private:
     std::unique_ptr<TestEnv> m_env;
@@ -115,48 +101,6 @@ void TestNotchController::init()
 {
     m_env = std::make_unique<TestEnv>();
     m_env->unset("QUILLMOTE_NOTCH_DEBUG");
-}
-
-void TestNotchController::itemIsBuiltFromTheFrame_data()
-{
-    QTest::addColumn<std::optional<QString>>("title");
-    QTest::addColumn<std::optional<QString>>("code");
-    QTest::addColumn<QString>("expectedTitle");
-    QTest::addColumn<bool>("expectCode");
-    QTest::newRow("no title") << std::optional<QString>() << std::optional<QString>() << "@alice" << false;
-    QTest::newRow("title") << std::optional<QString>("Build done") << std::optional<QString>() << "Build done" << false;
-    QTest::newRow("empty code") << std::optional<QString>() << std::optional<QString>("") << "@alice" << false;
-    QTest::newRow("code") << std::optional<QString>() << std::optional<QString>("ls") << "@alice" << true;
-}
-
-void TestNotchController::itemIsBuiltFromTheFrame()
-{
-    QFETCH(std::optional<QString>, title);
-    QFETCH(std::optional<QString>, code);
-    QFETCH(QString, expectedTitle);
-    QFETCH(bool, expectCode);
-    Rig r;
-    NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"));
-    f.title = title;
-    f.codeText = code;
-    r.notch->present(f, 3, false);
-    QVERIFY(r.model().item());
-    QCOMPARE(r.model().item()->title, expectedTitle);
-    QCOMPARE(r.model().hasCode(), expectCode);
-    QCOMPARE(r.model().unread(), 3);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-}
-
-void TestNotchController::modelStartsUnmeasured()
-{
-    NotchViewModel m;
-    QCOMPARE(m.notchWidth(), 196.0);
-    QCOMPARE(m.notchHeight(), 32.0);
-    QCOMPARE(m.state(), NotchState::hidden);
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
-    QCOMPARE(r.model().notchHeight(), 30.0);
-    QCOMPARE(r.model().hasNotch(), false);
 }
 
 void TestNotchController::secondFrameWaitsAndFollowsTheFirst_data()
@@ -340,93 +284,6 @@ void TestNotchController::actionsScheduleFlashAndLog()
         QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
 }
 
-void TestNotchController::failedReplyKeepsTheText()
-{
-    Rig r;
-    r.terminalListening = false;
-    r.notch->present(frame(QStringLiteral("alice"), {}), 1, false);
-    r.notch->hoverChanged(true);
-    r.notch->handle({NotchAction::Kind::beginReply, {}});
-    r.model().setReplyText(QStringLiteral("on it"));
-    r.notch->handle(NotchAction::submitReply(QString()));
-    QVERIFY(r.replies.isEmpty());
-    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
-    QCOMPARE(r.replies.size(), 1);
-    QCOMPARE(r.replies.first().msgId, std::nullopt);
-    QCOMPARE(r.model().replyText(), QStringLiteral("on it"));
-    QVERIFY(r.model().replyVisible());
-    QCOMPARE(r.log.last(), QStringLiteral("notch: reply NOT delivered (no client connected) <no-id>"));
-    // Sending again once a terminal listens clears and closes the field.
-    r.terminalListening = true;
-    r.notch->handle(NotchAction::submitReply(QStringLiteral("on it")));
-    QCOMPARE(r.model().replyText(), QString());
-    QVERIFY(!r.model().replyVisible());
-    QCOMPARE(r.panel.focusRequests, (QList<bool>{true, false}));
-}
-
-void TestNotchController::copyCodeWithoutCodeDoesNothing()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.log.clear();
-    r.notch->handle({NotchAction::Kind::copyCode, {}});
-    QVERIFY(r.pasteboard->copies.isEmpty());
-    QVERIFY(r.log.isEmpty());
-    QVERIFY(!r.model().hasFeedback());
-    // Fill without code sends the body.
-    r.notch->handle({NotchAction::Kind::fill, {}});
-    QCOMPARE(r.fills.first().text, QStringLiteral("hello"));
-}
-
-void TestNotchController::feedbackClearsAfterItsFlash()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.notch->handle({NotchAction::Kind::copyBody, {}});
-    QCOMPARE(r.model().feedbackMotion().value("duration").toInt(), 120);
-    r.clock->advance(1.0);
-    r.notch->handle({NotchAction::Kind::copyBody, {}}); // restarts the 1.5 s
-    r.clock->advance(1.4);
-    QCOMPARE(r.model().feedbackText(), QStringLiteral("已复制"));
-    r.clock->advance(0.1);
-    QVERIFY(!r.model().hasFeedback());
-    QCOMPARE(r.model().feedbackMotion().value("duration").toInt(), 200);
-    QCOMPARE(r.pasteboard->copies, (QStringList{QStringLiteral("hello"), QStringLiteral("hello")}));
-}
-
-void TestNotchController::openAppOpensAndCloses()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.notch->handle({NotchAction::Kind::openApp, {}});
-    QCOMPARE(r.opened, QStringList{QStringLiteral("alice")});
-    QCOMPARE(r.log.last(), QStringLiteral("notch: openApp → @alice"));
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-
-    Rig s;
-    s.notch->onOpenApp = nullptr;
-    s.notch->onLog = nullptr;
-    s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    s.notch->handle({NotchAction::Kind::openApp, {}});
-    QCOMPARE(s.state(), QStringLiteral("hidden"));
-}
-
-void TestNotchController::actionsWithoutItemAreIgnored()
-{
-    Rig r;
-    for (int k = 0; k <= int(NotchAction::Kind::submitReply); ++k)
-        r.notch->handle({NotchAction::Kind(k), QStringLiteral("x")});
-    QVERIFY(r.log.isEmpty());
-    QVERIFY(r.fills.isEmpty() && r.replies.isEmpty() && r.opened.isEmpty());
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    QCOMPARE(r.clock->pending(), 0);
-    // The view names actions by their case name; unknown names go nowhere.
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.model().action(QStringLiteral("copyBody"));
-    r.model().action(QStringLiteral("nonsense"));
-    QCOMPARE(r.pasteboard->copies.size(), 1);
-}
-
 void TestNotchController::debugSwitch_data()
 {
     QTest::addColumn<QByteArray>("value");
@@ -507,78 +364,6 @@ void TestNotchController::noScreenAtFollowUpLeavesTheQueueStuck()
     r.clock->advance(100000);
     QCOMPARE(r.state(), QStringLiteral("hidden"));
     QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-}
-
-void TestNotchController::panelHangsCentredFromTheTopOfTheAvailableArea()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
-    QCOMPARE(r.panel.fronts.last(), QRect(550, 32, 340, 68));
-    r.model().contentSize(320.4, 44.2);
-    QCOMPARE(r.panel.frame, QRect(560, 32, 321, 45));
-    r.model().contentSize(0, 0); // nothing to fit while the view collapses to nothing
-    QCOMPARE(r.panel.frame, QRect(560, 32, 321, 45));
-    r.clock->advance(300.32);
-    r.notch->present(frame(QStringLiteral("b"), {}), 1, true);
-    QCOMPARE(r.panel.fronts.last(), QRect(645, 32, 150, 68));
-}
-
-void TestNotchController::targetScreenPrefersAHousingThenThePrimary()
-{
-    const NotchScreen left{QStringLiteral("L"), QRect(0, 0, 1920, 1080), QRect(0, 0, 1920, 1040), 0, {}, {}};
-    const NotchScreen right{QStringLiteral("R"), QRect(1920, 0, 1280, 800), QRect(1920, 24, 1280, 776), 0, {}, {}};
-    NotchScreen built{QStringLiteral("B"), QRect(3200, 0, 1512, 982), QRect(3200, 38, 1512, 944), 38, 650, 650};
-    QCOMPARE(NotchGeometry::targetScreen({left, right}, 1)->name, QStringLiteral("R"));
-    QCOMPARE(NotchGeometry::targetScreen({left, right}, -1)->name, QStringLiteral("L"));
-    QCOMPARE(NotchGeometry::targetScreen({left, right, built}, 0)->name, QStringLiteral("B"));
-    QVERIFY(!NotchGeometry::targetScreen({}, 0));
-
-    const auto m = NotchGeometry::measure(built);
-    QVERIFY(m.hasNotch);
-    QCOMPARE(m.notchWidth, 212.0);
-    QCOMPARE(m.notchHeight, 38.0);
-    QCOMPARE(m.screenTopY, 0.0);
-    QCOMPARE(NotchGeometry::estimatedCompactSize(m, false), QSizeF(190 + 212 + 60 + 56, 38 + 8 + 28));
-    built.auxLeftWidth = 760;
-    built.auxRightWidth = 760;
-    QCOMPARE(NotchGeometry::measure(built).notchWidth, 120.0);
-    QCOMPARE(NotchGeometry::measure(right).screenMidX, 2560.0);
-    QCOMPARE(NotchGeometry::measure(right).screenTopY, 28.0);
-}
-
-void TestNotchController::reduceMotionSwapsSpringsForEaseOuts()
-{
-    Rig r;
-    r.motion->reduce = true;
-    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
-    QCOMPARE(r.model().lastStateMotion(), NotchMotion::easeOut(0.18));
-    r.notch->hoverChanged(true);
-    QCOMPARE(r.model().lastStateMotion(), NotchMotion::easeOut(0.16));
-    QVERIFY(r.model().reduceMotion());
-    r.motion->reduce = false;
-    r.notch->hoverChanged(false);
-    QCOMPARE(r.model().lastStateMotion(), NotchMotion::spring(0.3, 0.82));
-    r.notch->handle({NotchAction::Kind::dismiss, {}});
-    QCOMPARE(r.model().lastStateMotion().durationMs, 320);
-}
-
-void TestNotchController::openReplyShowsTheFieldFocusedAndPinned()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
-    r.notch->present(frame(QStringLiteral("b"), QStringLiteral("m2")), 1, false);
-    QVERIFY(r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
-    QCOMPARE(r.msgId(), std::optional<QString>("m3"));
-    QCOMPARE(r.state(), QStringLiteral("expanded"));
-    QVERIFY(r.model().replyVisible());
-    QVERIFY(r.panel.focus);
-    QVERIFY(r.notch->pinned());
-    QCOMPARE(r.notch->queueLength(), 1);
-    r.notch->handle({NotchAction::Kind::cancelReply, {}});
-    r.clock->advance(2.5 + 0.32);
-    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-    r.screens->list.clear();
-    QVERIFY(!r.notch->openReply(frame(QStringLiteral("c"), QStringLiteral("m3")), 4));
 }
 
 QTEST_GUILESS_MAIN(TestNotchController)

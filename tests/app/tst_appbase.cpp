@@ -18,7 +18,6 @@ private Q_SLOTS:
     void levelFollowsTheFailureWords();
     void linesCarryTimeLevelAndCategory();
     void bodiesArePrivateUnlessAskedFor();
-    void freshInstallReadsTheCallersDefaults();
     void toggleWritesTheBareQuietKey();
     void seesAnotherProcesssWriteAtTheNextRead();
 };
@@ -30,9 +29,6 @@ void TestAppBase::levelFollowsTheFailureWords_data()
     QTest::newRow("plain") << "socket: listening at /x" << "info";
     QTest::newRow("failed") << "socket: bind() failed at /x" << "error";
     QTest::newRow("upper case") << "Authorization DENIED" << "error";
-    QTest::newRow("cannot") << "socket: cannot create dir" << "error";
-    QTest::newRow("disabled") << "path too long — IPC disabled" << "error";
-    QTest::newRow("dropped") << "reply: missing sender — dropped" << "error";
     QTest::newRow("error inside a word") << "terrors ahead" << "error";
     QTest::newRow("not a failure word") << "fail fast" << "info";
 }
@@ -67,15 +63,6 @@ void TestAppBase::bodiesArePrivateUnlessAskedFor()
     QCOMPARE(Log::priv("secret"), QStringLiteral("<private>"));
     env.set("QUILLMOTE_LOG_PRIVATE", "1");
     QCOMPARE(Log::priv("secret"), QStringLiteral("secret"));
-}
-
-void TestAppBase::freshInstallReadsTheCallersDefaults()
-{
-    TestEnv env;
-    QVERIFY(SettingsStore::flag(Key::sound, true));
-    QVERIFY(!SettingsStore::flag(Key::quietWhenFocused, false));
-    QVERIFY(SettingsStore::flag(Key::focusFilter, true)); // unset: whatever the caller says
-    QVERIFY(!SettingsStore::value(SettingsStore::keyString(Key::sound)));
 }
 
 void TestAppBase::toggleWritesTheBareQuietKey()

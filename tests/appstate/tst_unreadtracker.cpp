@@ -25,7 +25,6 @@ private Q_SLOTS:
     void neverMarkedCountsEverything();
     void markIsInclusiveAndMillisecondExact();
     void marksNeverMoveBack();
-    void persistsAcrossInstances();
     void storedRecordWithABadValueIsIgnored_data();
     void storedRecordWithABadValueIsIgnored();
 
@@ -81,26 +80,12 @@ void TestUnreadTracker::marksNeverMoveBack()
     QVERIFY(SettingsStore::value(UnreadTracker::settingsKey));
 }
 
-void TestUnreadTracker::persistsAcrossInstances()
-{
-    {
-        UnreadTracker first;
-        first.markRead("bob", {at("2024-05-01T10:00:00Z")});
-        first.markRead("amy", {at("2024-05-02T10:00:00.123Z")});
-    }
-    UnreadTracker second;
-    QCOMPARE(second.lastReadMillis().size(), 2);
-    QCOMPARE(second.lastReadMillis().value("amy"), 1714644000123.0);
-    QCOMPARE(second.unreadCount("bob", {at("2024-05-01T10:00:00Z"), at("2024-05-01T10:00:01Z")}), 1);
-}
-
 void TestUnreadTracker::storedRecordWithABadValueIsIgnored_data()
 {
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<int>("marks");
     QTest::newRow("numbers") << QVariant(QVariantMap{{"bob", 5.0}, {"amy", 7}}) << 2;
     QTest::newRow("one string") << QVariant(QVariantMap{{"bob", 5.0}, {"amy", "7"}}) << 0;
-    QTest::newRow("one bool") << QVariant(QVariantMap{{"bob", 5.0}, {"amy", true}}) << 0;
     QTest::newRow("not a map") << QVariant(QStringLiteral("bob=5")) << 0;
 }
 

@@ -28,29 +28,21 @@ void TestCLIResponses::requiredAndOptionalFields_data()
     QTest::newRow("friends empty") << "friends" << QByteArray(R"({"friends": []})") << true;
     QTest::newRow("friends with a number") << "friends" << QByteArray(R"({"friends": ["a", 3]})") << false;
     QTest::newRow("friends missing") << "friends" << QByteArray(R"({"requests": []})") << false;
-    QTest::newRow("friends at top level") << "friends" << QByteArray(R"(["a"])") << false;
     QTest::newRow("requests, extra keys ignored") << "requests" << QByteArray(R"({"requests": ["x"], "n": 1})") << true;
     QTest::newRow("claim ok alone") << "claim" << QByteArray(R"({"ok": true})") << true;
     QTest::newRow("claim ok as text") << "claim" << QByteArray(R"({"ok": "true"})") << false;
-    QTest::newRow("claim ok as number") << "claim" << QByteArray(R"({"ok": 1})") << false;
     QTest::newRow("claim from null") << "claim" << QByteArray(R"({"ok": false, "from": null})") << true;
-    QTest::newRow("claim from a number") << "claim" << QByteArray(R"({"ok": true, "from": 7})") << false;
-    QTest::newRow("connect ok alone") << "connect" << QByteArray(R"({"ok": true})") << true;
     QTest::newRow("share complete") << "share" << QByteArray(R"({"id": "s", "code": "c", "url": "u"})") << true;
     QTest::newRow("share without url") << "share" << QByteArray(R"({"id": "s", "code": "c"})") << false;
     QTest::newRow("whois handle only") << "whois" << QByteArray(R"({"handle": "h"})") << true;
     QTest::newRow("whois without handle") << "whois" << QByteArray(R"({"kind": "agent"})") << false;
     QTest::newRow("doctor ignores details") << "doctor" << QByteArray(R"({"ok": false, "checks": [1, 2]})") << true;
     QTest::newRow("doctor without ok") << "doctor" << QByteArray(R"({"checks": []})") << false;
-    QTest::newRow("whoami null extras") << "whoami" << QByteArray(R"({"handle": "me", "account": null, "relay": null})") << true;
     QTest::newRow("contacts entry without handle") << "contacts" << QByteArray(R"({"contacts": [{"online": true}]})") << false;
     QTest::newRow("contacts online as text") << "contacts" << QByteArray(R"({"contacts": [{"handle": "a", "online": "yes"}]})") << false;
-    QTest::newRow("shares entry not an object") << "shares" << QByteArray(R"({"shares": ["s1"]})") << false;
-    QTest::newRow("devices without label") << "devices" << QByteArray(R"({"devices": [{"online": true}]})") << false;
     QTest::newRow("inbox not an array") << "inbox" << QByteArray(R"({"items": []})") << false;
     QTest::newRow("inbox sender without handle") << "inbox" << QByteArray(R"([{"sender": {}, "message": {}}])") << false;
     QTest::newRow("inbox content not an object") << "inbox" << QByteArray(R"([{"sender": {"handle": "a"}, "message": {"content": "hi"}}])") << false;
-    QTest::newRow("inbox without message") << "inbox" << QByteArray(R"([{"sender": {"handle": "a"}}])") << false;
 }
 
 void TestCLIResponses::requiredAndOptionalFields()
@@ -67,22 +59,16 @@ void TestCLIResponses::requiredAndOptionalFields()
         ok = RequestsResponse::decode(doc).has_value();
     else if (type == u"claim")
         ok = ClaimResponse::decode(doc).has_value();
-    else if (type == u"connect")
-        ok = ConnectResponse::decode(doc).has_value();
     else if (type == u"share")
         ok = ShareResponse::decode(doc).has_value();
     else if (type == u"whois")
         ok = WhoisResponse::decode(doc).has_value();
     else if (type == u"doctor")
         ok = DoctorReport::decode(doc).has_value();
-    else if (type == u"whoami")
-        ok = WhoamiResponse::decode(doc).has_value();
     else if (type == u"contacts")
         ok = ContactsResponse::decode(doc).has_value();
     else if (type == u"shares")
         ok = SharesResponse::decode(doc).has_value();
-    else if (type == u"devices")
-        ok = DevicesResponse::decode(doc).has_value();
     else if (type == u"inbox")
         ok = InboxResponse::decode(doc).has_value();
     else
@@ -109,11 +95,6 @@ void TestCLIResponses::listsKeepEntriesAndTheirOptionalFlags()
     QCOMPARE(shares->shares[0].revoked, std::optional<bool>(true));
     QVERIFY(!shares->shares[1].revoked);
 
-    const auto whois = decode<WhoisResponse>(R"({"handle": "h", "kind": "agent", "keyFingerprint": "AB CD"})");
-    QVERIFY(whois);
-    QCOMPARE(*whois->kind, QStringLiteral("agent"));
-    QVERIFY(!whois->verification);
-    QCOMPARE(*whois->keyFingerprint, QStringLiteral("AB CD"));
 }
 
 void TestCLIResponses::inboxTakesFreeFormContent()

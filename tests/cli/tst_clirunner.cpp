@@ -58,8 +58,6 @@ private Q_SLOTS:
     void nodeFallbackRunsTheScript();
     void decodesTheAnswer_data();
     void decodesTheAnswer();
-    void runsTheStandIn_data();
-    void runsTheStandIn();
     void collectsBothStreamsWhole();
     void neverBlocksTheCallingThread();
     void deletedToolFailsToSpawnWithoutResolvingAgain();
@@ -72,7 +70,6 @@ void TestCLIRunner::failedResolutionListsEveryPlaceTried_data()
     QTest::addColumn<bool>("nodeOnPath");
     QTest::newRow("non-executable bin, empty PATH") << "noexec" << false;
     QTest::newRow("empty bin is unset") << "" << false;
-    QTest::newRow("unset bin") << "none" << false;
     QTest::newRow("node but no script anywhere") << "noexec" << true;
 }
 
@@ -284,40 +281,6 @@ void TestCLIRunner::decodesTheAnswer()
     } else {
         QCOMPARE(r.error().kind(), CLIError::Kind::malformedOutput);
         QCOMPARE(r.error().text(), out);
-    }
-}
-
-void TestCLIRunner::runsTheStandIn_data()
-{
-    QTest::addColumn<QByteArray>("variable");
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("description"); // empty: decodes
-    QTest::newRow("plain") << QByteArray("QUILLMOTE_SIM_PRETTY") << QByteArray("0") << "";
-    QTest::newRow("progress lines first") << QByteArray("QUILLMOTE_SIM_PROGRESS") << QByteArray("1") << "";
-    QTest::newRow("pretty") << QByteArray("QUILLMOTE_SIM_PRETTY") << QByteArray("1") << "";
-    QTest::newRow("exit 3 without a message") << QByteArray("QUILLMOTE_SIM_FAIL") << QByteArray("exit:3:") << "quillmote 退出码 3。";
-    QTest::newRow("exit 1 with a message") << QByteArray("QUILLMOTE_SIM_FAIL") << QByteArray("exit:1:  relay unreachable ")
-                                           << "relay unreachable";
-    QTest::newRow("malformed") << QByteArray("QUILLMOTE_SIM_MALFORMED") << QByteArray("1")
-                               << "无法解析 quillmote 输出：friends finished (no json here)\n";
-}
-
-void TestCLIRunner::runsTheStandIn()
-{
-    QFETCH(QByteArray, variable);
-    QFETCH(QByteArray, value);
-    QFETCH(QString, description);
-    TestEnv env;
-    env.set("QUILLMOTE_BIN", simPath().toUtf8());
-    env.set("QUILLMOTE_SIM_STATE", env.root().toUtf8() + "/sim.json");
-    env.set(variable.constData(), value);
-    const CLIOutcome<FriendsResponse> r = await(CLIRunner::runJSON<FriendsResponse>({QStringLiteral("friends"), QStringLiteral("--json")}));
-    if (description.isEmpty()) {
-        QVERIFY2(r, r ? "" : qPrintable(r.error().description()));
-        QCOMPARE(r->friends, QStringList({QStringLiteral("alice"), QStringLiteral("bob")}));
-    } else {
-        QVERIFY(!r);
-        QCOMPARE(r.error().description(), description);
     }
 }
 

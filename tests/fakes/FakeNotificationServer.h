@@ -24,14 +24,12 @@ public:
         QString body;
         QStringList actions;
         QVariantMap hints; // image-data decoded to a QImage
-        int expireTimeout = 0;
         quint32 id = 0;
     };
 
     explicit FakeNotificationServer(QStringList capabilities, const QString &connectionName = "fake-notifications")
         : m_capabilities(std::move(capabilities))
         , m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName))
-        , m_connectionName(connectionName)
     {
     }
     ~FakeNotificationServer() override { stop(); }
@@ -68,7 +66,6 @@ public:
             c.body = a.value(4).toString();
             c.actions = a.value(5).toStringList();
             c.hints = decodeHints(a.value(6));
-            c.expireTimeout = a.value(7).toInt();
             c.id = c.replacesId ? c.replacesId : ++m_lastId;
             connection.send(message.createReply(QVariant::fromValue(uint(c.id))));
             calls.append(c);
@@ -128,6 +125,5 @@ private:
 
     QStringList m_capabilities;
     QDBusConnection m_bus;
-    QString m_connectionName;
     quint32 m_lastId = 0;
 };

@@ -10,7 +10,6 @@ public:
     struct Post {
         Banner banner;
         std::function<void(quint32, const QString &)> done;
-        bool answered = false;
     };
 
     void probe(std::function<void(const ServerInfo &)> done) override
@@ -37,7 +36,6 @@ public:
     quint32 answer(qsizetype i, const QString &error = {})
     {
         Post &p = posts[i];
-        p.answered = true;
         const quint32 id = !error.isEmpty() ? 0 : p.banner.replacesId ? p.banner.replacesId : ++lastId;
         p.done(id, error);
         return id;

@@ -11,8 +11,6 @@ public:
     struct Record {
         bool visible = false;
         bool focus = false;
-        QRect frame;
-        QList<QRect> fronts; // frames of every orderFront
         int orderOuts = 0;
         QList<bool> focusRequests;
     };
@@ -20,18 +18,13 @@ public:
         : m_r(record)
     {
     }
-    void orderFront(const QRect &frame) override
-    {
-        m_r.visible = true;
-        m_r.frame = frame;
-        m_r.fronts.append(frame);
-    }
+    void orderFront(const QRect &) override { m_r.visible = true; }
     void orderOut() override
     {
         m_r.visible = false;
         ++m_r.orderOuts;
     }
-    void setFrame(const QRect &frame) override { m_r.frame = frame; }
+    void setFrame(const QRect &) override {}
     void setKeyboardFocus(bool wanted) override
     {
         m_r.focus = wanted;

@@ -2,7 +2,6 @@
 
 #include "alerts/Scheduler.h"
 
-#include <QList>
 
 #include <algorithm>
 #include <map>
@@ -17,7 +16,7 @@ public:
     TaskId schedule(double seconds, std::function<void()> task) override
     {
         const TaskId id = ++m_next;
-        m_tasks[id] = {m_now + seconds, seconds, std::move(task)};
+        m_tasks[id] = {m_now + seconds, std::move(task)};
         return id;
     }
 
@@ -40,21 +39,9 @@ public:
         m_now = end;
     }
 
-    int pending() const { return int(m_tasks.size()); }
-    // Delays (as scheduled) of the tasks still waiting, shortest first.
-    QList<double> pendingDelays() const
-    {
-        QList<double> out;
-        for (const auto &[id, t] : m_tasks)
-            out.append(t.delay);
-        std::sort(out.begin(), out.end());
-        return out;
-    }
-
 private:
     struct Task {
         double at;
-        double delay;
         std::function<void()> task;
     };
     double m_now = 1000;

@@ -12,7 +12,6 @@ class TestFocus : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void featureOffLeavesTheRecordAlone();
-    void featureOnRecordsTheChoice();
     void policy_data();
     void policy();
     void recordCountsOnlyWhileTheFeatureIsOn();
@@ -29,21 +28,6 @@ void TestFocus::featureOffLeavesTheRecordAlone()
     const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
     QCOMPARE(log.count(inert), 2);
     QCOMPARE(log.find(inert).level, QStringLiteral("debug"));
-}
-
-void TestFocus::featureOnRecordsTheChoice()
-{
-    TestEnv env;
-    SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
-    LogCapture log;
-    QuillmoteFocusFilter::perform(true);
-    QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), true);
-    QCOMPARE(log.count("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), 1);
-    QuillmoteFocusFilter::perform(false);
-    QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), false);
-    QCOMPARE(log.count("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=false"), 1);
-    QCOMPARE(QuillmoteFocusFilter::displayRepresentation(true), QStringLiteral("Quillmote：允许破限"));
-    QCOMPARE(QuillmoteFocusFilter::displayRepresentation(false), QStringLiteral("Quillmote：跟随专注静音"));
 }
 
 void TestFocus::policy_data()

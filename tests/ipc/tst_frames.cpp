@@ -32,10 +32,6 @@ void TestFrames::decodesOptionalFieldsAsAbsent()
     QCOMPARE(full->focused, std::optional<bool>(false));
     QCOMPARE(full->codeText, std::optional<QString>(QStringLiteral("ls")));
 
-    // Other types decode; the reader drops them.
-    const auto ping = Frames::decodeNotify(R"({"type":"ping","sender":"a","body":"x"})");
-    QVERIFY(ping);
-    QCOMPARE(ping->type, QStringLiteral("ping"));
 }
 
 void TestFrames::rejectsWrongShapes_data()
@@ -44,11 +40,8 @@ void TestFrames::rejectsWrongShapes_data()
     QTest::newRow("no body") << QByteArray(R"({"type":"notify","sender":"a"})");
     QTest::newRow("number sender") << QByteArray(R"({"type":"notify","sender":1,"body":"x"})");
     QTest::newRow("string focused") << QByteArray(R"({"type":"notify","sender":"a","body":"x","focused":"true"})");
-    QTest::newRow("number title") << QByteArray(R"({"type":"notify","sender":"a","body":"x","title":5})");
     QTest::newRow("missing type") << QByteArray(R"({"sender":"a","body":"x"})");
-    QTest::newRow("array") << QByteArray(R"([{"type":"notify","sender":"a","body":"x"}])");
     QTest::newRow("garbage") << QByteArray("garbage");
-    QTest::newRow("truncated") << QByteArray(R"({"type":"notify","sender":"a","body":"x")");
 }
 
 void TestFrames::rejectsWrongShapes()
@@ -66,8 +59,6 @@ void TestFrames::encodesRepliesAndFillsByteForByte_data()
     QTest::newRow("reply with msgId")
         << Frames::encode(ReplyFrame{QStringLiteral("a"), QStringLiteral("ok"), QStringLiteral("m1")})
         << QByteArray(R"({"type":"reply","sender":"a","text":"ok","msgId":"m1"})");
-    QTest::newRow("fill") << Frames::encode(FillFrame{QStringLiteral("git status"), QStringLiteral("m2")})
-                          << QByteArray(R"({"type":"fill","text":"git status","msgId":"m2"})");
     // Slash escaped as the tool's encoder does; non-ASCII raw UTF-8; controls escaped.
     QTest::newRow("escaping") << Frames::encode(FillFrame{QStringLiteral("a/b \"q\" \\ \n\t中文\x01"), {}})
                               << QByteArray("{\"type\":\"fill\",\"text\":\"a\\/b \\\"q\\\" \\\\ \\n\\t\xe4\xb8\xad\xe6\x96\x87\\u0001\"}");

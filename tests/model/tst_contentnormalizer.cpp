@@ -40,11 +40,9 @@ void TestContentNormalizer::familyOfType_data()
     QTest::newRow("finding mixed case") << "Agent.FINDING" << int(MessageTypeFamily::finding);
     QTest::newRow("findings plural") << "agent.findings" << int(MessageTypeFamily::finding);
     QTest::newRow("task dotted") << "agent.task.created" << int(MessageTypeFamily::task);
-    QTest::newRow("tasks") << "agent.tasks" << int(MessageTypeFamily::task);
     QTest::newRow("artifact dotted") << "artifact.file" << int(MessageTypeFamily::artifact);
     QTest::newRow("bare artifact") << "artifact" << -1;
     QTest::newRow("discussion") << "agent.discussion.reply" << int(MessageTypeFamily::discussion);
-    QTest::newRow("text") << "text" << -1;
     QTest::newRow("bill") << "bill_notice" << -1;
     QTest::newRow("prefix in the middle") << "x.agent.finding" << -1;
 }
@@ -68,8 +66,6 @@ void TestContentNormalizer::partsFallBack_data()
     QTest::newRow("text not a string") << QByteArray(R"({"text":5})") << "data";
     QTest::newRow("neither") << QByteArray(R"({"a":1})") << "data";
     QTest::newRow("null") << QByteArray("null") << "data";
-    QTest::newRow("number") << QByteArray("42") << "data";
-    QTest::newRow("string") << QByteArray(R"("plain")") << "data";
 }
 
 void TestContentNormalizer::partsFallBack()
@@ -119,14 +115,11 @@ void TestContentNormalizer::sizeFromNumberOrWholeString_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<double>("expected"); // -1: absent
     QTest::newRow("number") << QByteArray("2048") << 2048.0;
-    QTest::newRow("fraction") << QByteArray("1.5") << 1.5;
     QTest::newRow("string") << QByteArray(R"("1024")") << 1024.0;
     QTest::newRow("string with exponent") << QByteArray(R"("1e3")") << 1000.0;
     QTest::newRow("string with unit") << QByteArray(R"("1024KB")") << -1.0;
     QTest::newRow("leading blank") << QByteArray(R"(" 1024")") << -1.0;
-    QTest::newRow("trailing blank") << QByteArray(R"("1024 ")") << -1.0;
     QTest::newRow("empty string") << QByteArray(R"("")") << -1.0;
-    QTest::newRow("bool") << QByteArray("true") << -1.0;
     QTest::newRow("null") << QByteArray("null") << -1.0;
 }
 
@@ -146,30 +139,19 @@ void TestContentNormalizer::preview_data()
     QTest::addColumn<QString>("expected");
     QTest::newRow("text") << "text" << QByteArray(R"({"text":"Hello"})") << "Hello";
     QTest::newRow("data only") << "text" << QByteArray(R"({"a":1})") << "{ } structured data";
-    QTest::newRow("null content") << "text" << QByteArray("null") << "{ } structured data";
     QTest::newRow("code without lang") << "text" << QByteArray(R"({"parts":[{"kind":"code","code":"x"}]})") << "‹› code";
-    QTest::newRow("code with empty lang") << "text" << QByteArray(R"({"parts":[{"kind":"code","lang":""}]})") << "‹› ";
     QTest::newRow("empty text then code")
         << "text" << QByteArray(R"({"parts":[{"kind":"text","text":""},{"kind":"code","lang":"py"}]})") << "‹› py";
     QTest::newRow("data then unknown then image")
         << "text" << QByteArray(R"({"parts":[{"kind":"data"},{"kind":"x"},{"kind":"image"}]})") << "▢ image";
     QTest::newRow("image alt") << "text" << QByteArray(R"({"parts":[{"kind":"image","alt":"cat"}]})") << "▢ cat";
-    QTest::newRow("file without name") << "text" << QByteArray(R"({"parts":[{"kind":"file"}]})") << "▣ file";
     QTest::newRow("tool call") << "tool_call" << QByteArray(R"({"parts":[{"kind":"tool_call","name":"grep"}]})") << "⚙ grep";
-    QTest::newRow("tool call unnamed") << "text" << QByteArray(R"({"parts":[{"kind":"tool_call"}]})") << "⚙ tool call";
     QTest::newRow("tool result ok") << "text" << QByteArray(R"({"parts":[{"kind":"tool_result","ok":true}]})") << "✓ tool result";
-    QTest::newRow("tool result ok as string")
-        << "text" << QByteArray(R"({"parts":[{"kind":"tool_result","ok":"true"}]})") << "✕ tool result";
     QTest::newRow("finding title") << "Agent.Finding" << QByteArray(R"({"title":"Cache"})") << "⚠ Cache";
-    QTest::newRow("finding empty title") << "agent.finding" << QByteArray(R"({"title":"","name":"X"})") << "⚠ X";
     QTest::newRow("finding neither") << "agent.finding" << QByteArray(R"({"text":"t"})") << "⚠ Finding";
     QTest::newRow("finding non-object") << "agent.finding" << QByteArray(R"("Cache")") << "⚠ Finding";
     QTest::newRow("task") << "agent.task.done" << QByteArray(R"({"task":"Ship","title":"T"})") << "☑ Ship";
-    QTest::newRow("task neither") << "agent.tasks" << QByteArray("{}") << "☑ Task";
     QTest::newRow("artifact filename") << "artifact.file" << QByteArray(R"({"filename":"a.txt"})") << "▣ a.txt";
-    QTest::newRow("artifact neither") << "artifact.x" << QByteArray(R"({"name":5})") << "▣ Artifact";
-    QTest::newRow("discussion message") << "agent.discussion" << QByteArray(R"({"text":"","message":"M"})") << "M";
-    QTest::newRow("discussion neither") << "agent.discussion" << QByteArray("{}") << "Discussion";
 }
 
 void TestContentNormalizer::preview()

@@ -13,7 +13,6 @@ private Q_SLOTS:
     void bytes();
     void dates_data();
     void dates();
-    void dayKeyFollowsTheLocalCalendar();
 };
 
 namespace {
@@ -35,7 +34,6 @@ void TestFormat::bytes_data()
     QTest::newRow("one MB") << 1048576.0 << "1.0 MB";
     QTest::newRow("a gigabyte stays MB") << 1073741824.0 << "1024.0 MB";
     QTest::newRow("negative") << -1.0 << "—";
-    QTest::newRow("infinite") << qInf() << "—";
     QTest::newRow("not a number") << qQNaN() << "—";
 }
 
@@ -55,7 +53,6 @@ void TestFormat::dates_data()
     QTest::addColumn<QString>("dayKey");
     // 2024-05-01 09:05 in UTC+8.
     QTest::newRow("earlier today") << "2024-05-01T01:05:00Z" << "09:05" << "今天" << "2024-5-1";
-    QTest::newRow("today with fraction") << "2024-05-01T01:05:00.250Z" << "09:05" << "今天" << "2024-5-1";
     // 23:59 UTC on 30 April is already 1 May in UTC+8.
     QTest::newRow("UTC yesterday, local today") << "2024-04-30T23:59:00Z" << "07:59" << "今天" << "2024-5-1";
     QTest::newRow("yesterday") << "2024-04-30T10:00:00Z" << "4/30" << "昨天" << "2024-4-30";
@@ -73,15 +70,6 @@ void TestFormat::dates()
     QCOMPARE(Format::listTime(createdAt, kNow), listTime);
     QCOMPARE(Format::daySeparator(createdAt, kNow), separator);
     QCOMPARE(Format::dayKey(createdAt, kNow), dayKey);
-}
-
-void TestFormat::dayKeyFollowsTheLocalCalendar()
-{
-    // Different UTC dates, same day in UTC+8; same UTC date, different days in UTC+8.
-    QCOMPARE(Format::dayKey("2024-04-30T17:00:00Z", kNow), Format::dayKey("2024-05-01T15:00:00Z", kNow));
-    QVERIFY(Format::dayKey("2024-05-01T15:00:00Z", kNow) != Format::dayKey("2024-05-01T17:00:00Z", kNow));
-    // The default "now" uses the machine's zone and still gives a key.
-    QVERIFY(!Format::dayKey("2024-05-01T15:00:00Z").isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestFormat)

@@ -11,7 +11,6 @@ class TestPanelState : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void emptyObjectIsTheEmptyState();
     void decodesAFullDocument();
     void scalarMembersAreStrict_data();
     void scalarMembersAreStrict();
@@ -22,7 +21,6 @@ private Q_SLOTS:
     void messageTime_data();
     void messageTime();
     void prettyRendering();
-    void objectsCompareAsMaps();
     void anyCodableKeepsIntegersApart();
 };
 
@@ -38,14 +36,6 @@ QByteArray documentWithMessages(const QByteArray &messages)
 }
 
 } // namespace
-
-void TestPanelState::emptyObjectIsTheEmptyState()
-{
-    const auto state = PanelState::decode("{}");
-    QVERIFY(state);
-    QVERIFY(*state == PanelState::empty());
-    QVERIFY(!state->selfInfo && !state->handle);
-}
 
 void TestPanelState::decodesAFullDocument()
 {
@@ -85,14 +75,11 @@ void TestPanelState::scalarMembersAreStrict_data()
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<bool>("decodes");
     QTest::newRow("self null") << QByteArray(R"({"self":null})") << true;
-    QTest::newRow("handle null") << QByteArray(R"({"handle":null})") << true;
     QTest::newRow("self number") << QByteArray(R"({"self":3})") << false;
     QTest::newRow("self without fingerprint") << QByteArray(R"({"self":{"handle":"me"}})") << false;
-    QTest::newRow("self fingerprint number") << QByteArray(R"({"self":{"handle":"me","fingerprint":1}})") << false;
     QTest::newRow("handle number") << QByteArray(R"({"handle":7})") << false;
     QTest::newRow("top-level array") << QByteArray(R"([{}])") << false;
     QTest::newRow("not JSON") << QByteArray("<html>") << false;
-    QTest::newRow("truncated") << QByteArray(R"({"handle":"me")") << false;
     QTest::newRow("empty body") << QByteArray() << false;
 }
 
@@ -114,7 +101,6 @@ void TestPanelState::arraysAreAllOrNothing_data()
     QTest::newRow("good") << "[" + good + "]" << 1;
     QTest::newRow("missing content") << "[" + good + R"(,{"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x"}])" << 0;
     QTest::newRow("number id") << "[" + good + R"(,{"id":2,"peer":"b","direction":"in","type":"t","createdAt":"x","content":1}])" << 0;
-    QTest::newRow("status number") << QByteArray(R"([{"id":"m","peer":"b","direction":"in","type":"t","createdAt":"x","content":1,"status":4}])") << 0;
     QTest::newRow("element not object") << "[" + good + ",5]" << 0;
     QTest::newRow("not an array") << QByteArray(R"({"m1":1})") << 0;
     QTest::newRow("null") << QByteArray("null") << 0;
@@ -142,8 +128,6 @@ void TestPanelState::contentOfAnyShape_data()
     QTest::addColumn<JSONValue>("expected");
     QTest::newRow("text object") << QByteArray(R"({"text":"hi"})")
                                  << JSONValue::object({{QStringLiteral("text"), JSONValue::string(QStringLiteral("hi"))}});
-    QTest::newRow("true") << QByteArray("true") << JSONValue::boolean(true);
-    QTest::newRow("one is a number") << QByteArray("1") << JSONValue::number(1);
     QTest::newRow("3 is 3.0") << QByteArray("3") << JSONValue::number(3.0);
     QTest::newRow("negative fraction") << QByteArray("-2.5e1") << JSONValue::number(-25);
     QTest::newRow("null") << QByteArray("null") << JSONValue::null();
@@ -174,22 +158,15 @@ void TestPanelState::messageTime_data()
     QTest::addColumn<double>("millis");
     const double base = 1714557600000.0; // 2024-05-01T10:00:00Z
     QTest::newRow("without fraction") << QStringLiteral("2024-05-01T10:00:00Z") << base;
-    QTest::newRow("zero fraction") << QStringLiteral("2024-05-01T10:00:00.000Z") << base;
     QTest::newRow("milliseconds") << QStringLiteral("2024-05-01T10:00:00.123Z") << base + 123;
-    QTest::newRow("one digit") << QStringLiteral("2024-05-01T10:00:00.5Z") << base + 500;
     QTest::newRow("microseconds truncate") << QStringLiteral("2024-05-01T10:00:00.123999Z") << base + 123;
     QTest::newRow("offset") << QStringLiteral("2024-05-01T18:00:00+08:00") << base;
-    QTest::newRow("negative offset") << QStringLiteral("2024-05-01T05:30:00-04:30") << base;
     QTest::newRow("leap day") << QStringLiteral("2024-02-29T00:00:00Z") << 1709164800000.0;
-    QTest::newRow("epoch") << QStringLiteral("1970-01-01T00:00:00Z") << 0.0;
     QTest::newRow("before epoch") << QStringLiteral("1969-12-31T23:59:59Z") << -1000.0;
     QTest::newRow("no zone") << QStringLiteral("2024-05-01T10:00:00") << 0.0;
-    QTest::newRow("date only") << QStringLiteral("2024-05-01") << 0.0;
     QTest::newRow("space separator") << QStringLiteral("2024-05-01 10:00:00Z") << 0.0;
-    QTest::newRow("empty fraction") << QStringLiteral("2024-05-01T10:00:00.Z") << 0.0;
     QTest::newRow("no leap day") << QStringLiteral("2023-02-29T00:00:00Z") << 0.0;
     QTest::newRow("hour 24") << QStringLiteral("2024-05-01T24:00:00Z") << 0.0;
-    QTest::newRow("trailing text") << QStringLiteral("2024-05-01T10:00:00Zjunk") << 0.0;
     QTest::newRow("garbage") << QStringLiteral("yesterday") << 0.0;
 }
 
@@ -228,18 +205,6 @@ void TestPanelState::prettyRendering()
     const QVariant tree = state->messages[0].content.toFoundation();
     QCOMPARE(tree.toMap().value("zeta").toList().value(1).toDouble(), 2.5);
     QCOMPARE(tree.toMap().value("alpha").toMap().value("a").typeId(), int(QMetaType::Nullptr));
-}
-
-void TestPanelState::objectsCompareAsMaps()
-{
-    const auto a = JSONValue::object({{QStringLiteral("x"), JSONValue::number(1)}, {QStringLiteral("y"), JSONValue::null()}});
-    const auto b = JSONValue::object({{QStringLiteral("y"), JSONValue::null()}, {QStringLiteral("x"), JSONValue::number(1)}});
-    QVERIFY(a == b);
-    QVERIFY(!(a == JSONValue::object({{QStringLiteral("x"), JSONValue::number(1)}})));
-    QVERIFY(!(JSONValue::array({JSONValue::number(1), JSONValue::number(2)})
-              == JSONValue::array({JSONValue::number(2), JSONValue::number(1)})));
-    QVERIFY(!(JSONValue::boolean(true) == JSONValue::number(1)));
-    QVERIFY(!(JSONValue::string(QString()) == JSONValue::null()));
 }
 
 void TestPanelState::anyCodableKeepsIntegersApart()

@@ -62,7 +62,6 @@ private Q_SLOTS:
     void polkitGateAsksForOurActionAndReadsTheAnswer_data();
     void polkitGateAsksForOurActionAndReadsTheAnswer();
     void noAuthorityFailsClosed();
-    void dismissedPromptCancelsTheActionWithoutError();
     void actionCommandTalksToTheRunningApp_data();
     void actionCommandTalksToTheRunningApp();
     void confirmationDialogAnswersWithItsButtons_data();
@@ -125,31 +124,6 @@ void TestDesktopActions::noAuthorityFailsClosed()
     QCOMPARE(authenticate(gate, "屏蔽用户").kind, AuthGate::Answer::Kind::failed);
 }
 
-void TestDesktopActions::dismissedPromptCancelsTheActionWithoutError()
-{
-    SimWorld world;
-    world.env.set("QUILLMOTE_POLKIT_BUS", "session");
-    SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
-    QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
-    FakePolkitAuthority authority;
-    authority.mode = FakePolkitAuthority::Mode::dismiss;
-    QVERIFY(authority.registerOn(authorityBus));
-
-    FakeConfirmer confirmer;
-    PolkitAuthGate gate;
-    IntentsService service(confirmer, gate);
-    LogCapture log;
-    std::optional<IntentResult> result;
-    service.perform("UnfriendIntent", {{"handle", "bob"}}, [&](const IntentResult &r) { result = r; });
-    QTRY_VERIFY(result.has_value());
-    QCOMPARE(*result, IntentResult::completed("已取消：未通过 Touch ID 验证。"));
-    QCOMPARE(log.count("BiometricGate: failed action=解除好友 error=dismissed by the user"), 1);
-    QVERIFY(world.argvs().isEmpty());
-
-    authorityBus.unregisterService("org.freedesktop.PolicyKit1");
-    QDBusConnection::disconnectFromBus("authority");
-}
-
 void TestDesktopActions::actionCommandTalksToTheRunningApp_data()
 {
     QTest::addColumn<QStringList>("args");
@@ -162,24 +136,13 @@ void TestDesktopActions::actionCommandTalksToTheRunningApp_data()
     QTest::newRow("lookup") << QStringList{"whoami"} << QByteArray() << true << 0 << "你是 @me。\n" << "";
     QTest::newRow("confirmed send") << QStringList{"send-message", "@alice", "晚上见"} << QByteArray() << true << 0
                                     << "已发送给 @alice。\n" << "";
-    QTest::newRow("share with a lifetime") << QStringList{"share", "hello", "7"} << QByteArray() << true << 0
-                                           << "分享已创建。链接 https://share.quillmote.example/s/sh_3，访问码 C0DE3（只显示这一次）。\n"
-                                           << "";
-    QTest::newRow("switch") << QStringList{"accept-strangers", "on"} << QByteArray() << true << 0
-                            << "已开启接收陌生人消息。\n" << "";
     QTest::newRow("declined") << QStringList{"send-message", "alice", "hi"} << QByteArray() << false << 2 << "" << "已取消。\n";
     QTest::newRow("tool failure") << QStringList{"friends"} << QByteArray("exit:1:not logged in") << true << 1 << ""
                                   << "not logged in\n";
     QTest::newRow("missing argument") << QStringList{"reply", "alice"} << QByteArray() << true << 64 << ""
                                       << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
-    QTest::newRow("bad switch") << QStringList{"accept-strangers", "maybe"} << QByteArray() << true << 64 << ""
-                                << "参数「接收陌生人消息（on/off）」应为 on 或 off。\n";
     QTest::newRow("complete friends") << QStringList{"--complete", "reply", "0", "AL"} << QByteArray() << true << 0
                                       << "alice\n" << "";
-    QTest::newRow("complete requests") << QStringList{"--complete", "approve", "0", ""} << QByteArray() << true << 0
-                                       << "carol\n" << "";
-    QTest::newRow("complete inbox") << QStringList{"--complete", "forward", "0", "bob"} << QByteArray() << true << 0
-                                    << "in-2\n" << "";
     QTest::newRow("complete a switch") << QStringList{"--complete", "accept-strangers", "0", "o"} << QByteArray() << true << 0
                                        << "on\noff\n" << "";
 }

@@ -39,7 +39,6 @@ private Q_SLOTS:
 
     void startSpawnsTheServerAndReusesTheChild();
     void scriptInvocationPutsTheScriptFirst();
-    void unresolvableToolSpawnsNothing();
 };
 
 void TestDaemonManager::startSpawnsTheServerAndReusesTheChild()
@@ -100,20 +99,6 @@ void TestDaemonManager::scriptInvocationPutsTheScriptFirst()
              QStringList({root + QStringLiteral("/n/node"), script, QStringLiteral("web"), QStringLiteral("--port"),
                           QString::number(port)}));
     QVERIFY(log.contains(QStringLiteral("daemon: spawned `%1/n/node web --port %2`").arg(root).arg(port)));
-}
-
-void TestDaemonManager::unresolvableToolSpawnsNothing()
-{
-    TestEnv env;
-    LogCapture log;
-    env.set("HOME", env.root().toUtf8());
-    env.set("QUILLMOTE_BIN", QByteArray());
-    env.set("PATH", QByteArray());
-    QVERIFY(!DaemonManager::shared().spawnWebServer(freePort(), Log::Category::stateclient));
-    QVERIFY(!DaemonManager::shared().childPid());
-    const LogCapture::Line line = log.find(QStringLiteral("daemon: could not resolve quillmote binary: "));
-    QCOMPARE(line.text, QStringLiteral("daemon: could not resolve quillmote binary: 找不到 quillmote CLI（已尝试：PATH(quillmote), "
-                                       "node(not found)）。请确认已安装或设置 QUILLMOTE_BIN。"));
 }
 
 QTEST_GUILESS_MAIN(TestDaemonManager)
