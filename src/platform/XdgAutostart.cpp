@@ -56,7 +56,7 @@ bool registerEntry(const QString &executable, QString *error)
         return false;
     }
     QString text = templateText();
-    // Quote the path as the desktop entry spec wants when it has blanks.
+    // A path with blanks goes in quotes on an Exec line.
     QString exec = executable;
     if (exec.contains(QLatin1Char(' ')))
         exec = QLatin1Char('"') + exec + QLatin1Char('"');
