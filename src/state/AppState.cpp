@@ -28,6 +28,7 @@ struct AppState::PeerInfo {
     QList<std::shared_ptr<const AppState::MessageInfo>> infos; // document order
     qsizetype last = -1; // index of the newest message
     double lastTime = 0;
+    std::optional<double> newestTime; // among the times that parse
 };
 
 namespace {
@@ -99,6 +100,8 @@ void AppState::rebuild()
         if (m.direction == QLatin1String("in"))
             peer->incomingTimes.append(info->time);
         // Equal or later times replace the kept one: among equal times the later wins.
+        if (info->time && (!peer->newestTime || *info->time > *peer->newestTime))
+            peer->newestTime = info->time;
         const double time = info->time.value_or(0);
         if (peer->last < 0 || time >= peer->lastTime) {
             peer->last = i;
@@ -212,6 +215,12 @@ QList<Message> AppState::conversation(const QString &peer) const
     return out;
 }
 
+QList<qsizetype> AppState::conversationRows(const QString &peer) const
+{
+    assertMainThread();
+    return m_peers.value(peer).messages;
+}
+
 std::optional<Contact> AppState::contact(const QString &peer) const
 {
     assertMainThread();
@@ -297,5 +306,5 @@ void AppState::reconcileSelection()
 void AppState::markSelectionRead()
 {
     if (m_selection && m_selection->isConversation())
-        m_unread->markRead(m_selection->peer(), conversation(m_selection->peer()));
+        m_unread->markReadUpTo(m_selection->peer(), m_peers.value(m_selection->peer()).newestTime);
 }

@@ -38,6 +38,8 @@ public:
     const QList<Session> &filteredSessions() const;
     // The messages with one peer, oldest first (document order among equal times).
     QList<Message> conversation(const QString &peer) const;
+    // The same messages as indices into state().messages: no copy, for views of long histories.
+    QList<qsizetype> conversationRows(const QString &peer) const;
     std::optional<Contact> contact(const QString &peer) const;
     // The one-line preview of the session's newest message ("" without one).
     QString preview(const QString &peer) const;

@@ -69,6 +69,12 @@ void UnreadTracker::markRead(const QString &peer, const QList<Message> &messages
         if (const auto t = MessageTime::parse(m.createdAt); t && (!newest || *t > *newest))
             newest = t;
     }
+    markReadUpTo(peer, newest);
+}
+
+void UnreadTracker::markReadUpTo(const QString &peer, std::optional<double> newest)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
     if (!newest)
         return;
     const auto current = m_lastRead.constFind(peer);

@@ -28,6 +28,8 @@ public:
     // Moves the peer's mark to the newest time among messages and persists it; does nothing
     // when no time parses or the mark would not move forward.
     void markRead(const QString &peer, const QList<Message> &messages);
+    // The same with the newest time already known (nullopt: nothing to mark).
+    void markReadUpTo(const QString &peer, std::optional<double> newest);
 
 Q_SIGNALS:
     void changed();

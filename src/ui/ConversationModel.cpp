@@ -20,7 +20,8 @@ void ConversationModel::setPeer(const QString &peer)
         return;
     m_peer = peer;
     beginResetModel();
-    m_messages = peer.isEmpty() ? QList<Message>() : m_state.conversation(peer);
+    m_all = m_state.state().messages;
+    m_rows = peer.isEmpty() ? QList<qsizetype>() : m_state.conversationRows(peer);
     endResetModel();
     Q_EMIT peerChanged();
 }
@@ -31,33 +32,33 @@ void ConversationModel::reload()
 {
     if (m_peer.isEmpty())
         return;
-    QList<Message> fresh = m_state.conversation(m_peer);
-    const qsizetype old = m_messages.size();
-    bool prefix = fresh.size() >= old;
+    const QList<Message> &all = m_state.state().messages;
+    const QList<qsizetype> rows = m_state.conversationRows(m_peer);
+    const qsizetype old = m_rows.size();
+    bool prefix = rows.size() >= old;
     for (qsizetype i = 0; prefix && i < old; ++i)
-        prefix = fresh[i].id == m_messages[i].id;
+        prefix = all[rows[i]].id == m_all[m_rows[i]].id;
     if (!prefix) {
         beginResetModel();
-        m_messages = std::move(fresh);
+        m_all = all;
+        m_rows = rows;
         endResetModel();
         return;
     }
     QList<qsizetype> changed;
     for (qsizetype i = 0; i < old; ++i) {
-        if (!(fresh[i] == m_messages[i]))
+        if (!(all[rows[i]] == m_all[m_rows[i]]))
             changed.append(i);
     }
-    const qsizetype added = fresh.size() - old;
-    if (added > 0) {
-        // Newest first: new messages are new rows at the top.
-        beginInsertRows(QModelIndex(), 0, int(added - 1));
-        m_messages = std::move(fresh);
+    const qsizetype added = rows.size() - old;
+    if (added > 0)
+        beginInsertRows(QModelIndex(), 0, int(added - 1)); // newest first: new rows on top
+    m_all = all;
+    m_rows = rows;
+    if (added > 0)
         endInsertRows();
-    } else {
-        m_messages = std::move(fresh);
-    }
     for (const qsizetype i : changed) {
-        const QModelIndex row = index(int(m_messages.size() - 1 - i));
+        const QModelIndex row = index(int(m_rows.size() - 1 - i));
         Q_EMIT dataChanged(row, row);
     }
     // The message that used to open the newest day may no longer do so.
@@ -69,7 +70,7 @@ void ConversationModel::reload()
 
 int ConversationModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_messages.size());
+    return parent.isValid() ? 0 : int(m_rows.size());
 }
 
 QVariantList ConversationModel::partsOf(const Message &message) const
@@ -93,7 +94,7 @@ QVariantList ConversationModel::partsOf(const Message &message) const
 
 QVariant ConversationModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= m_messages.size())
+    if (!index.isValid() || index.row() >= m_rows.size())
         return {};
     const Message &m = messageAt(index.row());
     switch (role) {
@@ -107,7 +108,7 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
     }
     case SeparatorRole: {
         const int olderRow = index.row() + 1;
-        if (olderRow < m_messages.size() && Format::dayKey(messageAt(olderRow).createdAt) == Format::dayKey(m.createdAt))
+        if (olderRow < m_rows.size() && Format::dayKey(messageAt(olderRow).createdAt) == Format::dayKey(m.createdAt))
             return QString();
         return Format::daySeparator(m.createdAt);
     }

@@ -10,7 +10,8 @@ class ContentImageProvider;
 // One conversation's messages for the detail pane, newest first (the list view grows
 // upwards, so opening a conversation lands on its newest message without laying out the
 // rest). Rows are cheap: a bubble's parts, times and separator are worked out only when a
-// delegate asks for them, so a history of 100k messages costs one copy of the list.
+// delegate asks for them, and the messages stay AppState's, so opening a conversation of
+// 100k messages copies nothing.
 class ConversationModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -41,11 +42,14 @@ Q_SIGNALS:
 
 private:
     void reload();
-    const Message &messageAt(int row) const { return m_messages[m_messages.size() - 1 - row]; }
+    const Message &messageAt(int row) const { return m_all[m_rows[m_rows.size() - 1 - row]]; }
     QVariantList partsOf(const Message &message) const;
 
     AppState &m_state;
     ContentImageProvider *m_images;
     QString m_peer;
-    QList<Message> m_messages; // oldest first, as AppState keeps them
+    // The document's messages (shared with AppState, never copied) and the rows of this
+    // conversation among them, oldest first.
+    QList<Message> m_all;
+    QList<qsizetype> m_rows;
 };
