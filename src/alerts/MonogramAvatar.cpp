@@ -39,7 +39,7 @@ QString badgeText(int count)
 
 namespace {
 
-QImage draw(const QString &name, int size, int badgeCount)
+QImage draw(const QString &letters, int size, int badgeCount)
 {
     QImage img(size, size, QImage::Format_ARGB32_Premultiplied);
     img.fill(Qt::transparent);
@@ -56,7 +56,7 @@ QImage draw(const QString &name, int size, int badgeCount)
     font.setPixelSize(qMax(6, int(size * 0.40)));
     p.setFont(font);
     p.setPen(Qt::white);
-    p.drawText(QRectF(0, 0, size, size), Qt::AlignCenter, initials(name));
+    p.drawText(QRectF(0, 0, size, size), Qt::AlignCenter, letters);
 
     const QString badge = badgeText(badgeCount);
     if (!badge.isEmpty()) {
@@ -82,16 +82,17 @@ QImage draw(const QString &name, int size, int badgeCount)
 
 QImage image(const QString &name, int size, int badgeCount)
 {
-    // Text rendering is the slow part of a banner; the same few senders come back often.
+    // Text rendering is the slow part of a banner. The picture depends only on the
+    // initials, which many senders share, and the same few senders come back often.
     struct Key {
-        QString name;
+        QString letters;
         int size;
         int badge;
         bool operator==(const Key &) const = default;
     };
     static QList<QPair<Key, QImage>> cache;
     constexpr qsizetype capacity = 32;
-    const Key key{name, size, qMin(badgeCount, 100)};
+    const Key key{initials(name), size, qMin(badgeCount, 100)};
     for (qsizetype i = 0; i < cache.size(); ++i) {
         if (cache[i].first == key) {
             if (i > 0)
@@ -99,7 +100,7 @@ QImage image(const QString &name, int size, int badgeCount)
             return cache.first().second;
         }
     }
-    QImage img = draw(name, size, badgeCount);
+    QImage img = draw(key.letters, size, badgeCount);
     cache.prepend({key, img});
     if (cache.size() > capacity)
         cache.removeLast();

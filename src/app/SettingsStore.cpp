@@ -1,24 +1,54 @@
 #include "app/SettingsStore.h"
 
 #include <QDir>
+#include <QFile>
 #include <QMutex>
 #include <QSettings>
 #include <QStandardPaths>
 
 #include <memory>
 
+#include <sys/stat.h>
+
 namespace SettingsStore {
 namespace {
 
 QMutex g_lock;
+
+// What the file looked like when it was last read or written. Reading again costs a
+// stat, not a parse, until another process writes the file (QSettings replaces it, so
+// the inode changes too).
+struct FileStamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = -1;
+    timespec modified{};
+    bool operator==(const FileStamp &o) const
+    {
+        return device == o.device && inode == o.inode && size == o.size && modified.tv_sec == o.modified.tv_sec
+            && modified.tv_nsec == o.modified.tv_nsec;
+    }
+};
+
+FileStamp stampOf(const QString &path)
+{
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return {};
+    return {st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+}
+
+FileStamp g_seen;
 
 // One QSettings per file path; a test that points XDG_CONFIG_HOME elsewhere gets a fresh one.
 QSettings &settings()
 {
     static std::unique_ptr<QSettings> s;
     const QString path = filePath();
-    if (!s || s->fileName() != path)
+    if (!s || s->fileName() != path) {
         s = std::make_unique<QSettings>(path, QSettings::IniFormat);
+        g_seen = stampOf(path);
+    }
     return *s;
 }
 
@@ -50,7 +80,11 @@ std::optional<QVariant> value(const QString &key)
 {
     QMutexLocker lock(&g_lock);
     QSettings &s = settings();
-    s.sync(); // pick up another process's writes
+    // Pick up another process's writes.
+    if (const FileStamp now = stampOf(s.fileName()); !(now == g_seen)) {
+        s.sync();
+        g_seen = stampOf(s.fileName());
+    }
     if (!s.contains(key))
         return std::nullopt;
     return s.value(key);
@@ -62,6 +96,7 @@ void setValue(const QString &key, const QVariant &v)
     QSettings &s = settings();
     s.setValue(key, v);
     s.sync();
+    g_seen = stampOf(s.fileName());
 }
 
 void remove(const QString &key)
@@ -70,6 +105,7 @@ void remove(const QString &key)
     QSettings &s = settings();
     s.remove(key);
     s.sync();
+    g_seen = stampOf(s.fileName());
 }
 
 bool flag(Key key, bool defaultValue)
