@@ -233,7 +233,16 @@ QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Inter
     return out;
 }
 
+// One parser per thread: it keeps its buffers between documents and is never shared.
+simdjson::dom::parser &threadParser()
+{
+    thread_local simdjson::dom::parser parser;
+    return parser;
+}
+
 } // namespace
+
+void PanelState::releaseDecodeBuffers() { threadParser() = simdjson::dom::parser{}; }
 
 std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error)
 {
@@ -243,10 +252,9 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
         return std::nullopt;
     };
 
-    // One parser per thread: it keeps its buffers between documents and is never shared.
     if (json.isEmpty())
         return fail(QStringLiteral("not JSON: empty body"));
-    thread_local simdjson::dom::parser parser;
+    simdjson::dom::parser &parser = threadParser();
     element root;
     if (const auto err = parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
         return fail(QStringLiteral("not JSON: %1").arg(QLatin1String(simdjson::error_message(err))));

@@ -62,6 +62,9 @@ struct PanelState {
     // The document from the UTF-8 bytes of a response body, or nothing with a one-line
     // reason in *error.
     static std::optional<PanelState> decode(QByteArrayView json, QString *error = nullptr);
+    // Gives back the calling thread's parse buffers (several times a large document's
+    // size); the next decode on this thread allocates them again.
+    static void releaseDecodeBuffers();
 
     friend bool operator==(const PanelState &, const PanelState &) = default;
 };

@@ -184,6 +184,9 @@ void StateClient::handleFetchReply(QNetworkReply *reply, const QByteArray &body)
     QThreadPool::globalInstance()->start([self, body, snapshot, generation] {
         QString error;
         std::optional<PanelState> decoded = PanelState::decode(body, &error);
+        // States change a few times a minute at most: megabytes of parse buffers are not
+        // worth keeping between them.
+        PanelState::releaseDecodeBuffers();
         const bool differs = decoded && !(*decoded == snapshot);
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
