@@ -35,9 +35,9 @@ namespace {
 constexpr char16_t kSeparator = u'\x1f';
 }
 
-AppState::AppState(QObject *parent)
+AppState::AppState(QObject *parent, UnreadTracker::Storage marks)
     : QObject(parent)
-    , m_unread(new UnreadTracker(this))
+    , m_unread(new UnreadTracker(this, marks))
 {
     connect(m_unread, &UnreadTracker::changed, this, &AppState::unreadChanged);
 }

@@ -2,6 +2,7 @@
 
 #include "model/PanelState.h"
 #include "state/Session.h"
+#include "state/UnreadTracker.h"
 
 #include <QHash>
 #include <QObject>
@@ -9,7 +10,6 @@
 #include <memory>
 #include <optional>
 
-class UnreadTracker;
 
 // The main window's model: the latest state document turned into sorted, searchable
 // conversations with unread counts, plus the detail selection and the sidebar's search
@@ -23,7 +23,7 @@ class AppState : public QObject
 {
     Q_OBJECT
 public:
-    explicit AppState(QObject *parent = nullptr);
+    explicit AppState(QObject *parent = nullptr, UnreadTracker::Storage marks = UnreadTracker::Storage::stored);
     ~AppState() override;
 
     UnreadTracker *unread() const { return m_unread; }

@@ -25,9 +25,12 @@ bool isNumber(const QVariant &v)
 
 } // namespace
 
-UnreadTracker::UnreadTracker(QObject *parent)
+UnreadTracker::UnreadTracker(QObject *parent, Storage storage)
     : QObject(parent)
+    , m_storage(storage)
 {
+    if (storage == Storage::scratch)
+        return;
     const auto stored = SettingsStore::value(settingsKey);
     if (!stored || stored->typeId() != QMetaType::QVariantMap)
         return;
@@ -81,6 +84,10 @@ void UnreadTracker::markReadUpTo(const QString &peer, std::optional<double> newe
     if (current != m_lastRead.constEnd() && !(*newest > *current))
         return;
     m_lastRead.insert(peer, *newest);
+    if (m_storage == Storage::scratch) {
+        Q_EMIT changed();
+        return;
+    }
     QVariantMap map;
     for (auto it = m_lastRead.constBegin(); it != m_lastRead.constEnd(); ++it)
         map.insert(it.key(), it.value());

@@ -14,8 +14,12 @@ class UnreadTracker : public QObject
 public:
     static inline const QString settingsKey = QStringLiteral("quillmote.unread.lastReadMillis.v1");
 
+    // `stored`: the marks live in the settings. `scratch`: they start empty and are kept in
+    // memory only, for a view over sample data that must not touch the user's record.
+    enum class Storage { stored, scratch };
+
     // Loads the stored marks; a missing entry, or one with any non-number value, starts empty.
-    explicit UnreadTracker(QObject *parent = nullptr);
+    explicit UnreadTracker(QObject *parent = nullptr, Storage storage = Storage::stored);
 
     const QHash<QString, double> &lastReadMillis() const { return m_lastRead; }
 
@@ -36,4 +40,5 @@ Q_SIGNALS:
 
 private:
     QHash<QString, double> m_lastRead;
+    Storage m_storage;
 };

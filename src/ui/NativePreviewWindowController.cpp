@@ -12,7 +12,8 @@
 
 NativePreviewWindowController::NativePreviewWindowController(QObject *parent)
     : QObject(parent)
-    , m_state(new AppState(this))
+    // Reading the sample conversations must not mark the user's real ones read.
+    , m_state(new AppState(this, UnreadTracker::Storage::scratch))
 {
     m_state->setState(NativeSampleData::state());
     m_window = std::make_unique<ViewWindow>(ViewWindow::Setup{QStringLiteral("Quillmote — Native Preview"), QSize(980, 640),

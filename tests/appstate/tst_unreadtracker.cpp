@@ -27,6 +27,7 @@ private Q_SLOTS:
     void marksNeverMoveBack();
     void storedRecordWithABadValueIsIgnored_data();
     void storedRecordWithABadValueIsIgnored();
+    void scratchMarksNeitherReadNorWriteTheRecord();
 
 private:
     std::unique_ptr<TestEnv> m_env;
@@ -96,6 +97,22 @@ void TestUnreadTracker::storedRecordWithABadValueIsIgnored()
     SettingsStore::setValue(UnreadTracker::settingsKey, stored);
     UnreadTracker tracker;
     QCOMPARE(tracker.lastReadMillis().size(), marks);
+}
+
+void TestUnreadTracker::scratchMarksNeitherReadNorWriteTheRecord()
+{
+    UnreadTracker stored;
+    stored.markRead("bob", {at("2024-05-01T10:00:00Z")});
+    const auto record = SettingsStore::value(UnreadTracker::settingsKey);
+    QVERIFY(record);
+
+    UnreadTracker scratch(nullptr, UnreadTracker::Storage::scratch);
+    QVERIFY(scratch.lastReadMillis().isEmpty());
+    QSignalSpy changed(&scratch, &UnreadTracker::changed);
+    scratch.markRead("carol", {at("2024-06-01T10:00:00Z")});
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(scratch.unreadCount("carol", {at("2024-06-01T10:00:00Z")}), 0);
+    QCOMPARE(SettingsStore::value(UnreadTracker::settingsKey), record);
 }
 
 QTEST_GUILESS_MAIN(TestUnreadTracker)
