@@ -33,6 +33,11 @@ NotificationController::NotificationController(NotificationsPort &port, QObject 
         // Ids of a server that went away mean nothing to the next one.
         self->forgetAll();
         if (present) {
+            // Our own first question starts a bus-activated server: its answer is on the way.
+            if (self->m_probing) {
+                self->m_appearedWhileProbing = true;
+                return;
+            }
             self->log(QStringLiteral("notifications: server appeared on the bus — asking it again"));
             self->probe();
         } else {
@@ -53,9 +58,17 @@ void NotificationController::bootstrap() { probe(); }
 void NotificationController::probe()
 {
     const QPointer<NotificationController> self(this);
+    m_probing = true;
     m_port.probe([self](const ServerInfo &info) {
         if (!self)
             return;
+        self->m_probing = false;
+        // The server we asked went away and another came while we waited: ask that one.
+        if (!info.available && std::exchange(self->m_appearedWhileProbing, false)) {
+            self->probe();
+            return;
+        }
+        self->m_appearedWhileProbing = false;
         self->m_server = info;
         if (!info.available) {
             self->m_state = State::disabled;

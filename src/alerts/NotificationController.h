@@ -81,6 +81,8 @@ private:
 
     NotificationsPort &m_port;
     State m_state = State::unknown;
+    bool m_probing = false;
+    bool m_appearedWhileProbing = false;
     ServerInfo m_server;
     QList<NotifyFrame> m_waiting;
     QHash<quint32, Shown> m_byId;
