@@ -1,5 +1,7 @@
 #include "model/PanelState.h"
 
+#include <QHash>
+
 #include <simdjson.h>
 
 #include <string_view>
@@ -241,6 +243,33 @@ simdjson::dom::parser &threadParser()
 }
 
 } // namespace
+
+void PanelState::shareUnchanged(const PanelState &previous)
+{
+    // New messages are usually appended, so most match the previous one at the same index;
+    // the others are looked up by id.
+    QHash<QString, const Message *> byId;
+    for (qsizetype i = 0; i < messages.size(); ++i) {
+        Message &m = messages[i];
+        const Message *old = nullptr;
+        if (i < previous.messages.size() && previous.messages[i].id == m.id) {
+            old = &previous.messages[i];
+        } else {
+            if (byId.isEmpty()) {
+                byId.reserve(previous.messages.size());
+                for (const Message &p : previous.messages)
+                    byId.insert(p.id, &p);
+            }
+            old = byId.value(m.id);
+        }
+        if (old && *old == m)
+            m = *old;
+    }
+    for (qsizetype i = 0; i < contacts.size() && i < previous.contacts.size(); ++i) {
+        if (contacts[i] == previous.contacts[i])
+            contacts[i] = previous.contacts[i];
+    }
+}
 
 void PanelState::releaseDecodeBuffers() { threadParser() = simdjson::dom::parser{}; }
 

@@ -66,6 +66,11 @@ struct PanelState {
     // size); the next decode on this thread allocates them again.
     static void releaseDecodeBuffers();
 
+    // Replaces each contact and message equal to one of `previous` (a message: the same id)
+    // by the previous copy, so that what did not change is shared instead of held twice and
+    // later comparisons with it are pointer checks. Typically run right after a decode.
+    void shareUnchanged(const PanelState &previous);
+
     friend bool operator==(const PanelState &, const PanelState &) = default;
 };
 

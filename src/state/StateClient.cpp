@@ -187,6 +187,8 @@ void StateClient::handleFetchReply(QNetworkReply *reply, const QByteArray &body)
         // States change a few times a minute at most: megabytes of parse buffers are not
         // worth keeping between them.
         PanelState::releaseDecodeBuffers();
+        if (decoded)
+            decoded->shareUnchanged(snapshot);
         const bool differs = decoded && !(*decoded == snapshot);
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
