@@ -72,9 +72,11 @@ SystemTray::SystemTray(QObject *parent)
             m_menu->popup(QCursor::pos());
         }
     });
-    setIcon({});
-    if (m_available || QGuiApplication::platformName() == QLatin1String("xcb"))
+    if (m_available || QGuiApplication::platformName() == QLatin1String("xcb")) {
+        m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon({})))); // Qt refuses to show an icon without one
         m_icon->show();
+    }
+    setIcon({});
     if (m_available)
         Log::emit(Log::Category::menubar, QStringLiteral("menubar: tray icon shown"));
 }
