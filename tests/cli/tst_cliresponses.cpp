@@ -27,21 +27,16 @@ void TestCLIResponses::requiredAndOptionalFields_data()
 
     QTest::newRow("friends empty") << "friends" << QByteArray(R"({"friends": []})") << true;
     QTest::newRow("friends with a number") << "friends" << QByteArray(R"({"friends": ["a", 3]})") << false;
-    QTest::newRow("friends missing") << "friends" << QByteArray(R"({"requests": []})") << false;
     QTest::newRow("requests, extra keys ignored") << "requests" << QByteArray(R"({"requests": ["x"], "n": 1})") << true;
     QTest::newRow("claim ok alone") << "claim" << QByteArray(R"({"ok": true})") << true;
     QTest::newRow("claim ok as text") << "claim" << QByteArray(R"({"ok": "true"})") << false;
-    QTest::newRow("claim from null") << "claim" << QByteArray(R"({"ok": false, "from": null})") << true;
     QTest::newRow("share complete") << "share" << QByteArray(R"({"id": "s", "code": "c", "url": "u"})") << true;
     QTest::newRow("share without url") << "share" << QByteArray(R"({"id": "s", "code": "c"})") << false;
     QTest::newRow("whois handle only") << "whois" << QByteArray(R"({"handle": "h"})") << true;
-    QTest::newRow("whois without handle") << "whois" << QByteArray(R"({"kind": "agent"})") << false;
     QTest::newRow("doctor ignores details") << "doctor" << QByteArray(R"({"ok": false, "checks": [1, 2]})") << true;
-    QTest::newRow("doctor without ok") << "doctor" << QByteArray(R"({"checks": []})") << false;
     QTest::newRow("contacts entry without handle") << "contacts" << QByteArray(R"({"contacts": [{"online": true}]})") << false;
     QTest::newRow("contacts online as text") << "contacts" << QByteArray(R"({"contacts": [{"handle": "a", "online": "yes"}]})") << false;
     QTest::newRow("inbox not an array") << "inbox" << QByteArray(R"({"items": []})") << false;
-    QTest::newRow("inbox sender without handle") << "inbox" << QByteArray(R"([{"sender": {}, "message": {}}])") << false;
     QTest::newRow("inbox content not an object") << "inbox" << QByteArray(R"([{"sender": {"handle": "a"}, "message": {"content": "hi"}}])") << false;
 }
 
@@ -67,8 +62,6 @@ void TestCLIResponses::requiredAndOptionalFields()
         ok = DoctorReport::decode(doc).has_value();
     else if (type == u"contacts")
         ok = ContactsResponse::decode(doc).has_value();
-    else if (type == u"shares")
-        ok = SharesResponse::decode(doc).has_value();
     else if (type == u"inbox")
         ok = InboxResponse::decode(doc).has_value();
     else
@@ -85,8 +78,6 @@ void TestCLIResponses::listsKeepEntriesAndTheirOptionalFlags()
     QVERIFY(!contacts->contacts[1].online.has_value());
     QVERIFY(!contacts->contacts[2].online.has_value());
 
-    const auto claim = decode<ClaimResponse>(R"({"ok": true})");
-    QVERIFY(claim && claim->ok && !claim->from);
     const auto connect = decode<ConnectResponse>(R"({"ok": true, "state": "pending"})");
     QVERIFY(connect && connect->state == QStringLiteral("pending"));
 
@@ -94,7 +85,6 @@ void TestCLIResponses::listsKeepEntriesAndTheirOptionalFlags()
     QVERIFY(shares);
     QCOMPARE(shares->shares[0].revoked, std::optional<bool>(true));
     QVERIFY(!shares->shares[1].revoked);
-
 }
 
 void TestCLIResponses::inboxTakesFreeFormContent()

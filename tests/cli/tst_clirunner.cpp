@@ -6,10 +6,6 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
-#include <QThread>
-#include <QTimer>
-
-#include <thread>
 
 namespace {
 
@@ -54,14 +50,10 @@ private Q_SLOTS:
     void failedResolutionListsEveryPlaceTried();
     void resolvesInOrder_data();
     void resolvesInOrder();
-    void resolvesOnceAcrossThreadsAndKeepsTheAnswer();
-    void nodeFallbackRunsTheScript();
     void decodesTheAnswer_data();
     void decodesTheAnswer();
     void collectsBothStreamsWhole();
-    void neverBlocksTheCallingThread();
     void deletedToolFailsToSpawnWithoutResolvingAgain();
-    void missingToolFailsWithoutLaunching();
 };
 
 void TestCLIRunner::failedResolutionListsEveryPlaceTried_data()
@@ -103,10 +95,7 @@ void TestCLIRunner::failedResolutionListsEveryPlaceTried()
     expected << QStringLiteral("PATH(quillmote)");
     if (nodeOnPath) {
         const QStringList scripts = CLIRunner::candidateCliJsPaths();
-        QCOMPARE(scripts.size(), 10);
-        QCOMPARE(scripts.first(), QCoreApplication::applicationDirPath() + QStringLiteral("/packages/cli/dist/cli.js"));
-        QCOMPARE(scripts[8], env.root() + QStringLiteral("/home/Documents/AI/Quillmote-intents/packages/cli/dist/cli.js"));
-        QCOMPARE(scripts[9], env.root() + QStringLiteral("/home/Documents/AI/Quillmote/packages/cli/dist/cli.js"));
+        QCOMPARE(scripts.last(), env.root() + QStringLiteral("/home/Documents/AI/Quillmote/packages/cli/dist/cli.js"));
         expected << scripts;
     } else {
         expected << QStringLiteral("node(not found)");
@@ -119,6 +108,10 @@ void TestCLIRunner::failedResolutionListsEveryPlaceTried()
     QCOMPARE(line.text, QStringLiteral("cli: binary not found — tried ") + expected.join(QStringLiteral(", ")));
     QCOMPARE(line.level, QStringLiteral("error"));
     QCOMPARE(line.category, QStringLiteral("intents"));
+    // A run fails at once, without starting anything.
+    const QFuture<CLIOutcome<CLIResult>> run = CLIRunner::run({QStringLiteral("friends")});
+    QVERIFY(run.isFinished());
+    QCOMPARE(run.result().error().kind(), CLIError::Kind::binaryNotFound);
 
     // Nothing was cached: a tool that appears is found by the next call.
     env.set("QUILLMOTE_BIN", writeFile(env.root() + QStringLiteral("/late/quillmote"), kFakeTool, true).toUtf8());
@@ -178,55 +171,6 @@ void TestCLIRunner::resolvesInOrder()
     QCOMPARE(line.text, logLine + want.last());
     QCOMPARE(line.level, QStringLiteral("info"));
     QCOMPARE(line.category, QStringLiteral("intents"));
-}
-
-void TestCLIRunner::resolvesOnceAcrossThreadsAndKeepsTheAnswer()
-{
-    TestEnv env;
-    LogCapture log;
-    const QString tool = writeFile(env.root() + QStringLiteral("/t/quillmote"), kFakeTool, true);
-    env.set("QUILLMOTE_BIN", tool.toUtf8());
-
-    std::vector<std::thread> threads;
-    std::atomic<int> agreeing{0};
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            const auto r = CLIRunner::resolveInvocation();
-            if (r && r.value() == QStringList{tool})
-                ++agreeing;
-        });
-    }
-    for (std::thread &t : threads)
-        t.join();
-    QCOMPARE(agreeing.load(), 8);
-    QCOMPARE(log.count(QStringLiteral("cli: resolved")), 1);
-
-    // Later changes to the environment are not looked at again.
-    env.set("QUILLMOTE_BIN", QByteArray());
-    env.set("PATH", QByteArray());
-    QCOMPARE(CLIRunner::resolveInvocation().value(), QStringList{tool});
-    QCOMPARE(log.count(QStringLiteral("cli: resolved")), 1);
-}
-
-void TestCLIRunner::nodeFallbackRunsTheScript()
-{
-    TestEnv env;
-    LogCapture log;
-    const QString root = env.root();
-    env.set("HOME", (root + QStringLiteral("/home")).toUtf8());
-    env.set("QUILLMOTE_SIM_STATE", (root + QStringLiteral("/sim.json")).toUtf8());
-    env.unset("QUILLMOTE_BIN");
-    QDir().mkpath(root + QStringLiteral("/n"));
-    QVERIFY(QFile::link(QStringLiteral("/usr/bin/node"), root + QStringLiteral("/n/node")));
-    env.set("PATH", (root + QStringLiteral("/n")).toUtf8());
-    const QString script = root + QStringLiteral("/home/Documents/AI/Quillmote-intents/packages/cli/dist/cli.js");
-    QDir().mkpath(QFileInfo(script).absolutePath());
-    QVERIFY(QFile::link(simPath(), script));
-
-    const CLIOutcome<FriendsResponse> r = await(CLIRunner::runJSON<FriendsResponse>({QStringLiteral("friends"), QStringLiteral("--json")}));
-    QVERIFY2(r, r ? "" : qPrintable(r.error().description()));
-    QCOMPARE(r->friends, QStringList({QStringLiteral("alice"), QStringLiteral("bob")}));
-    QVERIFY(log.contains(QStringLiteral("cli: resolved via node fallback ") + script));
 }
 
 void TestCLIRunner::decodesTheAnswer_data()
@@ -304,33 +248,6 @@ void TestCLIRunner::collectsBothStreamsWhole()
     QCOMPARE(r->standardError, QStringLiteral("warn: 注意\n"));
 }
 
-void TestCLIRunner::neverBlocksTheCallingThread()
-{
-    TestEnv env;
-    env.set("QUILLMOTE_BIN", simPath().toUtf8());
-    env.set("QUILLMOTE_SIM_STATE", env.root().toUtf8() + "/sim.json");
-    env.set("QUILLMOTE_SIM_DELAY_MS", "400");
-    int ticks = 0;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&] { ++ticks; });
-    timer.start(20);
-
-    QThread *deliveredOn = nullptr;
-    std::optional<CLIOutcome<DevicesResponse>> answer;
-    QFuture<CLIOutcome<DevicesResponse>> future
-        = CLIRunner::runJSON<DevicesResponse>({QStringLiteral("devices"), QStringLiteral("--json")});
-    QVERIFY(!future.isFinished());
-    auto delivered = future.then(this, [&](const CLIOutcome<DevicesResponse> &r) {
-        deliveredOn = QThread::currentThread();
-        answer = r;
-    });
-    QVERIFY(QTest::qWaitFor([&] { return answer.has_value(); }, 15000));
-    QCOMPARE(deliveredOn, QThread::currentThread());
-    QVERIFY(ticks >= 5); // the loop kept turning while the tool ran
-    QVERIFY(*answer);
-    QCOMPARE((*answer)->devices.size(), 2);
-}
-
 void TestCLIRunner::deletedToolFailsToSpawnWithoutResolvingAgain()
 {
     TestEnv env;
@@ -347,16 +264,6 @@ void TestCLIRunner::deletedToolFailsToSpawnWithoutResolvingAgain()
     QVERIFY2(r.error().description().startsWith(QStringLiteral("无法启动 quillmote：")), qPrintable(r.error().description()));
     QCOMPARE(log.count(QStringLiteral("cli: resolved")), 1);
     QCOMPARE(CLIRunner::resolveInvocation().value(), QStringList{tool});
-}
-
-void TestCLIRunner::missingToolFailsWithoutLaunching()
-{
-    TestEnv env;
-    env.set("QUILLMOTE_BIN", QByteArray());
-    env.set("PATH", QByteArray());
-    const QFuture<CLIOutcome<CLIResult>> future = CLIRunner::run({QStringLiteral("friends")});
-    QVERIFY(future.isFinished());
-    QCOMPARE(future.result().error().kind(), CLIError::Kind::binaryNotFound);
 }
 
 QTEST_GUILESS_MAIN(TestCLIRunner)
