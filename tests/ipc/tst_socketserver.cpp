@@ -48,10 +48,8 @@ class TestSocketServer : public QObject
 private Q_SLOTS:
     void listensOwnerOnlyAndReplacesStaleSocket();
     void splitsFramesAndSkipsWhatIsNotANotify();
-    void keepsReadingAfterAnUnparseableLine();
     void deliversEveryFrameFromConcurrentTerminals();
     void refusesPathsLongerThanTheKernelTakes();
-    void secondServerNeverTakesTheSocket();
     void stalledClientDoesNotHoldBackLiveOne();
     void simulatorReceivesRepliesAndFillsByteForByte();
 };
@@ -92,6 +90,9 @@ void TestSocketServer::splitsFramesAndSkipsWhatIsNotANotify()
     QVERIFY(h.start(log));
     UnixClient c;
     QVERIFY(c.connectTo(env.socketPath()));
+    // A line that is not JSON is skipped; the connection stays open.
+    QVERIFY(c.write("garbage\n"));
+    QVERIFY(log.waitFor(QStringLiteral("socket: ignored unparseable frame (7 bytes)")));
 
     // Two frames in one write, with empty lines around them.
     QVERIFY(c.write("\n" + notifyLine("a", "one", "1") + "\n\n" + notifyLine("a", "two", "2")));
@@ -114,22 +115,7 @@ void TestSocketServer::splitsFramesAndSkipsWhatIsNotANotify()
         ids << *f.msgId;
     QCOMPARE(ids, QStringList({"1", "2", "3", "4"}));
     QCOMPARE(h.frames[2].body, QStringLiteral("三 \n lines"));
-    QCOMPARE(log.count(QStringLiteral("ignored")), 0);
-}
-
-void TestSocketServer::keepsReadingAfterAnUnparseableLine()
-{
-    TestEnv env;
-    LogCapture log;
-    Harness h(env.socketPath());
-    QVERIFY(h.start(log));
-    UnixClient c;
-    QVERIFY(c.connectTo(env.socketPath()));
-    QVERIFY(c.write("garbage\n"));
-    QVERIFY(log.waitFor(QStringLiteral("socket: ignored unparseable frame (7 bytes)")));
-    QVERIFY(c.write(notifyLine("a", "after")));
-    QTRY_COMPARE(h.frames.size(), 1);
-    QCOMPARE(h.frames[0].body, QStringLiteral("after"));
+    QCOMPARE(log.count(QStringLiteral("ignored")), 1);
 }
 
 void TestSocketServer::deliversEveryFrameFromConcurrentTerminals()
@@ -195,25 +181,6 @@ void TestSocketServer::refusesPathsLongerThanTheKernelTakes()
     refused.server.start();
     QVERIFY(log.waitFor(QStringLiteral("socket: path too long (108 > 107) — IPC disabled")));
     QVERIFY(!QFile::exists(tooLong));
-}
-
-void TestSocketServer::secondServerNeverTakesTheSocket()
-{
-    TestEnv env;
-    LogCapture log;
-    Harness first(env.socketPath());
-    QVERIFY(first.start(log));
-    {
-        Harness second(env.socketPath());
-        second.server.start();
-        QVERIFY(log.waitFor(QStringLiteral("socket: another instance is listening at ")));
-        second.server.stop();
-    }
-    QVERIFY(QFile::exists(env.socketPath()));
-    UnixClient c;
-    QVERIFY(c.connectTo(env.socketPath()));
-    QVERIFY(c.write(notifyLine("a", "still here")));
-    QTRY_COMPARE(first.frames.size(), 1);
 }
 
 void TestSocketServer::stalledClientDoesNotHoldBackLiveOne()
