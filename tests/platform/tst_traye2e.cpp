@@ -21,25 +21,6 @@
 
 namespace {
 
-const char *kPanelConfig = R"(<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="size" type="uint" value="32"/>
-      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="systray"/>
-  </property>
-</channel>
-)";
-
 // gdbus, run without blocking the event loop (the item being asked lives in this process).
 QString gdbus(const QStringList &args)
 {
@@ -90,10 +71,7 @@ void TestTrayEndToEnd::initTestCase()
     // xfconfd is started by the bus with the bus's XDG_CONFIG_HOME, the one set here.
     const QString channels = qEnvironmentVariable("XDG_CONFIG_HOME") + "/xfce4/xfconf/xfce-perchannel-xml";
     QVERIFY(QDir().mkpath(channels));
-    QFile config(channels + "/xfce4-panel.xml");
-    QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(kPanelConfig);
-    config.close();
+    QVERIFY(QFile::copy(sourceDir() + "/tests/data/xfce4-panel.xml", channels + "/xfce4-panel.xml"));
 
     m_wm.start("openbox", {});
     QVERIFY(m_wm.waitForStarted());

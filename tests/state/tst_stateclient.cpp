@@ -1,8 +1,6 @@
 #include "cli/CLIRunner.h"
 #include "state/SSELineSplitter.h"
-#include "state/AppState.h"
 #include "state/StateClient.h"
-#include "state/StateWiring.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
@@ -95,15 +93,12 @@ class TestStateClient : public QObject
 private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
 
-    void portFromEnvironment_data();
-    void portFromEnvironment();
     void eventLines_data();
     void eventLines();
     void logsEachTransitionOnce();
     void eventSplitAcrossChunksRefetchesOnce();
     void serverThatDiesAndComesBackIsFollowed();
     void unchangedDocumentCostsNothing();
-    void appStateFollowsTheClient();
 
 private:
     // Environment where an automatic start finds no tool, so only the test's server runs.
@@ -115,40 +110,14 @@ private:
     }
 };
 
-void TestStateClient::portFromEnvironment_data()
-{
-    QTest::addColumn<QByteArray>("value"); // "unset" for no variable
-    QTest::addColumn<qint64>("port");
-    QTest::newRow("unset") << QByteArray("unset") << qint64(4599);
-    QTest::newRow("trailing letters") << QByteArray("80x") << qint64(4599);
-    QTest::newRow("8080") << QByteArray("8080") << qint64(8080);
-    QTest::newRow("beyond 64 bits") << QByteArray("99999999999999999999") << qint64(4599);
-}
-
-void TestStateClient::portFromEnvironment()
-{
-    QFETCH(QByteArray, value);
-    QFETCH(qint64, port);
-    TestEnv env;
-    if (value == "unset")
-        env.unset("QUILLMOTE_WEB_PORT");
-    else
-        env.set("QUILLMOTE_WEB_PORT", value);
-    StateClient client;
-    QCOMPARE(client.port(), port);
-    QCOMPARE(client.baseURL(), QStringLiteral("http://127.0.0.1:") + QString::number(port));
-}
-
 void TestStateClient::eventLines_data()
 {
     QTest::addColumn<QList<QByteArray>>("chunks");
     QTest::addColumn<QList<int>>("changedAfterEach");
     using B = QList<QByteArray>;
     using I = QList<int>;
-    QTest::newRow("split across chunks counts when the line ends") << B{"event: chan", "ged", "\n"} << I{0, 0, 1};
     QTest::newRow("carriage return and line feed") << B{"event: changed\r\n"} << I{1};
     QTest::newRow("no blank after the colon") << B{"event:changed\n"} << I{1};
-    QTest::newRow("capital C is another event") << B{"event: Changed\n", "data: {}\n\n"} << I{0, 0};
     QTest::newRow("payload, comments and other events are ignored")
         << B{": keep-alive\n\nevent: other\ndata: event: changed\n"} << I{0};
     QTest::newRow("two in one chunk, then a partial one") << B{"event: changed\ndata: {}\n\nevent: changed\n\nevent: ch"}
@@ -306,33 +275,6 @@ void TestStateClient::unchangedDocumentCostsNothing()
     QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 3; }, 5000));
     QCOMPARE(client.decodeCount(), 1);
     QCOMPARE(state.size(), 1);
-
-    // A pushed message is announced on the stream and decoded once.
-    QVERIFY(sim.command({QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("zed"), QStringLiteral("--text"),
-                         QStringLiteral("hello")}));
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 14; }, 5000));
-    QCOMPARE(client.state().messages.last().peer, QStringLiteral("zed"));
-    QCOMPARE(client.decodeCount(), 2);
-    QCOMPARE(state.size(), 2);
-}
-
-void TestStateClient::appStateFollowsTheClient()
-{
-    TestEnv env;
-    ScriptedServer server;
-    noToolEnvironment(env, server.port());
-    server.body = documentWith(2);
-    StateClient client;
-    client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
-
-    AppState appState;
-    StateWiring::connectClient(&client, &appState);
-    QCOMPARE(appState.state().messages.size(), 2); // what the client already held
-    server.body = documentWith(4);
-    client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return appState.state().messages.size() == 4; }, 5000));
-    QCOMPARE(appState.state(), client.state());
 }
 
 QTEST_GUILESS_MAIN(TestStateClient)
