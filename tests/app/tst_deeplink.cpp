@@ -35,8 +35,6 @@ void TestDeepLink::readsTheFormsOfTheScheme_data()
                                << "url-scheme: no conversation target in quillmote://conversation/";
     QTest::newRow("other scheme") << "https://conversation/alice" << int(K::notQuillmote) << ""
                                   << "url-scheme: ignoring non-quillmote URL";
-    QTest::newRow("scheme is exact") << "Quillmote://conversation/alice" << int(K::conversation) << "alice"
-                                     << "url-scheme: deep-link → opened + selected @alice";
 }
 
 void TestDeepLink::readsTheFormsOfTheScheme()

@@ -12,8 +12,6 @@ class TestFocus : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void featureOffLeavesTheRecordAlone();
-    void policy_data();
-    void policy();
     void recordCountsOnlyWhileTheFeatureIsOn();
 };
 
@@ -28,27 +26,6 @@ void TestFocus::featureOffLeavesTheRecordAlone()
     const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
     QCOMPARE(log.count(inert), 2);
     QCOMPARE(log.find(inert).level, QStringLiteral("debug"));
-}
-
-void TestFocus::policy_data()
-{
-    QTest::addColumn<bool>("dnd");
-    QTest::addColumn<bool>("breakthrough");
-    QTest::addColumn<bool>("critical");
-    QTest::addColumn<bool>("chime");
-    QTest::newRow("no dnd") << false << false << false << true;
-    QTest::newRow("no dnd, breakthrough recorded") << false << true << false << true;
-    QTest::newRow("dnd") << true << false << false << false;
-    QTest::newRow("dnd, breakthrough") << true << true << true << true;
-}
-
-void TestFocus::policy()
-{
-    QFETCH(bool, dnd);
-    QFETCH(bool, breakthrough);
-    QFETCH(bool, critical);
-    QFETCH(bool, chime);
-    QCOMPARE(FocusPolicy::decide(dnd, breakthrough), (FocusPolicy::Decision{critical, chime}));
 }
 
 void TestFocus::recordCountsOnlyWhileTheFeatureIsOn()

@@ -209,8 +209,6 @@ void TestIntents::toolFailuresBecomeTheRunnersText_data()
                                            << QByteArray("exit:1:  relay unreachable  ") << "relay unreachable";
     QTest::newRow("block, silent exit 3") << "BlockIntent" << Values{{"handle", "x"}} << QByteArray("QUILLMOTE_SIM_FAIL")
                                           << QByteArray("exit:3") << "quillmote 退出码 3。";
-    QTest::newRow("friends, not JSON") << "FriendsIntent" << Values{} << QByteArray("QUILLMOTE_SIM_MALFORMED")
-                                       << QByteArray("1") << "无法解析 quillmote 输出：friends finished (no json here)\n";
     QTest::newRow("whois, unknown handle") << "WhoisIntent" << Values{{"handle", "nobody"}} << QByteArray()
                                            << QByteArray() << "unknown handle @nobody";
 }
