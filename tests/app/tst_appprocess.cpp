@@ -51,56 +51,53 @@ class TestAppProcess : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void servesTheSocketWithoutDisplayOrBus();
-    void secondInstanceLeavesTheFirstHearing();
-};
-
-void TestAppProcess::servesTheSocketWithoutDisplayOrBus()
-{
-    TestEnv env;
-    App app(env);
-    QVERIFY2(app.waitFor(" info socket socket: listening at " + env.socketPath()), qPrintable(app.log()));
-    QVERIFY(app.waitFor("launched (menu-bar accessory)"));
-    struct stat st {};
-    QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
-    QCOMPARE(st.st_mode & 0777, 0600u);
-
-    UnixClient c;
-    QVERIFY(c.connectTo(env.socketPath()));
-    QVERIFY(c.write("garbage\n"));
-    QVERIFY(app.waitFor(" info socket socket: ignored unparseable frame (7 bytes)"));
-    QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})" "\n"
-                    R"({"type":"notify","sender":"alice","body":"hi","msgId":"m1"})" "\n"
-                    R"({"type":"notify","sender":"bob","title":"Build","body":"ok"})" "\n"));
-    QVERIFY(app.waitFor(" info notify socket: onNotify m1 from @alice"));
-    QVERIFY(app.waitFor("socket: onNotify <no-id> from Build"));
-    QCOMPARE(app.log().count("onNotify"), 2); // the ping left no line
-
-    app.proc.terminate(); // SIGTERM
-    QVERIFY(app.proc.waitForFinished(5000));
-    QCOMPARE(app.proc.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(app.proc.exitCode(), 0);
-    QVERIFY(!QFile::exists(env.socketPath()));
-}
-
-void TestAppProcess::secondInstanceLeavesTheFirstHearing()
-{
-    TestEnv env;
-    App first(env);
-    QVERIFY(first.waitFor("socket: listening at"));
+    void servesTheSocketWithoutDisplayOrBus()
     {
-        App second(env);
-        QVERIFY2(second.waitFor("another instance"), qPrintable(second.log()));
-        second.proc.terminate();
-        QVERIFY(second.proc.waitForFinished(5000));
-        QCOMPARE(second.proc.exitCode(), 0);
+        TestEnv env;
+        App app(env);
+        QVERIFY2(app.waitFor(" info socket socket: listening at " + env.socketPath()), qPrintable(app.log()));
+        QVERIFY(app.waitFor("launched (menu-bar accessory)"));
+        struct stat st {};
+        QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
+        QCOMPARE(st.st_mode & 0777, 0600u);
+
+        UnixClient c;
+        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.write("garbage\n"));
+        QVERIFY(app.waitFor(" info socket socket: ignored unparseable frame (7 bytes)"));
+        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})" "\n"
+                        R"({"type":"notify","sender":"alice","body":"hi","msgId":"m1"})" "\n"
+                        R"({"type":"notify","sender":"bob","title":"Build","body":"ok"})" "\n"));
+        QVERIFY(app.waitFor(" info notify socket: onNotify m1 from @alice"));
+        QVERIFY(app.waitFor("socket: onNotify <no-id> from Build"));
+        QCOMPARE(app.log().count("onNotify"), 2); // the ping left no line
+
+        app.proc.terminate(); // SIGTERM
+        QVERIFY(app.proc.waitForFinished(5000));
+        QCOMPARE(app.proc.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(app.proc.exitCode(), 0);
+        QVERIFY(!QFile::exists(env.socketPath()));
     }
-    QVERIFY(QFile::exists(env.socketPath()));
-    UnixClient c;
-    QVERIFY(c.connectTo(env.socketPath()));
-    QVERIFY(c.write(R"({"type":"notify","sender":"alice","body":"still","msgId":"s1"})" "\n"));
-    QVERIFY(first.waitFor("socket: onNotify s1 from @alice"));
-}
+
+    void secondInstanceLeavesTheFirstHearing()
+    {
+        TestEnv env;
+        App first(env);
+        QVERIFY(first.waitFor("socket: listening at"));
+        {
+            App second(env);
+            QVERIFY2(second.waitFor("another instance"), qPrintable(second.log()));
+            second.proc.terminate();
+            QVERIFY(second.proc.waitForFinished(5000));
+            QCOMPARE(second.proc.exitCode(), 0);
+        }
+        QVERIFY(QFile::exists(env.socketPath()));
+        UnixClient c;
+        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.write(R"({"type":"notify","sender":"alice","body":"still","msgId":"s1"})" "\n"));
+        QVERIFY(first.waitFor("socket: onNotify s1 from @alice"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestAppProcess)
 #include "tst_appprocess.moc"

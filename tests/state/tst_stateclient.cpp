@@ -93,12 +93,172 @@ class TestStateClient : public QObject
 private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
 
-    void eventLines_data();
-    void eventLines();
-    void logsEachTransitionOnce();
-    void eventSplitAcrossChunksRefetchesOnce();
-    void serverThatDiesAndComesBackIsFollowed();
-    void unchangedDocumentCostsNothing();
+    void eventLines_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("chunks");
+        QTest::addColumn<QList<int>>("changedAfterEach");
+        using B = QList<QByteArray>;
+        using I = QList<int>;
+        QTest::newRow("carriage return and line feed") << B{"event: changed\r\n"} << I{1};
+        QTest::newRow("no blank after the colon") << B{"event:changed\n"} << I{1};
+        QTest::newRow("payload, comments and other events are ignored")
+            << B{": keep-alive\n\nevent: other\ndata: event: changed\n"} << I{0};
+        QTest::newRow("two in one chunk, then a partial one") << B{"event: changed\ndata: {}\n\nevent: changed\n\nevent: ch"}
+                                                             << I{2};
+        QTest::newRow("blanks around the line") << B{"  event: changed \t\n"} << I{1};
+    }
+
+    void eventLines()
+    {
+        QFETCH(QList<QByteArray>, chunks);
+        QFETCH(QList<int>, changedAfterEach);
+        SSELineSplitter lines;
+        for (qsizetype i = 0; i < chunks.size(); ++i)
+            QCOMPARE(lines.feed(chunks[i]), changedAfterEach[i]);
+    }
+
+    void logsEachTransitionOnce()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        noToolEnvironment(env, port);
+        SimWeb sim;
+        QVERIFY(sim.start(port));
+
+        StateClient client;
+        QSignalSpy connection(&client, &StateClient::connectionChanged);
+        QSignalSpy state(&client, &StateClient::stateChanged);
+        client.start();
+        QVERIFY(log.contains(QStringLiteral("start: polling http://127.0.0.1:%1").arg(port)));
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000), qPrintable(log.dump()));
+        QVERIFY(log.waitFor(QStringLiteral("daemon: state server already responding — not spawning")));
+        QCOMPARE(client.connection(), StateClient::Connection::connected);
+        QCOMPARE(client.state().messages.size(), 13);
+        QCOMPARE(state.size(), 1);
+
+        // The server answers 500 for several polls in a row: offline once.
+        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500")}));
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
+        const int fetches = client.fetchCount();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
+        QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
+        QCOMPARE(log.find(QStringLiteral("offline: ")).level, QStringLiteral("info"));
+        QCOMPARE(log.find(QStringLiteral("offline: ")).category, QStringLiteral("stateclient"));
+        QCOMPARE(client.connection(), StateClient::Connection::offline);
+        QCOMPARE(client.state().messages.size(), 13); // the last good state stays
+
+        // Back: the connected line once more, with the counts; the unchanged document is not
+        // published again.
+        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200")}));
+        QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
+        const int fetchesBack = client.fetchCount();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
+        QCOMPARE(log.count(QStringLiteral("connected: ")), 2);
+        QCOMPARE(connection.size(), 3);
+        QCOMPARE(connection[0][0].value<StateClient::Connection>(), StateClient::Connection::connected);
+        QCOMPARE(connection[1][0].value<StateClient::Connection>(), StateClient::Connection::offline);
+        QCOMPARE(connection[2][0].value<StateClient::Connection>(), StateClient::Connection::connected);
+        QCOMPARE(state.size(), 1);
+    }
+
+    void eventSplitAcrossChunksRefetchesOnce()
+    {
+        TestEnv env;
+        LogCapture log;
+        ScriptedServer server;
+        noToolEnvironment(env, server.port());
+        StateClient client;
+        client.setPollIntervalForTesting(3600 * 1000);
+        client.start();
+        QVERIFY(log.waitFor(QStringLiteral("connected: 1 msgs, 1 contacts"), 10000));
+        QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 1; }, 5000));
+        QTest::qWait(200);
+        const int before = server.stateRequests;
+
+        server.sendEvent("event: chan");
+        QTest::qWait(300);
+        QCOMPARE(server.stateRequests, before);
+        server.body = documentWith(2);
+        server.sendEvent("ged\ndata: {}\n\n");
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
+        QCOMPARE(server.stateRequests, before + 1);
+
+        server.sendEvent("event: Changed\ndata: {}\n\n");
+        QTest::qWait(500);
+        QCOMPARE(server.stateRequests, before + 1);
+
+        // The stream ends: it is opened again after its delay, and announcements work again.
+        server.closeEvents();
+        QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
+        server.body = documentWith(3);
+        server.sendEvent("event: changed\r\n");
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 3; }, 5000));
+        QCOMPARE(server.stateRequests, before + 2);
+    }
+
+    void serverThatDiesAndComesBackIsFollowed()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        noToolEnvironment(env, port);
+        const QString file = env.root() + QStringLiteral("/state.json");
+        QVERIFY(writeFile(file, documentWith(5)));
+        auto sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+
+        StateClient client;
+        client.start();
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 5 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
+
+        // The file changes: the server announces it and the state follows.
+        QVERIFY(writeFile(file, documentWith(6)));
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 6; }, 5000));
+
+        // A document the decoder refuses counts as the server being away.
+        QVERIFY(writeFile(file, "{\"self\": 7}"));
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
+        QCOMPARE(client.state().messages.size(), 6);
+        QVERIFY(writeFile(file, documentWith(6)));
+        QVERIFY(log.waitFor(QStringLiteral("connected: 6 msgs, 1 contacts"), 10000));
+
+        sim.reset();
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000, 2));
+        QVERIFY(log.waitFor(QStringLiteral("daemon: spawn failed (binary not found / exec error)"), 10000));
+        QCOMPARE(client.connection(), StateClient::Connection::offline);
+
+        QVERIFY(writeFile(file, documentWith(8)));
+        sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
+        QCOMPARE(client.connection(), StateClient::Connection::connected);
+        QCOMPARE(log.count(QStringLiteral("offline: ")), 2);
+    }
+
+    void unchangedDocumentCostsNothing()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        noToolEnvironment(env, port);
+        SimWeb sim;
+        QVERIFY(sim.start(port));
+        StateClient client;
+        client.setPollIntervalForTesting(3600 * 1000);
+        QSignalSpy state(&client, &StateClient::stateChanged);
+        client.start();
+        QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs"), 10000));
+        QCOMPARE(client.fetchCount(), 1); // the probe is not a fetch
+        QCOMPARE(client.decodeCount(), 1);
+
+        const int fetches = client.fetchCount();
+        for (int i = 0; i < 3; ++i)
+            client.refresh();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 3; }, 5000));
+        QCOMPARE(client.decodeCount(), 1);
+        QCOMPARE(state.size(), 1);
+    }
 
 private:
     // Environment where an automatic start finds no tool, so only the test's server runs.
@@ -109,173 +269,6 @@ private:
         env.set("QUILLMOTE_BIN", env.root().toUtf8() + "/no-such-tool");
     }
 };
-
-void TestStateClient::eventLines_data()
-{
-    QTest::addColumn<QList<QByteArray>>("chunks");
-    QTest::addColumn<QList<int>>("changedAfterEach");
-    using B = QList<QByteArray>;
-    using I = QList<int>;
-    QTest::newRow("carriage return and line feed") << B{"event: changed\r\n"} << I{1};
-    QTest::newRow("no blank after the colon") << B{"event:changed\n"} << I{1};
-    QTest::newRow("payload, comments and other events are ignored")
-        << B{": keep-alive\n\nevent: other\ndata: event: changed\n"} << I{0};
-    QTest::newRow("two in one chunk, then a partial one") << B{"event: changed\ndata: {}\n\nevent: changed\n\nevent: ch"}
-                                                         << I{2};
-    QTest::newRow("blanks around the line") << B{"  event: changed \t\n"} << I{1};
-}
-
-void TestStateClient::eventLines()
-{
-    QFETCH(QList<QByteArray>, chunks);
-    QFETCH(QList<int>, changedAfterEach);
-    SSELineSplitter lines;
-    for (qsizetype i = 0; i < chunks.size(); ++i)
-        QCOMPARE(lines.feed(chunks[i]), changedAfterEach[i]);
-}
-
-void TestStateClient::logsEachTransitionOnce()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    SimWeb sim;
-    QVERIFY(sim.start(port));
-
-    StateClient client;
-    QSignalSpy connection(&client, &StateClient::connectionChanged);
-    QSignalSpy state(&client, &StateClient::stateChanged);
-    client.start();
-    QVERIFY(log.contains(QStringLiteral("start: polling http://127.0.0.1:%1").arg(port)));
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000), qPrintable(log.dump()));
-    QVERIFY(log.waitFor(QStringLiteral("daemon: state server already responding — not spawning")));
-    QCOMPARE(client.connection(), StateClient::Connection::connected);
-    QCOMPARE(client.state().messages.size(), 13);
-    QCOMPARE(state.size(), 1);
-
-    // The server answers 500 for several polls in a row: offline once.
-    QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500")}));
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
-    const int fetches = client.fetchCount();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
-    QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
-    QCOMPARE(log.find(QStringLiteral("offline: ")).level, QStringLiteral("info"));
-    QCOMPARE(log.find(QStringLiteral("offline: ")).category, QStringLiteral("stateclient"));
-    QCOMPARE(client.connection(), StateClient::Connection::offline);
-    QCOMPARE(client.state().messages.size(), 13); // the last good state stays
-
-    // Back: the connected line once more, with the counts; the unchanged document is not
-    // published again.
-    QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200")}));
-    QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
-    const int fetchesBack = client.fetchCount();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
-    QCOMPARE(log.count(QStringLiteral("connected: ")), 2);
-    QCOMPARE(connection.size(), 3);
-    QCOMPARE(connection[0][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-    QCOMPARE(connection[1][0].value<StateClient::Connection>(), StateClient::Connection::offline);
-    QCOMPARE(connection[2][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-    QCOMPARE(state.size(), 1);
-}
-
-void TestStateClient::eventSplitAcrossChunksRefetchesOnce()
-{
-    TestEnv env;
-    LogCapture log;
-    ScriptedServer server;
-    noToolEnvironment(env, server.port());
-    StateClient client;
-    client.setPollIntervalForTesting(3600 * 1000);
-    client.start();
-    QVERIFY(log.waitFor(QStringLiteral("connected: 1 msgs, 1 contacts"), 10000));
-    QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 1; }, 5000));
-    QTest::qWait(200);
-    const int before = server.stateRequests;
-
-    server.sendEvent("event: chan");
-    QTest::qWait(300);
-    QCOMPARE(server.stateRequests, before);
-    server.body = documentWith(2);
-    server.sendEvent("ged\ndata: {}\n\n");
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
-    QCOMPARE(server.stateRequests, before + 1);
-
-    server.sendEvent("event: Changed\ndata: {}\n\n");
-    QTest::qWait(500);
-    QCOMPARE(server.stateRequests, before + 1);
-
-    // The stream ends: it is opened again after its delay, and announcements work again.
-    server.closeEvents();
-    QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
-    server.body = documentWith(3);
-    server.sendEvent("event: changed\r\n");
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 3; }, 5000));
-    QCOMPARE(server.stateRequests, before + 2);
-}
-
-void TestStateClient::serverThatDiesAndComesBackIsFollowed()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    const QString file = env.root() + QStringLiteral("/state.json");
-    QVERIFY(writeFile(file, documentWith(5)));
-    auto sim = std::make_unique<SimWeb>();
-    QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
-
-    StateClient client;
-    client.start();
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 5 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
-
-    // The file changes: the server announces it and the state follows.
-    QVERIFY(writeFile(file, documentWith(6)));
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 6; }, 5000));
-
-    // A document the decoder refuses counts as the server being away.
-    QVERIFY(writeFile(file, "{\"self\": 7}"));
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
-    QCOMPARE(client.state().messages.size(), 6);
-    QVERIFY(writeFile(file, documentWith(6)));
-    QVERIFY(log.waitFor(QStringLiteral("connected: 6 msgs, 1 contacts"), 10000));
-
-    sim.reset();
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000, 2));
-    QVERIFY(log.waitFor(QStringLiteral("daemon: spawn failed (binary not found / exec error)"), 10000));
-    QCOMPARE(client.connection(), StateClient::Connection::offline);
-
-    QVERIFY(writeFile(file, documentWith(8)));
-    sim = std::make_unique<SimWeb>();
-    QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
-    QCOMPARE(client.connection(), StateClient::Connection::connected);
-    QCOMPARE(log.count(QStringLiteral("offline: ")), 2);
-}
-
-void TestStateClient::unchangedDocumentCostsNothing()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    SimWeb sim;
-    QVERIFY(sim.start(port));
-    StateClient client;
-    client.setPollIntervalForTesting(3600 * 1000);
-    QSignalSpy state(&client, &StateClient::stateChanged);
-    client.start();
-    QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs"), 10000));
-    QCOMPARE(client.fetchCount(), 1); // the probe is not a fetch
-    QCOMPARE(client.decodeCount(), 1);
-
-    const int fetches = client.fetchCount();
-    for (int i = 0; i < 3; ++i)
-        client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 3; }, 5000));
-    QCOMPARE(client.decodeCount(), 1);
-    QCOMPARE(state.size(), 1);
-}
 
 QTEST_GUILESS_MAIN(TestStateClient)
 #include "tst_stateclient.moc"
