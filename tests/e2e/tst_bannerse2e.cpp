@@ -9,6 +9,7 @@
 #include "app/SettingsStore.h"
 #include "fakes/FakeNotificationServer.h"
 #include "ipc/SocketServer.h"
+#include "state/AppState.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
@@ -207,7 +208,7 @@ private Q_SLOTS:
         QCOMPARE(log.count("reply → CLI"), 2);
     }
 
-    void plainServerQuietModeReplyActionAndAServerThatReturns()
+    void profileSwitchPlainServerQuietModeReplyActionAndAServerThatReturns()
     {
         TestEnv env;
         LogCapture log;
@@ -216,11 +217,15 @@ private Q_SLOTS:
         FakeNotificationServer first({"actions", "body"}, "fake-first");
         QVERIFY(first.start());
         SettingsStore::setFlag(SettingsStore::Key::quietWhenFocused, true);
+        env.set("QUILLMOTE_OPEN_PROFILE", "1");
+        env.set("QUILLMOTE_BIN", "/nonexistent/quillmote");
+        env.set("QUILLMOTE_WEB_PORT", "1");
         AppController app;
         app.applicationDidFinishLaunching();
         QVERIFY(log.waitFor("notifications: authorization granted"));
         QVERIFY(log.waitFor("socket: listening at"));
         QVERIFY(!app.notifications().hasInlineReply());
+        QTRY_VERIFY(app.mainWindow() && app.appState().selection() == DetailSelection::profile());
 
         // Quiet mode keeps the focused terminal's banner away; both messages are counted.
         UnixClient terminal;

@@ -49,9 +49,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("expected");
         QTest::newRow("reply, no msgId") << Frames::encode(ReplyFrame{QStringLiteral("a"), QStringLiteral("ok"), {}})
                                          << QByteArray(R"({"type":"reply","sender":"a","text":"ok"})");
-        QTest::newRow("reply with msgId")
-            << Frames::encode(ReplyFrame{QStringLiteral("a"), QStringLiteral("ok"), QStringLiteral("m1")})
-            << QByteArray(R"({"type":"reply","sender":"a","text":"ok","msgId":"m1"})");
         // Slash escaped as the tool's encoder does; non-ASCII raw UTF-8; controls escaped.
         QTest::newRow("escaping") << Frames::encode(FillFrame{QStringLiteral("a/b \"q\" \\ \n\t中文\x01"), {}})
                                   << QByteArray("{\"type\":\"fill\",\"text\":\"a\\/b \\\"q\\\" \\\\ \\n\\t\xe4\xb8\xad\xe6\x96\x87\\u0001\"}");

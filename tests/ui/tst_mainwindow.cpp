@@ -110,8 +110,6 @@ private Q_SLOTS:
         client.setPollIntervalForTesting(60000); // the event stream alone must bring the push
         StateWiring::connectClient(&client, &state);
         MainWindowController controller(state, client);
-        QCOMPARE(controller.window()->title(), QStringLiteral("Quillmote"));
-        QCOMPARE(controller.window()->minimumSize(), QSize(820, 480));
 
         controller.open(QStringLiteral("alice"));
         QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded, focus deep-link")));
@@ -218,7 +216,6 @@ private Q_SLOTS:
         NativePreviewWindowController preview;
         preview.open();
         QVERIFY(log.contains(QStringLiteral("native-preview: window opened with sample data")));
-        QCOMPARE(preview.window()->title(), QStringLiteral("Quillmote — Native Preview"));
         QVERIFY(!preview.viewModel()->offline());
         QCOMPARE(static_cast<QAbstractItemModel *>(preview.viewModel()->sessions())->rowCount(), 3);
 
@@ -236,10 +233,6 @@ private Q_SLOTS:
         QMetaObject::invokeMethod(breakthrough, "toggle");
         QMetaObject::invokeMethod(breakthrough, "toggled");
         QCOMPARE(SettingsStore::value(QStringLiteral("quillmote.focusFilter.breakthroughChoice")).value_or(false).toBool(), true);
-        auto *command = findItem(prefs.window(), QStringLiteral("logCommand"));
-        QVERIFY(command);
-        QCOMPARE(command->property("text").toString(),
-                 QStringLiteral("journalctl --user -t quillmote-notifier --since \"1 hour ago\""));
         saveShot(prefs.window(), QStringLiteral("preferences.png"));
     }
 };
