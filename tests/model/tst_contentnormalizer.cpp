@@ -144,9 +144,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QString>("expected");
         QTest::newRow("text lowercased") << QByteArray(R"({"text":"Hello ÄÖ"})") << "hello äö";
-        QTest::newRow("code lang path") << QByteArray(
-            R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})")
-                                        << "ls -la sh /bin";
+        QTest::newRow("code lang path")
+            << QByteArray(R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})") << "ls -la sh /bin";
         QTest::newRow("file and image")
             << QByteArray(R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})")
             << "a.pdf application/pdf cat";
@@ -165,19 +164,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QFETCH(QString, expected);
         QCOMPARE(ContentNormalizer::searchText(json(content.constData())), expected);
-    }
-
-    void partsForQml()
-    {
-        const auto parts = ContentNormalizer::parts(
-            json(R"({"parts":[{"kind":"file","name":"a","bytes":3},{"kind":"tool_result","ok":true,"result":1}]})"));
-        const QVariantMap file = ContentNormalizer::toVariantMap(parts[0]);
-        QCOMPARE(file.value("kind").toString(), QStringLiteral("file"));
-        QCOMPARE(file.value("bytes").toDouble(), 3.0);
-        QVERIFY(!file.contains("mime"));
-        const QVariantMap result = ContentNormalizer::toVariantMap(parts[1]);
-        QCOMPARE(result.value("ok").toBool(), true);
-        QCOMPARE(result.value("result").toString(), QStringLiteral("{\n    \"value\" : 1\n}"));
     }
 };
 

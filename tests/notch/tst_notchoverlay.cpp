@@ -210,8 +210,8 @@ bool TestNotchOverlay::startSim(const QStringList &args)
 {
     m_sim = std::make_unique<QProcess>();
     m_sim->setProcessChannelMode(QProcess::SeparateChannels);
-    connect(
-        m_sim.get(), &QProcess::readyReadStandardOutput, this, [this] { m_simOut += m_sim->readAllStandardOutput(); });
+    connect(m_sim.get(), &QProcess::readyReadStandardOutput, this,
+            [this] { m_simOut += m_sim->readAllStandardOutput(); });
     m_sim->start(QStringLiteral("node"), QStringList{simPath(), QStringLiteral("notify")} + args);
     return m_sim->waitForStarted(5000);
 }
