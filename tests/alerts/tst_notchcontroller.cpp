@@ -78,293 +78,239 @@ class TestNotchController : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
-    void secondFrameWaitsAndFollowsTheFirst_data();
-    void secondFrameWaitsAndFollowsTheFirst();
-    void frameDuringClosingShowsAtOnce();
-    void closingWithEmptyQueueOrdersThePanelOut();
-    void hoverExpandsCollapsesAndRestartsTheTimer();
-    void pinAndReplyFieldSurviveHoverOut();
-    void actionsScheduleFlashAndLog_data();
-    void actionsScheduleFlashAndLog();
-    void debugSwitch_data();
-    void debugSwitch();
-    void chimeIsDebouncedAndFollowsTheSoundSwitch();
-    void noScreenDropsTheFrameSilently();
-    void noScreenAtFollowUpLeavesTheQueueStuck();
+    void init()
+    {
+        m_env = std::make_unique<TestEnv>();
+        m_env->unset("QUILLMOTE_NOTCH_DEBUG");
+    }
+    // The environment of one test is undone before the next one's is made, so settings
+    // never reach the real configuration folder.
+    void cleanup() { m_env.reset(); }
+
+    void secondFrameWaitsAndFollowsTheFirst_data()
+    {
+        QTest::addColumn<bool>("secondPulse");
+        QTest::addColumn<int>("waitingBehind");
+        QTest::addColumn<double>("secondTimer");
+        QTest::newRow("non-pulse, last") << false << 0 << 300.0;
+        QTest::newRow("pulse, last") << true << 0 << 8.0;
+        QTest::newRow("more waiting") << false << 1 << 6.0;
+    }
+
+    void secondFrameWaitsAndFollowsTheFirst()
+    {
+        QFETCH(bool, secondPulse);
+        QFETCH(int, waitingBehind);
+        QFETCH(double, secondTimer);
+        Rig r;
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+
+        r.clock->advance(10);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, secondPulse);
+        QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
+        for (int i = 0; i < waitingBehind; ++i)
+            r.notch->present(frame(QStringLiteral("carol"), {}), 3, false);
+        QCOMPARE(r.model().queued(), 1 + waitingBehind);
+        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+        // The arrival does not shorten the first item's backstop; leaving the pointer does.
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+        r.notch->hoverChanged(true);
+        QCOMPARE(r.state(), QStringLiteral("expanded"));
+        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
+        r.notch->hoverChanged(false);
+        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(4));
+
+        r.clock->advance(4);
+        QCOMPARE(r.state(), QStringLiteral("hidden"));
+        r.clock->advance(0.31);
+        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+        r.clock->advance(0.01);
+        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QCOMPARE(r.model().unread(), 2);
+        QCOMPARE(r.model().isPulse(), secondPulse);
+        QCOMPARE(r.model().queued(), waitingBehind);
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(secondTimer));
+        QCOMPARE(r.panel.orderOuts, 0);
+        QCOMPARE(r.panelsBuilt, 1);
+    }
+
+    void closingHidesAndAFrameMeanwhileShowsAtOnce()
+    {
+        Rig r;
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->hoverChanged(true);
+        r.notch->handle({NotchAction::Kind::beginReply, {}});
+        r.model().setReplyText(QStringLiteral("draft"));
+        r.clock->advance(299);
+        QCOMPARE(r.state(), QStringLiteral("expanded"));
+        r.notch->handle({NotchAction::Kind::dismiss, {}});
+        QCOMPARE(r.log.last(), QStringLiteral("notch: dismiss (red dot) m1"));
+        QCOMPARE(r.state(), QStringLiteral("hidden"));
+        QVERIFY(!r.model().replyVisible());
+        QVERIFY(!r.panel.focus);
+        QVERIFY(r.panel.visible);
+
+        // A frame while closing shows at once, with an empty reply field, in the same panel.
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QCOMPARE(r.model().replyText(), QString());
+        r.clock->advance(0.5);
+        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.panel.orderOuts, 0);
+
+        // Closing with nothing waiting orders the panel out once the close has run.
+        r.notch->handle({NotchAction::Kind::dismiss, {}});
+        r.clock->advance(0.32);
+        QVERIFY(!r.panel.visible);
+        QCOMPARE(r.model().queued(), 0);
+        QCOMPARE(r.panelsBuilt, 1);
+        // Hover is ignored while hidden.
+        r.notch->hoverChanged(true);
+        QCOMPARE(r.state(), QStringLiteral("hidden"));
+    }
+
+    void pinAndReplyFieldSurviveHoverOut()
+    {
+        Rig r;
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        r.notch->handle({NotchAction::Kind::expand, {}});
+        QVERIFY(r.notch->pinned());
+        r.notch->hoverChanged(true);
+        r.notch->hoverChanged(false);
+        QCOMPARE(r.state(), QStringLiteral("expanded"));
+        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
+
+        Rig s;
+        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        s.notch->hoverChanged(true);
+        s.notch->handle({NotchAction::Kind::beginReply, {}});
+        QCOMPARE(s.panel.focusRequests, QList<bool>{true});
+        s.notch->hoverChanged(false);
+        QCOMPARE(s.state(), QStringLiteral("expanded"));
+        QCOMPARE(s.notch->pendingDismissDelay(), std::nullopt);
+        s.clock->advance(1000);
+        QCOMPARE(s.state(), QStringLiteral("expanded"));
+    }
+
+    void actionsScheduleFlashAndLog_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("listening");
+        QTest::addColumn<double>("timer");
+        QTest::addColumn<QString>("flash");
+        QTest::addColumn<QString>("logLine");
+        using K = NotchAction::Kind;
+        QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << "" << "notch: expand+pin (click) m1";
+        QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制" << "notch: copy body m1";
+        QTest::newRow("copy code") << int(K::copyCode) << "" << true << 300.0 << "代码已复制"
+                                   << "notch: copy code (13 chars) m1";
+        QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << "" << "notch: reply cancelled (esc) m1";
+        QTest::newRow("fill delivered") << int(K::fill) << "" << true << 1.6 << "已发送到终端 ⤵"
+                                        << "notch: fill (user-initiated, 13 chars, delivered=true) m1";
+        QTest::newRow("fill, no terminal") << int(K::fill) << "" << false << 3.0 << "终端未连接"
+                                           << "notch: fill (user-initiated, 13 chars, delivered=false) m1";
+        QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓" << "";
+        QTest::newRow("reply, no terminal") << int(K::submitReply) << "ok" << false << 4.0 << "终端未连接，未发送"
+                                            << "notch: reply NOT delivered (no client connected) m1";
+    }
+
+    void actionsScheduleFlashAndLog()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        QFETCH(bool, listening);
+        QFETCH(double, timer);
+        QFETCH(QString, flash);
+        QFETCH(QString, logLine);
+        Rig r;
+        r.terminalListening = listening;
+        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
+        r.log.clear();
+        r.notch->handle({NotchAction::Kind(kind), text});
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
+        QCOMPARE(r.model().feedbackText(), flash);
+        if (logLine.isEmpty())
+            QVERIFY2(r.log.isEmpty(), qPrintable(r.log.join('\n')));
+        else
+            QCOMPARE(r.log, QStringList{logLine});
+        if (kind == int(NotchAction::Kind::fill))
+            QCOMPARE(r.fills, (QList<FillFrame>{{QStringLiteral("git push -f\n "), QStringLiteral("m1")}}));
+        if (kind == int(NotchAction::Kind::submitReply))
+            QCOMPARE(r.replies,
+                (QList<ReplyFrame> { { QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1") } }));
+        if (kind == int(NotchAction::Kind::copyCode))
+            QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
+    }
+
+    void debugSwitch_data()
+    {
+        QTest::addColumn<QByteArray>("value");
+        QTest::addColumn<bool>("on");
+        QTest::newRow("1") << QByteArray("1") << true;
+        QTest::newRow("true") << QByteArray("true") << false;
+    }
+
+    void debugSwitch()
+    {
+        QFETCH(QByteArray, value);
+        QFETCH(bool, on);
+        m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
+        Rig r;
+        QCOMPARE(r.notch->debugForceExpanded(), on);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        if (on) {
+            QCOMPARE(r.state(), QStringLiteral("expanded"));
+            QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+            QCOMPARE(r.notch->queueLength(), 0);
+            QCOMPARE(r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")), 2);
+            r.clock->advance(100000);
+            QCOMPARE(r.state(), QStringLiteral("expanded"));
+        } else {
+            QCOMPARE(r.state(), QStringLiteral("compact"));
+            QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+            QCOMPARE(r.notch->queueLength(), 1);
+        }
+    }
+
+    void chimeIsDebouncedAndFollowsTheSoundSwitch()
+    {
+        Rig r;
+        r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+        r.clock->advance(0.5);
+        r.notch->present(frame(QStringLiteral("b"), {}), 1, false); // queued, still considered
+        QCOMPARE(r.sound->plays, 1);
+        r.clock->advance(0.31); // 0.81 s after the first chime
+        r.notch->present(frame(QStringLiteral("c"), {}), 1, false);
+        QCOMPARE(r.sound->plays, 2);
+
+        SettingsStore::setFlag(SettingsStore::Key::sound, false);
+        r.clock->advance(5);
+        r.notch->present(frame(QStringLiteral("d"), {}), 1, false);
+        QCOMPARE(r.sound->plays, 2);
+    }
+
+    void noScreenDropsTheFrameSilently()
+    {
+        Rig r;
+        r.screens->list.clear();
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, false);
+        QCOMPARE(r.sound->plays, 0);
+        QCOMPARE(r.notch->queueLength(), 0);
+        QCOMPARE(r.panelsBuilt, 0);
+        QVERIFY(r.log.isEmpty());
+        QVERIFY(!r.model().item());
+    }
 
 private:
     std::unique_ptr<TestEnv> m_env;
 };
-
-void TestNotchController::init()
-{
-    m_env = std::make_unique<TestEnv>();
-    m_env->unset("QUILLMOTE_NOTCH_DEBUG");
-}
-
-void TestNotchController::secondFrameWaitsAndFollowsTheFirst_data()
-{
-    QTest::addColumn<bool>("secondPulse");
-    QTest::addColumn<int>("waitingBehind");
-    QTest::addColumn<double>("secondTimer");
-    QTest::newRow("non-pulse, last") << false << 0 << 300.0;
-    QTest::newRow("pulse, last") << true << 0 << 8.0;
-    QTest::newRow("more waiting") << false << 1 << 6.0;
-}
-
-void TestNotchController::secondFrameWaitsAndFollowsTheFirst()
-{
-    QFETCH(bool, secondPulse);
-    QFETCH(int, waitingBehind);
-    QFETCH(double, secondTimer);
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
-    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
-
-    r.clock->advance(10);
-    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, secondPulse);
-    QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
-    for (int i = 0; i < waitingBehind; ++i)
-        r.notch->present(frame(QStringLiteral("carol"), {}), 3, false);
-    QCOMPARE(r.model().queued(), 1 + waitingBehind);
-    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-    // The arrival does not shorten the first item's backstop; leaving the pointer does.
-    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
-    r.notch->hoverChanged(true);
-    QCOMPARE(r.state(), QStringLiteral("expanded"));
-    QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
-    r.notch->hoverChanged(false);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(4));
-
-    r.clock->advance(4);
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    r.clock->advance(0.31);
-    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-    r.clock->advance(0.01);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-    QCOMPARE(r.model().unread(), 2);
-    QCOMPARE(r.model().isPulse(), secondPulse);
-    QCOMPARE(r.model().queued(), waitingBehind);
-    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(secondTimer));
-    QCOMPARE(r.panel.orderOuts, 0);
-    QCOMPARE(r.panelsBuilt, 1);
-}
-
-void TestNotchController::frameDuringClosingShowsAtOnce()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
-    r.clock->advance(8);
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    QVERIFY(r.panel.visible);
-    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-    r.clock->advance(0.5);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    QVERIFY(r.panel.visible);
-    QCOMPARE(r.panel.orderOuts, 0);
-}
-
-void TestNotchController::closingWithEmptyQueueOrdersThePanelOut()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.notch->hoverChanged(true);
-    r.notch->handle({NotchAction::Kind::beginReply, {}});
-    r.model().setReplyText(QStringLiteral("draft"));
-    r.clock->advance(299);
-    QCOMPARE(r.state(), QStringLiteral("expanded"));
-    r.notch->handle({NotchAction::Kind::dismiss, {}});
-    QCOMPARE(r.log.last(), QStringLiteral("notch: dismiss (red dot) m1"));
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    QVERIFY(!r.model().replyVisible());
-    QVERIFY(!r.panel.focus);
-    QVERIFY(r.panel.visible);
-    r.clock->advance(0.32);
-    QVERIFY(!r.panel.visible);
-    QCOMPARE(r.model().queued(), 0);
-    // A fresh show after hidden starts with an empty, closed reply field.
-    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
-    QCOMPARE(r.model().replyText(), QString());
-    QCOMPARE(r.panelsBuilt, 1);
-}
-
-void TestNotchController::hoverExpandsCollapsesAndRestartsTheTimer()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.clock->advance(200);
-    r.notch->hoverChanged(true);
-    r.notch->hoverChanged(false);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    r.clock->advance(299);
-    QCOMPARE(r.state(), QStringLiteral("compact"));
-    r.clock->advance(1);
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    // Hover is ignored while hidden.
-    r.notch->hoverChanged(true);
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-}
-
-void TestNotchController::pinAndReplyFieldSurviveHoverOut()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
-    r.notch->handle({NotchAction::Kind::expand, {}});
-    QVERIFY(r.notch->pinned());
-    r.notch->hoverChanged(true);
-    r.notch->hoverChanged(false);
-    QCOMPARE(r.state(), QStringLiteral("expanded"));
-    QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
-
-    Rig s;
-    s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
-    s.notch->hoverChanged(true);
-    s.notch->handle({NotchAction::Kind::beginReply, {}});
-    QCOMPARE(s.panel.focusRequests, QList<bool>{true});
-    s.notch->hoverChanged(false);
-    QCOMPARE(s.state(), QStringLiteral("expanded"));
-    QCOMPARE(s.notch->pendingDismissDelay(), std::nullopt);
-    s.clock->advance(1000);
-    QCOMPARE(s.state(), QStringLiteral("expanded"));
-}
-
-void TestNotchController::actionsScheduleFlashAndLog_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("listening");
-    QTest::addColumn<double>("timer");
-    QTest::addColumn<QString>("flash");
-    QTest::addColumn<QString>("logLine");
-    using K = NotchAction::Kind;
-    QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << "" << "notch: expand+pin (click) m1";
-    QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制" << "notch: copy body m1";
-    QTest::newRow("copy code") << int(K::copyCode) << "" << true << 300.0 << "代码已复制"
-                               << "notch: copy code (13 chars) m1";
-    QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << "" << "notch: reply cancelled (esc) m1";
-    QTest::newRow("fill delivered") << int(K::fill) << "" << true << 1.6 << "已发送到终端 ⤵"
-                                    << "notch: fill (user-initiated, 13 chars, delivered=true) m1";
-    QTest::newRow("fill, no terminal") << int(K::fill) << "" << false << 3.0 << "终端未连接"
-                                       << "notch: fill (user-initiated, 13 chars, delivered=false) m1";
-    QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓" << "";
-    QTest::newRow("reply, no terminal") << int(K::submitReply) << "ok" << false << 4.0 << "终端未连接，未发送"
-                                        << "notch: reply NOT delivered (no client connected) m1";
-}
-
-void TestNotchController::actionsScheduleFlashAndLog()
-{
-    QFETCH(int, kind);
-    QFETCH(QString, text);
-    QFETCH(bool, listening);
-    QFETCH(double, timer);
-    QFETCH(QString, flash);
-    QFETCH(QString, logLine);
-    Rig r;
-    r.terminalListening = listening;
-    r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
-    r.log.clear();
-    r.notch->handle({NotchAction::Kind(kind), text});
-    QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
-    QCOMPARE(r.model().feedbackText(), flash);
-    if (logLine.isEmpty())
-        QVERIFY2(r.log.isEmpty(), qPrintable(r.log.join('\n')));
-    else
-        QCOMPARE(r.log, QStringList{logLine});
-    if (kind == int(NotchAction::Kind::fill))
-        QCOMPARE(r.fills, (QList<FillFrame>{{QStringLiteral("git push -f\n "), QStringLiteral("m1")}}));
-    if (kind == int(NotchAction::Kind::submitReply))
-        QCOMPARE(r.replies, (QList<ReplyFrame>{{QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1")}}));
-    if (kind == int(NotchAction::Kind::copyCode))
-        QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
-}
-
-void TestNotchController::debugSwitch_data()
-{
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<bool>("on");
-    QTest::newRow("1") << QByteArray("1") << true;
-    QTest::newRow("true") << QByteArray("true") << false;
-    QTest::newRow("0") << QByteArray("0") << false;
-}
-
-void TestNotchController::debugSwitch()
-{
-    QFETCH(QByteArray, value);
-    QFETCH(bool, on);
-    m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
-    Rig r;
-    QCOMPARE(r.notch->debugForceExpanded(), on);
-    r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-    r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
-    if (on) {
-        QCOMPARE(r.state(), QStringLiteral("expanded"));
-        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-        QCOMPARE(r.notch->queueLength(), 0);
-        QCOMPARE(r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")), 2);
-        r.clock->advance(100000);
-        QCOMPARE(r.state(), QStringLiteral("expanded"));
-    } else {
-        QCOMPARE(r.state(), QStringLiteral("compact"));
-        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-        QCOMPARE(r.notch->queueLength(), 1);
-    }
-}
-
-void TestNotchController::chimeIsDebouncedAndFollowsTheSoundSwitch()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
-    r.clock->advance(0.5);
-    r.notch->present(frame(QStringLiteral("b"), {}), 1, false); // queued, still considered
-    QCOMPARE(r.sound->plays, 1);
-    r.clock->advance(0.31); // 0.81 s after the first chime
-    r.notch->present(frame(QStringLiteral("c"), {}), 1, false);
-    QCOMPARE(r.sound->plays, 2);
-
-    SettingsStore::setFlag(SettingsStore::Key::sound, false);
-    r.clock->advance(5);
-    r.notch->present(frame(QStringLiteral("d"), {}), 1, false);
-    QCOMPARE(r.sound->plays, 2);
-}
-
-void TestNotchController::noScreenDropsTheFrameSilently()
-{
-    Rig r;
-    r.screens->list.clear();
-    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
-    QCOMPARE(r.sound->plays, 0);
-    QCOMPARE(r.notch->queueLength(), 0);
-    QCOMPARE(r.panelsBuilt, 0);
-    QVERIFY(r.log.isEmpty());
-    QVERIFY(!r.model().item());
-}
-
-void TestNotchController::noScreenAtFollowUpLeavesTheQueueStuck()
-{
-    Rig r;
-    r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, false);
-    r.notch->present(frame(QStringLiteral("b"), QStringLiteral("m2")), 1, false);
-    const auto screens = r.screens->list;
-    r.screens->list.clear();
-    r.notch->handle({NotchAction::Kind::dismiss, {}});
-    r.clock->advance(0.32);
-    QVERIFY(!r.panel.visible);
-    QCOMPARE(r.model().queued(), 0);
-    QCOMPARE(r.notch->queueLength(), 1);
-    // The screen returns, but nothing is on show to close, so nothing ever drains the queue.
-    r.screens->list = screens;
-    r.notch->present(frame(QStringLiteral("c"), QStringLiteral("m3")), 1, false);
-    QCOMPARE(r.log.last(), QStringLiteral("notch: queued (2 waiting) m3 from @c"));
-    r.clock->advance(100000);
-    QCOMPARE(r.state(), QStringLiteral("hidden"));
-    QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-}
 
 QTEST_GUILESS_MAIN(TestNotchController)
 #include "tst_notchcontroller.moc"

@@ -55,170 +55,161 @@ private Q_SLOTS:
     void init() { m_env = std::make_unique<TestEnv>(); }
     void cleanup() { m_env.reset(); }
 
-    void sessionsNewestFirst();
-    void conversationOldestFirst();
-    void filtering_data();
-    void filtering();
-    void derivedTextsFollowChangedMessages();
-    void reconcileSelection_data();
-    void reconcileSelection();
-    void selectingAndNewMessagesMarkRead();
-    void listModelRows();
+    void sessionsNewestFirst()
+    {
+        AppState app;
+        QSignalSpy changed(&app, &AppState::stateChanged);
+        app.setState(sample());
+        QCOMPARE(changed.count(), 1);
+        // dave's only message has no usable time (0); carol has no messages and sorts last.
+        QCOMPARE(peers(app.sessions()), QStringList({"amy", "bob", "dave", "carol"}));
+        QCOMPARE(app.sessions()[0].last->id, QStringLiteral("a2"));
+        QCOMPARE(app.sessions()[1].last->id, QStringLiteral("b1")); // the dated newest, not the last in the document
+        QCOMPARE(app.sessions()[1].contact->handle, QStringLiteral("bob"));
+        QVERIFY(!app.sessions()[0].contact);
+        QCOMPARE(app.sessions()[2].lastTimeMillis, 0.0);
+        QVERIFY(!app.sessions()[3].last);
+        QCOMPARE(app.contact("carol")->fingerprint, QStringLiteral("F-carol"));
+        QVERIFY(!app.contact("amy"));
+        QCOMPARE(app.preview("amy"), QStringLiteral("later"));
+    }
+
+    void conversationOldestFirst()
+    {
+        PanelState s = sample();
+        s.messages.append(msg("b3", "bob", "2024-05-01T10:00:00.000Z"));
+        AppState app;
+        app.setState(s);
+        QCOMPARE(ids(app.conversation("bob")), QStringList({"b2", "b1", "b3"}));
+        QCOMPARE(ids(app.conversation("dave")), QStringList({"d1"}));
+        QVERIFY(app.conversation("nobody").isEmpty());
+    }
+
+    void filtering_data()
+    {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("empty") << "" << QStringList({"amy", "bob", "dave", "carol"});
+        QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({"carol"});
+        QTest::newRow("preview") << "morn" << QStringList({"bob"});
+        QTest::newRow("code in an older message") << "NEEDLE" << QStringList({"amy"});
+        QTest::newRow("across two messages matches nothing") << "hi\x1fmorning" << QStringList();
+    }
+
+    void filtering()
+    {
+        QFETCH(QString, search);
+        QFETCH(QStringList, expected);
+        AppState app;
+        app.setState(sample());
+        app.setSearchText(search);
+        QCOMPARE(peers(app.filteredSessions()), expected);
+    }
+
+    void derivedTextsFollowChangedMessages()
+    {
+        AppState app;
+        PanelState s = sample();
+        app.setState(s);
+        app.setSearchText("walrus");
+        QVERIFY(app.filteredSessions().isEmpty());
+
+        // Same id, new content: its search text and the preview are derived again.
+        s.messages[0].content = *JSONValue::fromJson(R"({"text":"Walrus sighted"})");
+        QSignalSpy filtered(&app, &AppState::filteredSessionsChanged);
+        app.setState(s);
+        QCOMPARE(filtered.count(), 1);
+        QCOMPARE(peers(app.filteredSessions()), QStringList({"bob"}));
+        QCOMPARE(app.preview("bob"), QStringLiteral("Walrus sighted"));
+
+        // A change of blanks or case only does not re-filter.
+        app.setSearchText(" WALRUS");
+        QCOMPARE(filtered.count(), 1);
+    }
+
+    void reconcileSelection_data()
+    {
+        QTest::addColumn<QString>("selected"); // "" for the profile
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("peer with messages") << "amy" << true;
+        QTest::newRow("contact without messages") << "carol" << true;
+        QTest::newRow("gone") << "zed" << false;
+        QTest::newRow("profile") << "" << true;
+    }
+
+    void reconcileSelection()
+    {
+        QFETCH(QString, selected);
+        QFETCH(bool, kept);
+        AppState app;
+        const auto selection
+            = selected.isEmpty() ? DetailSelection::profile() : DetailSelection::conversation(selected);
+        app.setSelection(selection);
+        QSignalSpy changed(&app, &AppState::selectionChanged);
+        app.setState(sample()); // reconciles
+        QCOMPARE(app.selection().has_value(), kept);
+        QCOMPARE(changed.count(), kept ? 0 : 1);
+        if (kept)
+            QVERIFY(*app.selection() == selection);
+    }
+
+    void selectingAndNewMessagesMarkRead()
+    {
+        AppState app;
+        app.setState(sample());
+        QSignalSpy unread(&app, &AppState::unreadChanged);
+        // Only received messages count; never-marked peers count all of them.
+        QCOMPARE(app.unreadCount("amy"), 1);
+        QCOMPARE(app.unreadCount("bob"), 2);
+        QCOMPARE(app.unreadCount("dave"), 1);
+        QCOMPARE(app.totalUnread(), 4);
+
+        app.setSelection(DetailSelection::conversation("bob"));
+        QCOMPARE(unread.count(), 1);
+        QCOMPARE(app.unreadCount("bob"), 0);
+        QCOMPARE(app.unreadCount("amy"), 1);
+
+        // A new message in the selected conversation is read at once; elsewhere it is not.
+        PanelState s = sample();
+        s.messages.append(msg("b9", "bob", "2024-05-02T10:00:00Z"));
+        s.messages.append(msg("a9", "amy", "2024-05-02T10:00:00Z"));
+        app.setState(s);
+        QCOMPARE(app.unreadCount("bob"), 0);
+        QCOMPARE(app.unreadCount("amy"), 2);
+        QCOMPARE(app.unread()->lastReadMillis().value("bob"), 1714644000000.0);
+
+        // The marks outlive the app state.
+        AppState again;
+        again.setState(s);
+        QCOMPARE(again.unreadCount("bob"), 0);
+    }
+
+    void listModelRows()
+    {
+        AppState app;
+        SessionListModel model(&app);
+        QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+        app.setState(sample());
+        QCOMPARE(reset.count(), 1);
+        QCOMPARE(model.rowCount(), 4);
+        const QModelIndex amy = model.index(0);
+        QCOMPARE(model.data(amy, SessionListModel::TitleRole).toString(), QStringLiteral("@amy"));
+        QCOMPARE(model.data(amy, SessionListModel::PreviewRole).toString(), QStringLiteral("later"));
+        QCOMPARE(model.data(amy, SessionListModel::UnreadRole).toInt(), 1);
+
+        app.setSearchText("needle");
+        QCOMPARE(reset.count(), 2);
+        QCOMPARE(model.rowCount(), 1);
+
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        app.setSelection(DetailSelection::conversation("amy"));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(model.data(model.index(0), SessionListModel::UnreadRole).toInt(), 0);
+    }
 
 private:
     std::unique_ptr<TestEnv> m_env;
 };
-
-void TestAppState::sessionsNewestFirst()
-{
-    AppState app;
-    QSignalSpy changed(&app, &AppState::stateChanged);
-    app.setState(sample());
-    QCOMPARE(changed.count(), 1);
-    // dave's only message has no usable time (0); carol has no messages and sorts last.
-    QCOMPARE(peers(app.sessions()), QStringList({"amy", "bob", "dave", "carol"}));
-    QCOMPARE(app.sessions()[0].last->id, QStringLiteral("a2"));
-    QCOMPARE(app.sessions()[1].last->id, QStringLiteral("b1")); // the dated newest, not the last in the document
-    QCOMPARE(app.sessions()[1].contact->handle, QStringLiteral("bob"));
-    QVERIFY(!app.sessions()[0].contact);
-    QCOMPARE(app.sessions()[2].lastTimeMillis, 0.0);
-    QVERIFY(!app.sessions()[3].last);
-    QCOMPARE(app.contact("carol")->fingerprint, QStringLiteral("F-carol"));
-    QVERIFY(!app.contact("amy"));
-    QCOMPARE(app.preview("amy"), QStringLiteral("later"));
-}
-
-void TestAppState::conversationOldestFirst()
-{
-    PanelState s = sample();
-    s.messages.append(msg("b3", "bob", "2024-05-01T10:00:00.000Z"));
-    AppState app;
-    app.setState(s);
-    QCOMPARE(ids(app.conversation("bob")), QStringList({"b2", "b1", "b3"}));
-    QCOMPARE(ids(app.conversation("dave")), QStringList({"d1"}));
-    QVERIFY(app.conversation("nobody").isEmpty());
-}
-
-void TestAppState::filtering_data()
-{
-    QTest::addColumn<QString>("search");
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("empty") << "" << QStringList({"amy", "bob", "dave", "carol"});
-    QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({"carol"});
-    QTest::newRow("preview") << "morn" << QStringList({"bob"});
-    QTest::newRow("code in an older message") << "NEEDLE" << QStringList({"amy"});
-    QTest::newRow("across two messages matches nothing") << "hi\x1fmorning" << QStringList();
-}
-
-void TestAppState::filtering()
-{
-    QFETCH(QString, search);
-    QFETCH(QStringList, expected);
-    AppState app;
-    app.setState(sample());
-    app.setSearchText(search);
-    QCOMPARE(peers(app.filteredSessions()), expected);
-}
-
-void TestAppState::derivedTextsFollowChangedMessages()
-{
-    AppState app;
-    PanelState s = sample();
-    app.setState(s);
-    app.setSearchText("walrus");
-    QVERIFY(app.filteredSessions().isEmpty());
-
-    // Same id, new content: its search text and the preview are derived again.
-    s.messages[0].content = *JSONValue::fromJson(R"({"text":"Walrus sighted"})");
-    QSignalSpy filtered(&app, &AppState::filteredSessionsChanged);
-    app.setState(s);
-    QCOMPARE(filtered.count(), 1);
-    QCOMPARE(peers(app.filteredSessions()), QStringList({"bob"}));
-    QCOMPARE(app.preview("bob"), QStringLiteral("Walrus sighted"));
-
-    // A change of blanks or case only does not re-filter.
-    app.setSearchText(" WALRUS");
-    QCOMPARE(filtered.count(), 1);
-}
-
-void TestAppState::reconcileSelection_data()
-{
-    QTest::addColumn<QString>("selected"); // "" for the profile
-    QTest::addColumn<bool>("kept");
-    QTest::newRow("peer with messages") << "amy" << true;
-    QTest::newRow("contact without messages") << "carol" << true;
-    QTest::newRow("gone") << "zed" << false;
-    QTest::newRow("profile") << "" << true;
-}
-
-void TestAppState::reconcileSelection()
-{
-    QFETCH(QString, selected);
-    QFETCH(bool, kept);
-    AppState app;
-    const auto selection = selected.isEmpty() ? DetailSelection::profile() : DetailSelection::conversation(selected);
-    app.setSelection(selection);
-    QSignalSpy changed(&app, &AppState::selectionChanged);
-    app.setState(sample()); // reconciles
-    QCOMPARE(app.selection().has_value(), kept);
-    QCOMPARE(changed.count(), kept ? 0 : 1);
-    if (kept)
-        QVERIFY(*app.selection() == selection);
-}
-
-void TestAppState::selectingAndNewMessagesMarkRead()
-{
-    AppState app;
-    app.setState(sample());
-    QSignalSpy unread(&app, &AppState::unreadChanged);
-    // Only received messages count; never-marked peers count all of them.
-    QCOMPARE(app.unreadCount("amy"), 1);
-    QCOMPARE(app.unreadCount("bob"), 2);
-    QCOMPARE(app.unreadCount("dave"), 1);
-    QCOMPARE(app.totalUnread(), 4);
-
-    app.setSelection(DetailSelection::conversation("bob"));
-    QCOMPARE(unread.count(), 1);
-    QCOMPARE(app.unreadCount("bob"), 0);
-    QCOMPARE(app.unreadCount("amy"), 1);
-
-    // A new message in the selected conversation is read at once; elsewhere it is not.
-    PanelState s = sample();
-    s.messages.append(msg("b9", "bob", "2024-05-02T10:00:00Z"));
-    s.messages.append(msg("a9", "amy", "2024-05-02T10:00:00Z"));
-    app.setState(s);
-    QCOMPARE(app.unreadCount("bob"), 0);
-    QCOMPARE(app.unreadCount("amy"), 2);
-    QCOMPARE(app.unread()->lastReadMillis().value("bob"), 1714644000000.0);
-
-    // The marks outlive the app state.
-    AppState again;
-    again.setState(s);
-    QCOMPARE(again.unreadCount("bob"), 0);
-}
-
-void TestAppState::listModelRows()
-{
-    AppState app;
-    SessionListModel model(&app);
-    QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
-    app.setState(sample());
-    QCOMPARE(reset.count(), 1);
-    QCOMPARE(model.rowCount(), 4);
-    const QModelIndex amy = model.index(0);
-    QCOMPARE(model.data(amy, SessionListModel::TitleRole).toString(), QStringLiteral("@amy"));
-    QCOMPARE(model.data(amy, SessionListModel::PreviewRole).toString(), QStringLiteral("later"));
-    QCOMPARE(model.data(amy, SessionListModel::UnreadRole).toInt(), 1);
-
-    app.setSearchText("needle");
-    QCOMPARE(reset.count(), 2);
-    QCOMPARE(model.rowCount(), 1);
-
-    QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
-    app.setSelection(DetailSelection::conversation("amy"));
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(model.data(model.index(0), SessionListModel::UnreadRole).toInt(), 0);
-}
 
 QTEST_GUILESS_MAIN(TestAppState)
 #include "tst_appstate.moc"

@@ -73,109 +73,106 @@ class TestAppEndToEnd : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(QDBusConnection::sessionBus().isConnected(), "needs session.sh's bus"); }
-    void laterStartsHandTheirLinksOver();
-    void environmentSwitchesOpenWindowsInOrder();
-    void doNotDisturbDecidesUrgencyAndChime();
-};
 
-void TestAppEndToEnd::laterStartsHandTheirLinksOver()
-{
-    TestEnv env;
-    App app(env);
-    QVERIFY2(app.waitFor("launched (menu-bar accessory)"), qPrintable(app.log()));
-    QVERIFY(app.log().contains("login-item: registered via XDG autostart " + env.configHome()
-                               + "/autostart/quillmote-notifier.desktop"));
-    QVERIFY(QFile::exists(env.configHome() + "/autostart/quillmote-notifier.desktop"));
-    QTRY_VERIFY(onBus("com.quillmote.Notifier"));
-
-    const struct {
-        const char *url;
-        const char *line;
-    } cases[] = {
-        {"quillmote://conversation/x", "url-scheme: deep-link → opened + selected @x"},
-        {"quillmote://open?conversation=y", "url-scheme: deep-link → opened + selected @y"},
-        {"quillmote://open?sender=z", "url-scheme: open?sender=@z — legacy wakeup, no-op on receive"},
-        {"quillmote://conversation/", "url-scheme: no conversation target in quillmote://conversation/"},
-    };
-    for (const auto &c : cases) {
-        int code = -1;
-        const QString second = secondStart(env, QString::fromLatin1(c.url), &code);
-        QCOMPARE(code, 0);
-        QVERIFY2(second.contains("another instance is running — handed over"), qPrintable(second));
-        QVERIFY2(app.waitFor(QString::fromUtf8(c.line)), qPrintable(app.log()));
-    }
-    QCOMPARE(app.log().count("mainwindow: controller created"), 1); // made once, reused
-    QVERIFY(!app.log().contains("opened + selected @z"));
-
-    // A user who turned the login item off keeps it off.
-    QFile entry(env.configHome() + "/autostart/quillmote-notifier.desktop");
-    QVERIFY(entry.open(QIODevice::Append));
-    entry.write("Hidden=true\n");
-    entry.close();
-    app.proc.terminate();
-    QVERIFY(app.proc.waitForFinished(5000));
-    QCOMPARE(app.proc.exitCode(), 0);
-    App again(env);
-    QVERIFY(again.waitFor("login-item: turned off by the user (Hidden=true in "));
-    QVERIFY(!again.log().contains("login-item: registered"));
-}
-
-void TestAppEndToEnd::environmentSwitchesOpenWindowsInOrder()
-{
-    TestEnv env;
+    void laterStartsHandTheirLinksOver()
     {
-        App app(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "1"}, {"QUILLMOTE_PREVIEW", "1"}});
-        QVERIFY(app.waitFor("native-preview: controller created"));
-        const QString log = app.log();
-        QVERIFY(log.indexOf("launched (menu-bar accessory)") < log.indexOf("mainwindow: controller created"));
-        QVERIFY(log.indexOf("mainwindow: controller created") < log.indexOf("native-preview: controller created"));
+        TestEnv env;
+        App app(env);
+        QVERIFY2(app.waitFor("launched (menu-bar accessory)"), qPrintable(app.log()));
+        QVERIFY(app.log().contains("login-item: registered via XDG autostart " + env.configHome()
+                                   + "/autostart/quillmote-notifier.desktop"));
+        QVERIFY(QFile::exists(env.configHome() + "/autostart/quillmote-notifier.desktop"));
+        QTRY_VERIFY(onBus("com.quillmote.Notifier"));
+
+        const struct {
+            const char *url;
+            const char *line;
+        } cases[] = {
+            {"quillmote://conversation/x", "url-scheme: deep-link → opened + selected @x"},
+            {"quillmote://open?conversation=y", "url-scheme: deep-link → opened + selected @y"},
+            {"quillmote://open?sender=z", "url-scheme: open?sender=@z — legacy wakeup, no-op on receive"},
+            {"quillmote://conversation/", "url-scheme: no conversation target in quillmote://conversation/"},
+        };
+        for (const auto &c : cases) {
+            int code = -1;
+            const QString second = secondStart(env, QString::fromLatin1(c.url), &code);
+            QCOMPARE(code, 0);
+            QVERIFY2(second.contains("another instance is running — handed over"), qPrintable(second));
+            QVERIFY2(app.waitFor(QString::fromUtf8(c.line)), qPrintable(app.log()));
+        }
+        QCOMPARE(app.log().count("mainwindow: controller created"), 1); // made once, reused
+        QVERIFY(!app.log().contains("opened + selected @z"));
+
+        // A user who turned the login item off keeps it off.
+        QFile entry(env.configHome() + "/autostart/quillmote-notifier.desktop");
+        QVERIFY(entry.open(QIODevice::Append));
+        entry.write("Hidden=true\n");
+        entry.close();
+        app.proc.terminate();
+        QVERIFY(app.proc.waitForFinished(5000));
+        QCOMPARE(app.proc.exitCode(), 0);
+        App again(env);
+        QVERIFY(again.waitFor("login-item: turned off by the user (Hidden=true in "));
+        QVERIFY(!again.log().contains("login-item: registered"));
     }
-    App other(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "true"}, {"QUILLMOTE_PREVIEW", "yes"}});
-    QVERIFY(other.waitFor("launched (menu-bar accessory)"));
-    QTest::qWait(500);
-    QVERIFY(!other.log().contains("controller created"));
-}
 
-void TestAppEndToEnd::doNotDisturbDecidesUrgencyAndChime()
-{
-    TestEnv env;
-    QProcess dunst;
-    dunst.start("dunst", {"-config", "/dev/null"});
-    QVERIFY(QTest::qWaitFor([] { return onBus("org.freedesktop.Notifications"); }, 5000));
-    QDir().mkpath(env.configHome() + "/quillmote");
-    QFile conf(env.configHome() + "/quillmote/notifier.conf");
-    QVERIFY(conf.open(QIODevice::WriteOnly));
-    conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=true\n");
-    conf.close();
+    void environmentSwitchesOpenWindowsInOrder()
+    {
+        TestEnv env;
+        {
+            App app(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "1"}, {"QUILLMOTE_PREVIEW", "1"}});
+            QVERIFY(app.waitFor("native-preview: controller created"));
+            const QString log = app.log();
+            QVERIFY(log.indexOf("launched (menu-bar accessory)") < log.indexOf("mainwindow: controller created"));
+            QVERIFY(log.indexOf("mainwindow: controller created") < log.indexOf("native-preview: controller created"));
+        }
+        App other(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "true"}, {"QUILLMOTE_PREVIEW", "yes"}});
+        QVERIFY(other.waitFor("launched (menu-bar accessory)"));
+        QTest::qWait(500);
+        QVERIFY(!other.log().contains("controller created"));
+    }
 
-    QProcess monitor;
-    monitor.start("dbus-monitor", {"--session", "interface='org.freedesktop.Notifications',member='Notify'"});
-    QVERIFY(monitor.waitForStarted());
-    App app(env, {}, {{"QT_LOGGING_RULES", "com.quillmote.notifier.*.debug=true"}});
-    QVERIFY(app.waitFor("socket: listening at"));
-    QProcess::execute("dunstctl", {"set-paused", "true"});
-    QVERIFY2(app.waitFor("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), qPrintable(app.log()));
+    void doNotDisturbDecidesUrgencyAndChime()
+    {
+        TestEnv env;
+        QProcess dunst;
+        dunst.start("dunst", {"-config", "/dev/null"});
+        QVERIFY(QTest::qWaitFor([] { return onBus("org.freedesktop.Notifications"); }, 5000));
+        QDir().mkpath(env.configHome() + "/quillmote");
+        QFile conf(env.configHome() + "/quillmote/notifier.conf");
+        QVERIFY(conf.open(QIODevice::WriteOnly));
+        conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=true\n");
+        conf.close();
 
-    UnixClient terminal;
-    QVERIFY(terminal.connectTo(env.socketPath()));
-    terminal.write(R"({"type":"notify","sender":"alice","body":"urgent","msgId":"d1"})" "\n");
-    QVERIFY(app.waitFor("socket: onNotify d1"));
-    QVERIFY(QTest::qWaitFor([&] { return monitor.readAllStandardOutput().contains("\"urgency\"\n         variant             byte 2"); }, 5000));
-    QVERIFY(app.log().contains("notch: chime"));
+        QProcess monitor;
+        monitor.start("dbus-monitor", {"--session", "interface='org.freedesktop.Notifications',member='Notify'"});
+        QVERIFY(monitor.waitForStarted());
+        App app(env, {}, {{"QT_LOGGING_RULES", "com.quillmote.notifier.*.debug=true"}});
+        QVERIFY(app.waitFor("socket: listening at"));
+        QProcess::execute("dunstctl", {"set-paused", "true"});
+        QVERIFY2(app.waitFor("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), qPrintable(app.log()));
 
-    // The user lets do-not-disturb win: the next change records it; no chime any more.
-    conf.open(QIODevice::WriteOnly);
-    conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=false\n");
-    conf.close();
-    QProcess::execute("dunstctl", {"set-paused", "false"});
-    QProcess::execute("dunstctl", {"set-paused", "true"});
-    QVERIFY(app.waitFor("recorded allowBreakthrough=false"));
-    terminal.write(R"({"type":"notify","sender":"bob","body":"later","msgId":"d2"})" "\n");
-    QVERIFY(app.waitFor("notch: chime held back (do-not-disturb, no breakthrough)"));
-    monitor.kill();
-    dunst.terminate();
-    dunst.waitForFinished(3000);
-}
+        UnixClient terminal;
+        QVERIFY(terminal.connectTo(env.socketPath()));
+        terminal.write(R"({"type":"notify","sender":"alice","body":"urgent","msgId":"d1"})" "\n");
+        QVERIFY(app.waitFor("socket: onNotify d1"));
+        QVERIFY(QTest::qWaitFor([&] { return monitor.readAllStandardOutput().contains("\"urgency\"\n         variant             byte 2"); }, 5000));
+        QVERIFY(app.log().contains("notch: chime"));
+
+        // The user lets do-not-disturb win: the next change records it; no chime any more.
+        conf.open(QIODevice::WriteOnly);
+        conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=false\n");
+        conf.close();
+        QProcess::execute("dunstctl", {"set-paused", "false"});
+        QProcess::execute("dunstctl", {"set-paused", "true"});
+        QVERIFY(app.waitFor("recorded allowBreakthrough=false"));
+        terminal.write(R"({"type":"notify","sender":"bob","body":"later","msgId":"d2"})" "\n");
+        QVERIFY(app.waitFor("notch: chime held back (do-not-disturb, no breakthrough)"));
+        monitor.kill();
+        dunst.terminate();
+        dunst.waitForFinished(3000);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestAppEndToEnd)
 #include "tst_appe2e.moc"

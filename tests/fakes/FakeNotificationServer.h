@@ -5,11 +5,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QVariantMap>
-
-#include <functional>
 
 // A notification server of the tests' own on the session bus, on a connection of its own:
 // it answers every call at once, records each Notify with its arguments decoded, and can
@@ -69,8 +66,6 @@ public:
             c.id = c.replacesId ? c.replacesId : ++m_lastId;
             connection.send(message.createReply(QVariant::fromValue(uint(c.id))));
             calls.append(c);
-            if (onNotify)
-                onNotify(calls.last());
         } else if (member == QLatin1String("CloseNotification")) {
             connection.send(message.createReply());
         } else {
@@ -80,7 +75,6 @@ public:
     }
 
     QList<Call> calls;
-    std::function<void(const Call &)> onNotify;
 
 private:
     void emitSignal(const char *name, const QVariantList &args)

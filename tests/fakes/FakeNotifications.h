@@ -14,7 +14,6 @@ public:
 
     void probe(std::function<void(const ServerInfo &)> done) override
     {
-        ++probes;
         if (autoAnswer)
             done(server);
         else
@@ -42,19 +41,8 @@ public:
     }
     const Banner &last() const { return posts.last().banner; }
 
-    static ServerInfo plainServer()
-    {
-        ServerInfo s;
-        s.available = true;
-        s.name = "fake";
-        s.version = "1";
-        s.capabilities = QStringList{"actions", "body"};
-        return s;
-    }
-
-    ServerInfo server = plainServer();
+    ServerInfo server{true, {}, "fake", {}, "1", {"actions", "body"}};
     bool autoAnswer = true;
-    int probes = 0;
     std::function<void(const ServerInfo &)> pendingProbe;
     QList<Post> posts;
     quint32 lastId = 0;

@@ -13,7 +13,6 @@ class FakePolkitAuthority : public QDBusVirtualObject
 public:
     enum class Mode { authorize, deny, dismiss, notRegistered };
     Mode mode = Mode::authorize;
-    int calls = 0;
     PolkitSubject subject;
     QString actionId;
     QMap<QString, QString> details;
@@ -32,7 +31,6 @@ public:
     {
         if (message.member() != QLatin1String("CheckAuthorization"))
             return false;
-        ++calls;
         const QList<QVariant> args = message.arguments();
         subject = qdbus_cast<PolkitSubject>(args.value(0));
         actionId = args.value(1).toString();

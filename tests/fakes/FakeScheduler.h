@@ -2,7 +2,6 @@
 
 #include "alerts/Scheduler.h"
 
-
 #include <algorithm>
 #include <map>
 

@@ -40,86 +40,71 @@ class TestEntityQueries : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void searchIsNormalised_data();
-    void searchIsNormalised();
-    void friendsAndRequestsComeFromTheTool();
-    void savedIdentifiersOfRemovedFriendsResolveToNothing();
-    void inboxMessagesShowSenderAndText();
-    void toolFailureIsOneLineAndAnEmptyList_data();
-    void toolFailureIsOneLineAndAnEmptyList();
+    void searchIsNormalised_data()
+    {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("found");
+        QTest::newRow("at, capitals, blank") << "@AB " << QStringList{"abe", "crab", "xAbY"};
+        QTest::newRow("at signs only") << "@@" << QStringList{"abe", "crab", "xAbY", "zed"};
+        QTest::newRow("at both ends") << "@zed@" << QStringList{"zed"};
+        QTest::newRow("at inside stays") << "a@b" << QStringList{};
+    }
+
+    void searchIsNormalised()
+    {
+        QFETCH(QString, search);
+        QFETCH(QStringList, found);
+        QList<IntentEntity> all;
+        for (const QString h : {"abe", "crab", "xAbY", "zed"})
+            all.append({h, "@" + h});
+        QCOMPARE(ids(EntityQueries::filter(all, search)), found);
+    }
+
+    void friendsAndRequestsComeFromTheTool()
+    {
+        World world;
+        world.setState({{"friends", QJsonArray{"Abby", "bob", "cab"}}, {"requests", QJsonArray{"carol", "dan"}}});
+
+        QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friends, "@AB ", done); }),
+                 (QList<IntentEntity>{{"Abby", "@Abby"}, {"cab", "@cab"}}));
+        QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })), (QStringList{"carol", "dan"}));
+        QCOMPARE(world.argvs(), (QList<QStringList>{{"friends", "--json"}, {"requests", "--json"}}));
+        // Saved identifiers of friends who are gone resolve to nothing.
+        QCOMPARE(ids(await([&](auto done) {
+            world.queries.entitiesFor(Kind::friends, { "bob", "gone", "Abby" }, done);
+        })),
+            (QStringList { "bob", "Abby" }));
+    }
+
+    void inboxMessagesShowSenderAndText()
+    {
+        World world;
+        const QList<IntentEntity> all = await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); });
+        QCOMPARE(all, (QList<IntentEntity>{{"in-1", "@alice：hello from alice"}, {"in-2", "@bob：（结构化消息）"}}));
+        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })), QStringList{"in-1"});
+        QCOMPARE(world.argvs().first(), (QStringList{"inbox", "--once", "--json"}));
+    }
+
+    void toolFailureIsOneLineAndAnEmptyList_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("friends") << int(Kind::friends) << "FriendQuery: friends --json failed: not logged in";
+        QTest::newRow("requests") << int(Kind::friendRequests) << "FriendRequestQuery: requests --json failed: not logged in";
+    }
+
+    void toolFailureIsOneLineAndAnEmptyList()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, line);
+        World world;
+        world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:not logged in");
+        LogCapture log;
+        QCOMPARE(await([&](auto done) { world.queries.matching(Kind(kind), "a", done); }), QList<IntentEntity>{});
+        QCOMPARE(log.count(line), 1);
+        QCOMPARE(log.find(line).level, QStringLiteral("error"));
+    }
 };
-
-void TestEntityQueries::searchIsNormalised_data()
-{
-    QTest::addColumn<QString>("search");
-    QTest::addColumn<QStringList>("found");
-    QTest::newRow("at, capitals, blank") << "@AB " << QStringList{"abe", "crab", "xAbY"};
-    QTest::newRow("at signs only") << "@@" << QStringList{"abe", "crab", "xAbY", "zed"};
-    QTest::newRow("blanks only") << " \t\n" << QStringList{"abe", "crab", "xAbY", "zed"};
-    QTest::newRow("at both ends") << "@zed@" << QStringList{"zed"};
-    QTest::newRow("at inside stays") << "a@b" << QStringList{};
-    QTest::newRow("no match") << "q" << QStringList{};
-}
-
-void TestEntityQueries::searchIsNormalised()
-{
-    QFETCH(QString, search);
-    QFETCH(QStringList, found);
-    QList<IntentEntity> all;
-    for (const QString h : {"abe", "crab", "xAbY", "zed"})
-        all.append({h, "@" + h});
-    QCOMPARE(ids(EntityQueries::filter(all, search)), found);
-}
-
-void TestEntityQueries::friendsAndRequestsComeFromTheTool()
-{
-    World world;
-    world.setState({{"friends", QJsonArray{"Abby", "bob", "cab"}}, {"requests", QJsonArray{"carol", "dan"}}});
-
-    QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friends, "@AB ", done); }),
-             (QList<IntentEntity>{{"Abby", "@Abby"}, {"cab", "@cab"}}));
-    QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })), (QStringList{"carol", "dan"}));
-    QCOMPARE(world.argvs(), (QList<QStringList>{{"friends", "--json"}, {"requests", "--json"}}));
-}
-
-void TestEntityQueries::savedIdentifiersOfRemovedFriendsResolveToNothing()
-{
-    World world;
-    world.setState({{"friends", QJsonArray{"alice", "bob"}}});
-    LogCapture log;
-    QCOMPARE(ids(await([&](auto done) { world.queries.entitiesFor(Kind::friends, {"bob", "gone", "alice"}, done); })),
-             (QStringList{"bob", "alice"}));
-    QCOMPARE(log.count("failed"), 0);
-}
-
-void TestEntityQueries::inboxMessagesShowSenderAndText()
-{
-    World world;
-    const QList<IntentEntity> all = await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); });
-    QCOMPARE(all, (QList<IntentEntity>{{"in-1", "@alice：hello from alice"}, {"in-2", "@bob：（结构化消息）"}}));
-    QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })), QStringList{"in-1"});
-    QCOMPARE(world.argvs().first(), (QStringList{"inbox", "--once", "--json"}));
-}
-
-void TestEntityQueries::toolFailureIsOneLineAndAnEmptyList_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("friends") << int(Kind::friends) << "FriendQuery: friends --json failed: not logged in";
-    QTest::newRow("requests") << int(Kind::friendRequests) << "FriendRequestQuery: requests --json failed: not logged in";
-}
-
-void TestEntityQueries::toolFailureIsOneLineAndAnEmptyList()
-{
-    QFETCH(int, kind);
-    QFETCH(QString, line);
-    World world;
-    world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:not logged in");
-    LogCapture log;
-    QCOMPARE(await([&](auto done) { world.queries.matching(Kind(kind), "a", done); }), QList<IntentEntity>{});
-    QCOMPARE(log.count(line), 1);
-    QCOMPARE(log.find(line).level, QStringLiteral("error"));
-}
 
 QTEST_GUILESS_MAIN(TestEntityQueries)
 #include "tst_entityqueries.moc"

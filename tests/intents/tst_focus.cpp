@@ -11,54 +11,28 @@ class TestFocus : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void featureOffLeavesTheRecordAlone();
-    void policy_data();
-    void policy();
-    void recordCountsOnlyWhileTheFeatureIsOn();
+    void featureOffLeavesTheRecordAlone()
+    {
+        TestEnv env;
+        SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
+        LogCapture log;
+        QuillmoteFocusFilter::perform(false);
+        QuillmoteFocusFilter::perform(false);
+        QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), true);
+        const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
+        QCOMPARE(log.count(inert), 2);
+        QCOMPARE(log.find(inert).level, QStringLiteral("debug"));
+    }
+
+    void recordCountsOnlyWhileTheFeatureIsOn()
+    {
+        TestEnv env;
+        SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
+        QVERIFY(!FocusPolicy::recordedBreakthrough());
+        SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
+        QVERIFY(FocusPolicy::recordedBreakthrough());
+    }
 };
-
-void TestFocus::featureOffLeavesTheRecordAlone()
-{
-    TestEnv env;
-    SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
-    LogCapture log;
-    QuillmoteFocusFilter::perform(false);
-    QuillmoteFocusFilter::perform(false);
-    QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), true);
-    const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
-    QCOMPARE(log.count(inert), 2);
-    QCOMPARE(log.find(inert).level, QStringLiteral("debug"));
-}
-
-void TestFocus::policy_data()
-{
-    QTest::addColumn<bool>("dnd");
-    QTest::addColumn<bool>("breakthrough");
-    QTest::addColumn<bool>("critical");
-    QTest::addColumn<bool>("chime");
-    QTest::newRow("no dnd") << false << false << false << true;
-    QTest::newRow("no dnd, breakthrough recorded") << false << true << false << true;
-    QTest::newRow("dnd") << true << false << false << false;
-    QTest::newRow("dnd, breakthrough") << true << true << true << true;
-}
-
-void TestFocus::policy()
-{
-    QFETCH(bool, dnd);
-    QFETCH(bool, breakthrough);
-    QFETCH(bool, critical);
-    QFETCH(bool, chime);
-    QCOMPARE(FocusPolicy::decide(dnd, breakthrough), (FocusPolicy::Decision{critical, chime}));
-}
-
-void TestFocus::recordCountsOnlyWhileTheFeatureIsOn()
-{
-    TestEnv env;
-    SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
-    QVERIFY(!FocusPolicy::recordedBreakthrough());
-    SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
-    QVERIFY(FocusPolicy::recordedBreakthrough());
-}
 
 QTEST_GUILESS_MAIN(TestFocus)
 #include "tst_focus.moc"

@@ -1,17 +1,14 @@
 // The actions' desktop side on a private session bus: the polkit gate against an
-// authority of our own, the Actions interface through the `action` command, the
-// confirmation dialog, and the do-not-disturb watcher.
-#include "app/SettingsStore.h"
+// authority of our own, the Actions interface through the `action` command, and the
+// confirmation dialog.
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
 #include "fakes/FakePolkitAuthority.h"
 #include "intents/EntityQueries.h"
 #include "intents/IntentsService.h"
-#include "intents/QuillmoteFocusFilter.h"
 #include "intents/SimWorld.h"
 #include "intents/ToolRunner.h"
 #include "platform/ActionsBus.h"
-#include "platform/DoNotDisturbWatcher.h"
 #include "platform/PolkitAuthGate.h"
 #include "platform/QmlConfirmer.h"
 #include "support/LogCapture.h"
@@ -19,7 +16,6 @@
 #include <QDBusConnectionInterface>
 #include <QProcess>
 #include <QQuickItem>
-#include <QSignalSpy>
 #include <QTest>
 
 #include <unistd.h>
@@ -35,234 +31,160 @@ AuthGate::Answer authenticate(PolkitAuthGate &gate, const QString &reason)
     return *answer;
 }
 
-// Answers Properties.Get for the notification server's "Inhibited" and dunst's "paused".
-class FakeNotificationServer : public QDBusVirtualObject
-{
-public:
-    bool inhibited = false;
-    bool paused = false;
-    QString introspect(const QString &) const override { return {}; }
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
-    {
-        if (message.member() != QLatin1String("Get"))
-            return false;
-        const QString property = message.arguments().value(1).toString();
-        const bool value = property == QLatin1String("paused") ? paused : inhibited;
-        QDBusConnection(connection).send(message.createReply(QVariant::fromValue(QDBusVariant(value))));
-        return true;
-    }
-};
-
 } // namespace
 
 class TestDesktopActions : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void polkitGateAsksForOurActionAndReadsTheAnswer_data();
-    void polkitGateAsksForOurActionAndReadsTheAnswer();
-    void noAuthorityFailsClosed();
-    void actionCommandTalksToTheRunningApp_data();
-    void actionCommandTalksToTheRunningApp();
-    void confirmationDialogAnswersWithItsButtons_data();
-    void confirmationDialogAnswersWithItsButtons();
-    void doNotDisturbRunsTheFilter();
-};
-
-void TestDesktopActions::polkitGateAsksForOurActionAndReadsTheAnswer_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("error");
-    using M = FakePolkitAuthority::Mode;
-    using K = AuthGate::Answer::Kind;
-    QTest::newRow("authorized") << int(M::authorize) << int(K::authorized) << QString();
-    QTest::newRow("not authorized") << int(M::deny) << int(K::denied) << QString();
-    QTest::newRow("dismissed") << int(M::dismiss) << int(K::failed) << "dismissed by the user";
-    QTest::newRow("policy not installed") << int(M::notRegistered) << int(K::failed)
-                                          << "org.freedesktop.PolicyKit1.Error.Failed: Action com.quillmote.Notifier.sensitive-action is not registered";
-}
-
-void TestDesktopActions::polkitGateAsksForOurActionAndReadsTheAnswer()
-{
-    QFETCH(int, mode);
-    QFETCH(int, kind);
-    QFETCH(QString, error);
-    TestEnv env;
-    env.set("QUILLMOTE_POLKIT_BUS", "session");
-    QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
-    FakePolkitAuthority authority;
-    authority.mode = FakePolkitAuthority::Mode(mode);
-    QVERIFY(authority.registerOn(authorityBus));
-
-    PolkitAuthGate gate;
-    const AuthGate::Answer answer = authenticate(gate, "解除好友");
-    QCOMPARE(int(answer.kind), kind);
-    QCOMPARE(answer.error, error);
-    QCOMPARE(authority.actionId, QStringLiteral("com.quillmote.Notifier.sensitive-action"));
-    QCOMPARE(authority.flags, 1u);
-    QCOMPARE(authority.subject.kind, QStringLiteral("unix-process"));
-    QCOMPARE(authority.subject.details.value("pid").toUInt(), uint(::getpid()));
-    QVERIFY(authority.subject.details.value("start-time").toULongLong() > 0);
-    QCOMPARE(authority.details.value("quillmote.action"), QStringLiteral("解除好友"));
-
-    authorityBus.unregisterService("org.freedesktop.PolicyKit1");
-    QDBusConnection::disconnectFromBus("authority");
-}
-
-void TestDesktopActions::noAuthorityFailsClosed()
-{
-    TestEnv env;
-    env.set("QUILLMOTE_POLKIT_BUS", "session");
-    PolkitAuthGate gate;
-    const AuthGate::Answer answer = authenticate(gate, "屏蔽用户");
-    QCOMPARE(answer.kind, AuthGate::Answer::Kind::failed);
-    QVERIFY2(answer.error.startsWith("org.freedesktop.DBus.Error.ServiceUnknown"), qPrintable(answer.error));
-
-    // An address nothing listens on.
-    env.set("QUILLMOTE_POLKIT_BUS", "unix:path=/nonexistent/bus");
-    QCOMPARE(authenticate(gate, "屏蔽用户").kind, AuthGate::Answer::Kind::failed);
-}
-
-void TestDesktopActions::actionCommandTalksToTheRunningApp_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QByteArray>("fail"); // QUILLMOTE_SIM_FAIL
-    QTest::addColumn<bool>("accept");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("stdoutText");
-    QTest::addColumn<QString>("stderrText");
-
-    QTest::newRow("lookup") << QStringList{"whoami"} << QByteArray() << true << 0 << "你是 @me。\n" << "";
-    QTest::newRow("confirmed send") << QStringList{"send-message", "@alice", "晚上见"} << QByteArray() << true << 0
-                                    << "已发送给 @alice。\n" << "";
-    QTest::newRow("declined") << QStringList{"send-message", "alice", "hi"} << QByteArray() << false << 2 << "" << "已取消。\n";
-    QTest::newRow("tool failure") << QStringList{"friends"} << QByteArray("exit:1:not logged in") << true << 1 << ""
-                                  << "not logged in\n";
-    QTest::newRow("missing argument") << QStringList{"reply", "alice"} << QByteArray() << true << 64 << ""
-                                      << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
-    QTest::newRow("complete friends") << QStringList{"--complete", "reply", "0", "AL"} << QByteArray() << true << 0
-                                      << "alice\n" << "";
-    QTest::newRow("complete a switch") << QStringList{"--complete", "accept-strangers", "0", "o"} << QByteArray() << true << 0
-                                       << "on\noff\n" << "";
-}
-
-void TestDesktopActions::actionCommandTalksToTheRunningApp()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QByteArray, fail);
-    QFETCH(bool, accept);
-    QFETCH(int, exitCode);
-    QFETCH(QString, stdoutText);
-    QFETCH(QString, stderrText);
-
-    SimWorld world;
-    if (!fail.isEmpty())
-        world.env.set("QUILLMOTE_SIM_FAIL", fail);
-    FakeConfirmer confirmer;
-    confirmer.accept = accept;
-    FakeAuthGate gate;
-    CLIToolRunner runner;
-    IntentsService service(confirmer, gate, &runner);
-    EntityQueries queries(runner);
-    ActionsBus actions(service, queries);
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    QVERIFY(actions.registerOn(bus));
-    QVERIFY(bus.registerService("com.quillmote.Notifier"));
-
-    // The command blocks on its call, so it runs as a process while this thread serves it.
-    QProcess cli;
-    cli.start(QStringLiteral(QM_ACTION_CLI), QStringList{"action"} + args);
-    QVERIFY(QTest::qWaitFor([&] { return cli.state() == QProcess::NotRunning; }, 20000));
-    QCOMPARE(QString::fromUtf8(cli.readAllStandardError()), stderrText);
-    QCOMPARE(QString::fromUtf8(cli.readAllStandardOutput()), stdoutText);
-    QCOMPARE(cli.exitCode(), exitCode);
-
-    bus.unregisterService("com.quillmote.Notifier");
-    bus.unregisterObject(ActionsBus::objectPath);
-}
-
-void TestDesktopActions::confirmationDialogAnswersWithItsButtons_data()
-{
-    QTest::addColumn<QString>("button"); // empty: the window is closed
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("confirm") << "confirmButton" << true;
-    QTest::newRow("cancel") << "cancelButton" << false;
-    QTest::newRow("closed") << "" << false;
-}
-
-void TestDesktopActions::confirmationDialogAnswersWithItsButtons()
-{
-    QFETCH(QString, button);
-    QFETCH(bool, accepted);
-    QmlConfirmer confirmer;
-    std::optional<bool> answer;
-    confirmer.ask("确认解除与 @bob 的好友关系？", "继续", [&](bool a) { answer = a; });
-    QQuickWindow *window = confirmer.currentWindow();
-    QVERIFY(window);
-    QVERIFY(QTest::qWaitForWindowExposed(window));
-    QCOMPARE(window->modality(), Qt::ApplicationModal);
-
-    auto *confirm = window->findChild<QQuickItem *>("confirmButton");
-    auto *cancel = window->findChild<QQuickItem *>("cancelButton");
-    QVERIFY(confirm && cancel);
-    QCOMPARE(confirm->property("text").toString(), QStringLiteral("继续"));
-    QCOMPARE(cancel->property("text").toString(), QStringLiteral("取消"));
-    if (!qEnvironmentVariableIsEmpty("QM_SHOT_DIR"))
-        window->grabWindow().save(qEnvironmentVariable("QM_SHOT_DIR") + "/confirmation.png");
-
-    if (button.isEmpty()) {
-        window->close();
-    } else {
-        QQuickItem *item = button == "confirmButton" ? confirm : cancel;
-        QTest::mouseClick(window, Qt::LeftButton, {}, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint());
+    void polkitGateAsksForOurActionAndReadsTheAnswer_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("error");
+        using M = FakePolkitAuthority::Mode;
+        using K = AuthGate::Answer::Kind;
+        QTest::newRow("authorized") << int(M::authorize) << int(K::authorized) << QString();
+        QTest::newRow("not authorized") << int(M::deny) << int(K::denied) << QString();
+        QTest::newRow("dismissed") << int(M::dismiss) << int(K::failed) << "dismissed by the user";
+        QTest::newRow("policy not installed") << int(M::notRegistered) << int(K::failed)
+                                              << "org.freedesktop.PolicyKit1.Error.Failed: Action com.quillmote.Notifier.sensitive-action is not registered";
     }
-    QTRY_VERIFY(answer.has_value());
-    QCOMPARE(*answer, accepted);
-    QTRY_VERIFY(!confirmer.currentWindow());
-}
 
-void TestDesktopActions::doNotDisturbRunsTheFilter()
-{
-    TestEnv env;
-    SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
-    SettingsStore::setValue(QuillmoteFocusFilter::choiceKey, true);
+    void polkitGateAsksForOurActionAndReadsTheAnswer()
+    {
+        QFETCH(int, mode);
+        QFETCH(int, kind);
+        QFETCH(QString, error);
+        TestEnv env;
+        env.set("QUILLMOTE_POLKIT_BUS", "session");
+        QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
+        FakePolkitAuthority authority;
+        authority.mode = FakePolkitAuthority::Mode(mode);
+        QVERIFY(authority.registerOn(authorityBus));
 
-    QDBusConnection serverBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "notifications");
-    FakeNotificationServer server;
-    server.paused = true; // dunst paused before we start
-    QVERIFY(serverBus.registerService("org.freedesktop.Notifications"));
-    QVERIFY(serverBus.registerVirtualObject("/org/freedesktop/Notifications", &server));
+        PolkitAuthGate gate;
+        const AuthGate::Answer answer = authenticate(gate, "解除好友");
+        QCOMPARE(int(answer.kind), kind);
+        QCOMPARE(answer.error, error);
+        QCOMPARE(authority.actionId, QStringLiteral("com.quillmote.Notifier.sensitive-action"));
+        QCOMPARE(authority.flags, 1u);
+        QCOMPARE(authority.subject.kind, QStringLiteral("unix-process"));
+        QCOMPARE(authority.subject.details.value("pid").toUInt(), uint(::getpid()));
+        QVERIFY(authority.subject.details.value("start-time").toULongLong() > 0);
+        QCOMPARE(authority.details.value("quillmote.action"), QStringLiteral("解除好友"));
 
-    LogCapture log;
-    DoNotDisturbWatcher watcher;
-    QSignalSpy changes(&watcher, &DoNotDisturbWatcher::changed);
-    watcher.start();
-    QTRY_COMPARE(changes.size(), 1);
-    QVERIFY(watcher.isActive());
-    QCOMPARE(log.count("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), 1);
-    QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), true);
+        authorityBus.unregisterService("org.freedesktop.PolicyKit1");
+        QDBusConnection::disconnectFromBus("authority");
+    }
 
-    // KDE's inhibition on top changes nothing; dunst resuming leaves it on; lifting it ends it.
-    auto announce = [&](const QString &interface, const QString &property, bool value) {
-        QDBusMessage signal = QDBusMessage::createSignal("/org/freedesktop/Notifications", "org.freedesktop.DBus.Properties",
-                                                         "PropertiesChanged");
-        signal << interface << QVariantMap{{property, value}} << QStringList{};
-        serverBus.send(signal);
-    };
-    announce("org.freedesktop.Notifications", "Inhibited", true);
-    announce("org.dunstproject.cmd0", "paused", false);
-    QTest::qWait(200);
-    QCOMPARE(changes.size(), 1);
-    SettingsStore::setValue(QuillmoteFocusFilter::choiceKey, false);
-    announce("org.freedesktop.Notifications", "Inhibited", false);
-    QTRY_COMPARE(changes.size(), 2);
-    QCOMPARE(changes.last().value(0).toBool(), false);
-    QCOMPARE(log.count("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=false"), 1);
+    void noAuthorityFailsClosed()
+    {
+        TestEnv env;
+        env.set("QUILLMOTE_POLKIT_BUS", "session");
+        PolkitAuthGate gate;
+        const AuthGate::Answer answer = authenticate(gate, "屏蔽用户");
+        QCOMPARE(answer.kind, AuthGate::Answer::Kind::failed);
+        QVERIFY2(answer.error.startsWith("org.freedesktop.DBus.Error.ServiceUnknown"), qPrintable(answer.error));
+    }
 
-    serverBus.unregisterService("org.freedesktop.Notifications");
-    QDBusConnection::disconnectFromBus("notifications");
-}
+    void actionCommandTalksToTheRunningApp_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QByteArray>("fail"); // QUILLMOTE_SIM_FAIL
+        QTest::addColumn<bool>("accept");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("stdoutText");
+        QTest::addColumn<QString>("stderrText");
+
+        QTest::newRow("lookup") << QStringList{"whoami"} << QByteArray() << true << 0 << "你是 @me。\n" << "";
+        QTest::newRow("confirmed send") << QStringList { "send-message", "@alice", "晚上见" } << QByteArray() << true
+                                        << 0 << "已发送给 @alice。\n"
+                                        << "";
+        QTest::newRow("declined") << QStringList{"send-message", "alice", "hi"} << QByteArray() << false << 2 << "" << "已取消。\n";
+        QTest::newRow("tool failure") << QStringList{"friends"} << QByteArray("exit:1:not logged in") << true << 1 << ""
+                                      << "not logged in\n";
+        QTest::newRow("missing argument") << QStringList{"reply", "alice"} << QByteArray() << true << 64 << ""
+                                          << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
+        QTest::newRow("complete friends") << QStringList{"--complete", "reply", "0", "AL"} << QByteArray() << true << 0
+                                          << "alice\n" << "";
+    }
+
+    void actionCommandTalksToTheRunningApp()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QByteArray, fail);
+        QFETCH(bool, accept);
+        QFETCH(int, exitCode);
+        QFETCH(QString, stdoutText);
+        QFETCH(QString, stderrText);
+
+        SimWorld world;
+        if (!fail.isEmpty())
+            world.env.set("QUILLMOTE_SIM_FAIL", fail);
+        FakeConfirmer confirmer;
+        confirmer.accept = accept;
+        FakeAuthGate gate;
+        CLIToolRunner runner;
+        IntentsService service(confirmer, gate, &runner);
+        EntityQueries queries(runner);
+        ActionsBus actions(service, queries);
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        QVERIFY(actions.registerOn(bus));
+        QVERIFY(bus.registerService("com.quillmote.Notifier"));
+
+        // The command blocks on its call, so it runs as a process while this thread serves it.
+        QProcess cli;
+        cli.start(QStringLiteral(QM_ACTION_CLI), QStringList{"action"} + args);
+        QVERIFY(QTest::qWaitFor([&] { return cli.state() == QProcess::NotRunning; }, 20000));
+        QCOMPARE(QString::fromUtf8(cli.readAllStandardError()), stderrText);
+        QCOMPARE(QString::fromUtf8(cli.readAllStandardOutput()), stdoutText);
+        QCOMPARE(cli.exitCode(), exitCode);
+
+        bus.unregisterService("com.quillmote.Notifier");
+        bus.unregisterObject(ActionsBus::objectPath);
+    }
+
+    void confirmationDialogAnswersWithItsButtons_data()
+    {
+        QTest::addColumn<QString>("button"); // empty: the window is closed
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("confirm") << "confirmButton" << true;
+        QTest::newRow("cancel") << "cancelButton" << false;
+        QTest::newRow("closed") << "" << false;
+    }
+
+    void confirmationDialogAnswersWithItsButtons()
+    {
+        QFETCH(QString, button);
+        QFETCH(bool, accepted);
+        QmlConfirmer confirmer;
+        std::optional<bool> answer;
+        confirmer.ask("确认解除与 @bob 的好友关系？", "继续", [&](bool a) { answer = a; });
+        QQuickWindow *window = confirmer.currentWindow();
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QCOMPARE(window->modality(), Qt::ApplicationModal);
+
+        auto *confirm = window->findChild<QQuickItem *>("confirmButton");
+        auto *cancel = window->findChild<QQuickItem *>("cancelButton");
+        QVERIFY(confirm && cancel);
+        QCOMPARE(confirm->property("text").toString(), QStringLiteral("继续"));
+        QCOMPARE(cancel->property("text").toString(), QStringLiteral("取消"));
+        if (!qEnvironmentVariableIsEmpty("QM_SHOT_DIR"))
+            window->grabWindow().save(qEnvironmentVariable("QM_SHOT_DIR") + "/confirmation.png");
+
+        if (button.isEmpty()) {
+            window->close();
+        } else {
+            QQuickItem *item = button == "confirmButton" ? confirm : cancel;
+            QTest::mouseClick(window, Qt::LeftButton, {}, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint());
+        }
+        QTRY_VERIFY(answer.has_value());
+        QCOMPARE(*answer, accepted);
+        QTRY_VERIFY(!confirmer.currentWindow());
+    }
+};
 
 QTEST_MAIN(TestDesktopActions)
 #include "tst_desktopactions.moc"

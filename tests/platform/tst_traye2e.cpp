@@ -21,25 +21,6 @@
 
 namespace {
 
-const char *kPanelConfig = R"(<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="size" type="uint" value="32"/>
-      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="systray"/>
-  </property>
-</channel>
-)";
-
 // gdbus, run without blocking the event loop (the item being asked lives in this process).
 QString gdbus(const QStringList &args)
 {
@@ -76,117 +57,110 @@ class TestTrayEndToEnd : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
-    void hostReadsTheMenuAndTheIconShowsTheBadge();
+    void initTestCase()
+    {
+        // xfconfd is started by the bus with the bus's XDG_CONFIG_HOME, the one set here.
+        const QString channels = qEnvironmentVariable("XDG_CONFIG_HOME") + "/xfce4/xfconf/xfce-perchannel-xml";
+        QVERIFY(QDir().mkpath(channels));
+        QVERIFY(QFile::copy(sourceDir() + "/tests/data/xfce4-panel.xml", channels + "/xfce4-panel.xml"));
+
+        m_wm.start("openbox", {});
+        QVERIFY(m_wm.waitForStarted());
+        m_panel.start("xfce4-panel", {});
+        QVERIFY(m_panel.waitForStarted());
+        QVERIFY2(QTest::qWaitFor([] { return watcherProperty("IsStatusNotifierHostRegistered").contains("true"); },
+                                 15000),
+                 "xfce4-panel registered no StatusNotifierItem host");
+    }
+
+    void cleanupTestCase()
+    {
+        for (QProcess *p : {&m_panel, &m_wm}) {
+            p->terminate();
+            if (!p->waitForFinished(3000))
+                p->kill();
+        }
+    }
+
+    void hostReadsTheMenuAndTheIconShowsTheBadge()
+    {
+        TestEnv env;
+        LogCapture log;
+        AppController app;
+        app.applicationDidFinishLaunching();
+        QVERIFY2(log.waitFor("menubar: tray icon shown"), qPrintable(log.dump()));
+        QVERIFY(log.waitFor("socket: listening at"));
+
+        UnixClient terminal;
+        QVERIFY(terminal.connectTo(env.socketPath()));
+        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"早上好"})" "\n"
+                               R"({"type":"notify","sender":"carol","title":"Build","body":"done & dusted"})" "\n"
+                               R"({"type":"notify","sender":"ada lovelace","body":"新的想法"})" "\n"));
+        QVERIFY(log.waitFor("menubar: add @ada lovelace unread=3"));
+
+        // The item the host knows about, and the menu it exports.
+        QString items;
+        QVERIFY(QTest::qWaitFor(
+            [&] { return (items = watcherProperty("RegisteredStatusNotifierItems")).contains("/"); }, 10000));
+        const QRegularExpression itemRe("'([^'/]+)(/[^']*)'");
+        const auto m = itemRe.match(items);
+        QVERIFY2(m.hasMatch(), qPrintable(items));
+        const QString service = m.captured(1);
+        const QString itemPath = m.captured(2);
+        const QString menuProp = gdbus({"-d", service, "-o", itemPath, "-m", "org.freedesktop.DBus.Properties.Get",
+                                        "org.kde.StatusNotifierItem", "Menu"});
+        const auto pm = QRegularExpression("objectpath '([^']+)'").match(menuProp);
+        QVERIFY2(pm.hasMatch(), qPrintable(menuProp));
+
+        QString layout;
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         layout = layoutOf(service, pm.captured(1));
+                         return layout.contains("3 条未读");
+                     },
+                     5000),
+                 qPrintable(layout));
+        // Rows in order, as the host reads them (Qt writes a literal "&" as "_&" in dbusmenu labels).
+        const QStringList rows{"最近消息 · 3 条未读", "● @ada lovelace — 新的想法 · 刚刚", "● Build — done _& dusted · 刚刚",
+                               "● @bob — 早上好 · 刚刚", "清除全部", "快捷开关", "聚焦终端时安静", "好友身份通知 + 头像",
+                               "紧迫度自适应", "按好友配专注打断", "敏感操作需 Touch ID", "打开 Quillmote", "偏好设置…",
+                               "退出 Quillmote"};
+        qsizetype at = 0;
+        for (const QString &row : rows) {
+            const qsizetype found = layout.indexOf("'" + row + "'", at);
+            QVERIFY2(found > at, qPrintable(row + " in " + layout));
+            at = found;
+        }
+        QVERIFY(layout.contains("'toggle-type': <'checkmark'>"));
+
+        // The icon the host shows: avatar with badge (full step of the pulse).
+        const QImage icon = SystemTray::drawIcon({"ada lovelace", 3, false});
+        QCOMPARE(icon.pixelColor(32, 32).alpha(), 255);
+        keep(icon, "tray-icon-avatar-badge.png");
+        QTest::qWait(1500); // let the panel draw the newest icon
+        QScreen *screen = QGuiApplication::primaryScreen();
+        const QImage strip = screen->grabWindow(0, 0, 0, 240, 32).toImage();
+        keep(strip.scaled(strip.size() * 2), "tray-panel.png");
+
+        app.tray().menu()->popup(QPoint(8, 34));
+        QVERIFY(QTest::qWaitForWindowExposed(app.tray().menu()));
+        QTest::qWait(300);
+        keep(screen->grabWindow(0, 0, 0, 520, 480).toImage(), "tray-menu.png");
+        app.tray().menu()->hide();
+
+        app.menuBar().clearAll();
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                return layoutOf(service, pm.captured(1))
+                    .contains("最近消息 · 无未读");
+            },
+            5000));
+    }
 
 private:
     QProcess m_wm;
     QProcess m_panel;
 };
-
-void TestTrayEndToEnd::initTestCase()
-{
-    // xfconfd is started by the bus with the bus's XDG_CONFIG_HOME, the one set here.
-    const QString channels = qEnvironmentVariable("XDG_CONFIG_HOME") + "/xfce4/xfconf/xfce-perchannel-xml";
-    QVERIFY(QDir().mkpath(channels));
-    QFile config(channels + "/xfce4-panel.xml");
-    QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(kPanelConfig);
-    config.close();
-
-    m_wm.start("openbox", {});
-    QVERIFY(m_wm.waitForStarted());
-    m_panel.start("xfce4-panel", {});
-    QVERIFY(m_panel.waitForStarted());
-    QVERIFY2(QTest::qWaitFor([] { return watcherProperty("IsStatusNotifierHostRegistered").contains("true"); },
-                             15000),
-             "xfce4-panel registered no StatusNotifierItem host");
-}
-
-void TestTrayEndToEnd::cleanupTestCase()
-{
-    for (QProcess *p : {&m_panel, &m_wm}) {
-        p->terminate();
-        if (!p->waitForFinished(3000))
-            p->kill();
-    }
-}
-
-void TestTrayEndToEnd::hostReadsTheMenuAndTheIconShowsTheBadge()
-{
-    TestEnv env;
-    LogCapture log;
-    AppController app;
-    app.applicationDidFinishLaunching();
-    QVERIFY2(log.waitFor("menubar: tray icon shown"), qPrintable(log.dump()));
-    QVERIFY(log.waitFor("socket: listening at"));
-
-    UnixClient terminal;
-    QVERIFY(terminal.connectTo(env.socketPath()));
-    QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"早上好"})" "\n"
-                           R"({"type":"notify","sender":"carol","title":"Build","body":"done & dusted"})" "\n"
-                           R"({"type":"notify","sender":"ada lovelace","body":"新的想法"})" "\n"));
-    QVERIFY(log.waitFor("menubar: add @ada lovelace unread=3"));
-
-    // The item the host knows about, and the menu it exports.
-    QString items;
-    QVERIFY(QTest::qWaitFor([&] { return (items = watcherProperty("RegisteredStatusNotifierItems")).contains("/"); },
-                            10000));
-    const QRegularExpression itemRe("'([^'/]+)(/[^']*)'");
-    const auto m = itemRe.match(items);
-    QVERIFY2(m.hasMatch(), qPrintable(items));
-    const QString service = m.captured(1);
-    const QString itemPath = m.captured(2);
-    const QString menuProp = gdbus({"-d", service, "-o", itemPath, "-m", "org.freedesktop.DBus.Properties.Get",
-                                    "org.kde.StatusNotifierItem", "Menu"});
-    const auto pm = QRegularExpression("objectpath '([^']+)'").match(menuProp);
-    QVERIFY2(pm.hasMatch(), qPrintable(menuProp));
-
-    QString layout;
-    QVERIFY2(QTest::qWaitFor(
-                 [&] {
-                     layout = layoutOf(service, pm.captured(1));
-                     return layout.contains("3 条未读");
-                 },
-                 5000),
-             qPrintable(layout));
-    // Rows in order, as the host reads them (Qt writes a literal "&" as "_&" in dbusmenu labels).
-    const QStringList rows{"最近消息 · 3 条未读", "● @ada lovelace — 新的想法 · 刚刚", "● Build — done _& dusted · 刚刚",
-                           "● @bob — 早上好 · 刚刚", "清除全部", "快捷开关", "聚焦终端时安静", "好友身份通知 + 头像",
-                           "紧迫度自适应", "按好友配专注打断", "敏感操作需 Touch ID", "打开 Quillmote", "偏好设置…",
-                           "退出 Quillmote"};
-    qsizetype at = 0;
-    for (const QString &row : rows) {
-        const qsizetype found = layout.indexOf("'" + row + "'", at);
-        QVERIFY2(found > at, qPrintable(row + " in " + layout));
-        at = found;
-    }
-    QVERIFY(layout.contains("'toggle-type': <'checkmark'>"));
-
-    // The icon the host shows: avatar with badge (full step of the pulse).
-    const QImage icon = SystemTray::drawIcon({"ada lovelace", 3, false});
-    QCOMPARE(icon.pixelColor(32, 32).alpha(), 255);
-    keep(icon, "tray-icon-avatar-badge.png");
-    QTest::qWait(1500); // let the panel draw the newest icon
-    QScreen *screen = QGuiApplication::primaryScreen();
-    const QImage strip = screen->grabWindow(0, 0, 0, 240, 32).toImage();
-    keep(strip.scaled(strip.size() * 2), "tray-panel.png");
-
-    app.tray().menu()->popup(QPoint(8, 34));
-    QVERIFY(QTest::qWaitForWindowExposed(app.tray().menu()));
-    QTest::qWait(300);
-    keep(screen->grabWindow(0, 0, 0, 520, 480).toImage(), "tray-menu.png");
-    app.tray().menu()->hide();
-
-    app.menuBar().clearAll();
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            return layoutOf(service, pm.captured(1))
-                .contains("最近消息 · 无未读");
-        },
-        5000));
-}
 
 QTEST_MAIN(TestTrayEndToEnd)
 #include "tst_traye2e.moc"

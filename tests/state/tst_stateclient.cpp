@@ -1,8 +1,6 @@
 #include "cli/CLIRunner.h"
 #include "state/SSELineSplitter.h"
-#include "state/AppState.h"
 #include "state/StateClient.h"
-#include "state/StateWiring.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
@@ -95,15 +93,147 @@ class TestStateClient : public QObject
 private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
 
-    void portFromEnvironment_data();
-    void portFromEnvironment();
-    void eventLines_data();
-    void eventLines();
-    void logsEachTransitionOnce();
-    void eventSplitAcrossChunksRefetchesOnce();
-    void serverThatDiesAndComesBackIsFollowed();
-    void unchangedDocumentCostsNothing();
-    void appStateFollowsTheClient();
+    void eventLines_data()
+    {
+        QTest::addColumn<QByteArray>("chunk");
+        QTest::addColumn<int>("changed");
+        QTest::newRow("carriage return and line feed") << QByteArray("event: changed\r\n") << 1;
+        QTest::newRow("no blank after the colon") << QByteArray("event:changed\n") << 1;
+        QTest::newRow("payload, comments and other events are ignored")
+            << QByteArray(": keep-alive\n\nevent: other\ndata: event: changed\n") << 0;
+        QTest::newRow("two in one chunk, then a partial one")
+            << QByteArray("event: changed\ndata: {}\n\nevent: changed\n\nevent: ch") << 2;
+        QTest::newRow("blanks around the line") << QByteArray("  event: changed \t\n") << 1;
+    }
+
+    void eventLines()
+    {
+        QFETCH(QByteArray, chunk);
+        QFETCH(int, changed);
+        SSELineSplitter lines;
+        QCOMPARE(lines.feed(chunk), changed);
+    }
+
+    void logsEachTransitionOnce()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        noToolEnvironment(env, port);
+        SimWeb sim;
+        QVERIFY(sim.start(port));
+
+        StateClient client;
+        QSignalSpy connection(&client, &StateClient::connectionChanged);
+        QSignalSpy state(&client, &StateClient::stateChanged);
+        client.start();
+        QVERIFY(log.contains(QStringLiteral("start: polling http://127.0.0.1:%1").arg(port)));
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000), qPrintable(log.dump()));
+        QVERIFY(log.waitFor(QStringLiteral("daemon: state server already responding — not spawning")));
+        QCOMPARE(client.connection(), StateClient::Connection::connected);
+        QCOMPARE(client.state().messages.size(), 13);
+        QCOMPARE(state.size(), 1);
+
+        // The server answers 500 for several polls in a row: offline once.
+        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500")}));
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
+        const int fetches = client.fetchCount();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
+        QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
+        QCOMPARE(log.find(QStringLiteral("offline: ")).level, QStringLiteral("info"));
+        QCOMPARE(log.find(QStringLiteral("offline: ")).category, QStringLiteral("stateclient"));
+        QCOMPARE(client.connection(), StateClient::Connection::offline);
+        QCOMPARE(client.state().messages.size(), 13); // the last good state stays
+
+        // Back: the connected line once more, with the counts; the unchanged document is not
+        // published again.
+        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200")}));
+        QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
+        const int fetchesBack = client.fetchCount();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
+        QCOMPARE(log.count(QStringLiteral("connected: ")), 2);
+        QCOMPARE(connection.size(), 3);
+        QCOMPARE(connection[0][0].value<StateClient::Connection>(), StateClient::Connection::connected);
+        QCOMPARE(connection[1][0].value<StateClient::Connection>(), StateClient::Connection::offline);
+        QCOMPARE(connection[2][0].value<StateClient::Connection>(), StateClient::Connection::connected);
+        // Byte-identical answers are neither decoded nor published again.
+        QCOMPARE(state.size(), 1);
+        QCOMPARE(client.decodeCount(), 1);
+    }
+
+    void eventSplitAcrossChunksRefetchesOnce()
+    {
+        TestEnv env;
+        LogCapture log;
+        ScriptedServer server;
+        noToolEnvironment(env, server.port());
+        StateClient client;
+        client.setPollIntervalForTesting(3600 * 1000);
+        client.start();
+        QVERIFY(log.waitFor(QStringLiteral("connected: 1 msgs, 1 contacts"), 10000));
+        QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 1; }, 5000));
+        QTest::qWait(200);
+        const int before = server.stateRequests;
+
+        server.sendEvent("event: chan");
+        QTest::qWait(300);
+        QCOMPARE(server.stateRequests, before);
+        server.body = documentWith(2);
+        server.sendEvent("ged\ndata: {}\n\n");
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
+        QCOMPARE(server.stateRequests, before + 1);
+
+        server.sendEvent("event: Changed\ndata: {}\n\n");
+        QTest::qWait(500);
+        QCOMPARE(server.stateRequests, before + 1);
+
+        // The stream ends: it is opened again after its delay, and announcements work again.
+        server.closeEvents();
+        QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
+        server.body = documentWith(3);
+        server.sendEvent("event: changed\r\n");
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 3; }, 5000));
+        QCOMPARE(server.stateRequests, before + 2);
+    }
+
+    void serverThatDiesAndComesBackIsFollowed()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        noToolEnvironment(env, port);
+        const QString file = env.root() + QStringLiteral("/state.json");
+        QVERIFY(writeFile(file, documentWith(5)));
+        auto sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+
+        StateClient client;
+        client.start();
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 5 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
+
+        // The file changes: the server announces it and the state follows.
+        QVERIFY(writeFile(file, documentWith(6)));
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 6; }, 5000));
+
+        // A document the decoder refuses counts as the server being away.
+        QVERIFY(writeFile(file, "{\"self\": 7}"));
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
+        QCOMPARE(client.state().messages.size(), 6);
+        QVERIFY(writeFile(file, documentWith(6)));
+        QVERIFY(log.waitFor(QStringLiteral("connected: 6 msgs, 1 contacts"), 10000));
+
+        sim.reset();
+        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000, 2));
+        QVERIFY(log.waitFor(QStringLiteral("daemon: spawn failed (binary not found / exec error)"), 10000));
+        QCOMPARE(client.connection(), StateClient::Connection::offline);
+
+        QVERIFY(writeFile(file, documentWith(8)));
+        sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
+        QCOMPARE(client.connection(), StateClient::Connection::connected);
+        QCOMPARE(log.count(QStringLiteral("offline: ")), 2);
+    }
 
 private:
     // Environment where an automatic start finds no tool, so only the test's server runs.
@@ -114,226 +244,6 @@ private:
         env.set("QUILLMOTE_BIN", env.root().toUtf8() + "/no-such-tool");
     }
 };
-
-void TestStateClient::portFromEnvironment_data()
-{
-    QTest::addColumn<QByteArray>("value"); // "unset" for no variable
-    QTest::addColumn<qint64>("port");
-    QTest::newRow("unset") << QByteArray("unset") << qint64(4599);
-    QTest::newRow("trailing letters") << QByteArray("80x") << qint64(4599);
-    QTest::newRow("8080") << QByteArray("8080") << qint64(8080);
-    QTest::newRow("beyond 64 bits") << QByteArray("99999999999999999999") << qint64(4599);
-}
-
-void TestStateClient::portFromEnvironment()
-{
-    QFETCH(QByteArray, value);
-    QFETCH(qint64, port);
-    TestEnv env;
-    if (value == "unset")
-        env.unset("QUILLMOTE_WEB_PORT");
-    else
-        env.set("QUILLMOTE_WEB_PORT", value);
-    StateClient client;
-    QCOMPARE(client.port(), port);
-    QCOMPARE(client.baseURL(), QStringLiteral("http://127.0.0.1:") + QString::number(port));
-}
-
-void TestStateClient::eventLines_data()
-{
-    QTest::addColumn<QList<QByteArray>>("chunks");
-    QTest::addColumn<QList<int>>("changedAfterEach");
-    using B = QList<QByteArray>;
-    using I = QList<int>;
-    QTest::newRow("split across chunks counts when the line ends") << B{"event: chan", "ged", "\n"} << I{0, 0, 1};
-    QTest::newRow("carriage return and line feed") << B{"event: changed\r\n"} << I{1};
-    QTest::newRow("no blank after the colon") << B{"event:changed\n"} << I{1};
-    QTest::newRow("capital C is another event") << B{"event: Changed\n", "data: {}\n\n"} << I{0, 0};
-    QTest::newRow("payload, comments and other events are ignored")
-        << B{": keep-alive\n\nevent: other\ndata: event: changed\n"} << I{0};
-    QTest::newRow("two in one chunk, then a partial one") << B{"event: changed\ndata: {}\n\nevent: changed\n\nevent: ch"}
-                                                         << I{2};
-    QTest::newRow("blanks around the line") << B{"  event: changed \t\n"} << I{1};
-}
-
-void TestStateClient::eventLines()
-{
-    QFETCH(QList<QByteArray>, chunks);
-    QFETCH(QList<int>, changedAfterEach);
-    SSELineSplitter lines;
-    for (qsizetype i = 0; i < chunks.size(); ++i)
-        QCOMPARE(lines.feed(chunks[i]), changedAfterEach[i]);
-}
-
-void TestStateClient::logsEachTransitionOnce()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    SimWeb sim;
-    QVERIFY(sim.start(port));
-
-    StateClient client;
-    QSignalSpy connection(&client, &StateClient::connectionChanged);
-    QSignalSpy state(&client, &StateClient::stateChanged);
-    client.start();
-    QVERIFY(log.contains(QStringLiteral("start: polling http://127.0.0.1:%1").arg(port)));
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000), qPrintable(log.dump()));
-    QVERIFY(log.waitFor(QStringLiteral("daemon: state server already responding — not spawning")));
-    QCOMPARE(client.connection(), StateClient::Connection::connected);
-    QCOMPARE(client.state().messages.size(), 13);
-    QCOMPARE(state.size(), 1);
-
-    // The server answers 500 for several polls in a row: offline once.
-    QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500")}));
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
-    const int fetches = client.fetchCount();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
-    QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
-    QCOMPARE(log.find(QStringLiteral("offline: ")).level, QStringLiteral("info"));
-    QCOMPARE(log.find(QStringLiteral("offline: ")).category, QStringLiteral("stateclient"));
-    QCOMPARE(client.connection(), StateClient::Connection::offline);
-    QCOMPARE(client.state().messages.size(), 13); // the last good state stays
-
-    // Back: the connected line once more, with the counts; the unchanged document is not
-    // published again.
-    QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200")}));
-    QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
-    const int fetchesBack = client.fetchCount();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
-    QCOMPARE(log.count(QStringLiteral("connected: ")), 2);
-    QCOMPARE(connection.size(), 3);
-    QCOMPARE(connection[0][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-    QCOMPARE(connection[1][0].value<StateClient::Connection>(), StateClient::Connection::offline);
-    QCOMPARE(connection[2][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-    QCOMPARE(state.size(), 1);
-}
-
-void TestStateClient::eventSplitAcrossChunksRefetchesOnce()
-{
-    TestEnv env;
-    LogCapture log;
-    ScriptedServer server;
-    noToolEnvironment(env, server.port());
-    StateClient client;
-    client.setPollIntervalForTesting(3600 * 1000);
-    client.start();
-    QVERIFY(log.waitFor(QStringLiteral("connected: 1 msgs, 1 contacts"), 10000));
-    QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 1; }, 5000));
-    QTest::qWait(200);
-    const int before = server.stateRequests;
-
-    server.sendEvent("event: chan");
-    QTest::qWait(300);
-    QCOMPARE(server.stateRequests, before);
-    server.body = documentWith(2);
-    server.sendEvent("ged\ndata: {}\n\n");
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
-    QCOMPARE(server.stateRequests, before + 1);
-
-    server.sendEvent("event: Changed\ndata: {}\n\n");
-    QTest::qWait(500);
-    QCOMPARE(server.stateRequests, before + 1);
-
-    // The stream ends: it is opened again after its delay, and announcements work again.
-    server.closeEvents();
-    QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
-    server.body = documentWith(3);
-    server.sendEvent("event: changed\r\n");
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 3; }, 5000));
-    QCOMPARE(server.stateRequests, before + 2);
-}
-
-void TestStateClient::serverThatDiesAndComesBackIsFollowed()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    const QString file = env.root() + QStringLiteral("/state.json");
-    QVERIFY(writeFile(file, documentWith(5)));
-    auto sim = std::make_unique<SimWeb>();
-    QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
-
-    StateClient client;
-    client.start();
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 5 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
-
-    // The file changes: the server announces it and the state follows.
-    QVERIFY(writeFile(file, documentWith(6)));
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 6; }, 5000));
-
-    // A document the decoder refuses counts as the server being away.
-    QVERIFY(writeFile(file, "{\"self\": 7}"));
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
-    QCOMPARE(client.state().messages.size(), 6);
-    QVERIFY(writeFile(file, documentWith(6)));
-    QVERIFY(log.waitFor(QStringLiteral("connected: 6 msgs, 1 contacts"), 10000));
-
-    sim.reset();
-    QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000, 2));
-    QVERIFY(log.waitFor(QStringLiteral("daemon: spawn failed (binary not found / exec error)"), 10000));
-    QCOMPARE(client.connection(), StateClient::Connection::offline);
-
-    QVERIFY(writeFile(file, documentWith(8)));
-    sim = std::make_unique<SimWeb>();
-    QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
-    QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
-    QCOMPARE(client.connection(), StateClient::Connection::connected);
-    QCOMPARE(log.count(QStringLiteral("offline: ")), 2);
-}
-
-void TestStateClient::unchangedDocumentCostsNothing()
-{
-    TestEnv env;
-    LogCapture log;
-    const quint16 port = freePort();
-    noToolEnvironment(env, port);
-    SimWeb sim;
-    QVERIFY(sim.start(port));
-    StateClient client;
-    client.setPollIntervalForTesting(3600 * 1000);
-    QSignalSpy state(&client, &StateClient::stateChanged);
-    client.start();
-    QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs"), 10000));
-    QCOMPARE(client.fetchCount(), 1); // the probe is not a fetch
-    QCOMPARE(client.decodeCount(), 1);
-
-    const int fetches = client.fetchCount();
-    for (int i = 0; i < 3; ++i)
-        client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 3; }, 5000));
-    QCOMPARE(client.decodeCount(), 1);
-    QCOMPARE(state.size(), 1);
-
-    // A pushed message is announced on the stream and decoded once.
-    QVERIFY(sim.command({QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("zed"), QStringLiteral("--text"),
-                         QStringLiteral("hello")}));
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 14; }, 5000));
-    QCOMPARE(client.state().messages.last().peer, QStringLiteral("zed"));
-    QCOMPARE(client.decodeCount(), 2);
-    QCOMPARE(state.size(), 2);
-}
-
-void TestStateClient::appStateFollowsTheClient()
-{
-    TestEnv env;
-    ScriptedServer server;
-    noToolEnvironment(env, server.port());
-    server.body = documentWith(2);
-    StateClient client;
-    client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
-
-    AppState appState;
-    StateWiring::connectClient(&client, &appState);
-    QCOMPARE(appState.state().messages.size(), 2); // what the client already held
-    server.body = documentWith(4);
-    client.refresh();
-    QVERIFY(QTest::qWaitFor([&] { return appState.state().messages.size() == 4; }, 5000));
-    QCOMPARE(appState.state(), client.state());
-}
 
 QTEST_GUILESS_MAIN(TestStateClient)
 #include "tst_stateclient.moc"

@@ -69,12 +69,6 @@ bool LogCapture::waitFor(const QString &fragment, int timeoutMs, int times) cons
     return QTest::qWaitFor([&] { return count(fragment) >= times; }, timeoutMs);
 }
 
-void LogCapture::clear()
-{
-    QMutexLocker lock(&m_lock);
-    m_lines.clear();
-}
-
 QString LogCapture::dump() const
 {
     QMutexLocker lock(&m_lock);

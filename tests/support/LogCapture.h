@@ -29,7 +29,6 @@ public:
     Line find(const QString &fragment) const;
     // Waits until at least `times` lines contain the fragment.
     bool waitFor(const QString &fragment, int timeoutMs = 5000, int times = 1) const;
-    void clear();
     // All lines, one per row, for failure messages.
     QString dump() const;
 

