@@ -55,6 +55,27 @@ private Q_SLOTS:
         QCOMPARE(m_server->last().body, QStringLiteral("early"));
     }
 
+    void aServerStartedByTheFirstQuestionIsAskedOnce()
+    {
+        // Bus activation: the server appears while our first probe waits for it.
+        m_server->autoAnswer = false;
+        m_ctl->bootstrap();
+        m_server->onServerChanged(true);
+        m_server->answerProbe();
+        QVERIFY(m_ctl->isEnabled());
+        QCOMPARE(m_lines.count(QStringLiteral("notifications: authorization granted")), 1);
+        // If the server asked first went away instead, the one that appeared is asked.
+        m_server->onServerChanged(false);
+        m_ctl->bootstrap();
+        m_server->onServerChanged(true);
+        m_server->server.available = false;
+        m_server->answerProbe();
+        QVERIFY(m_server->pendingProbe);
+        m_server->server.available = true;
+        m_server->answerProbe();
+        QVERIFY(m_ctl->isEnabled());
+    }
+
     void urgency_data()
     {
         QTest::addColumn<std::optional<bool>>("mapping"); // nullopt: never set (default on)

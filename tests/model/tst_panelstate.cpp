@@ -54,6 +54,27 @@ private Q_SLOTS:
         QVERIFY(!(changed == *state));
     }
 
+    void aNewStateSharesWhatDidNotChange()
+    {
+        const auto before = PanelState::decode(documentWithMessages(
+            QByteArray("[") + kMessage + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}}])"));
+        // m1 moved behind a new message, m2 was edited, m3 is new.
+        auto after = PanelState::decode(documentWithMessages(
+            R"([{"id":"m3","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:02:00Z","content":{"text":"new"}},)"
+            + QByteArray(kMessage)
+            + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"edited"}}])"));
+        QVERIFY(before && after);
+        const PanelState decoded = *after;
+        after->shareUnchanged(*before);
+        QCOMPARE(*after, decoded); // the values stay the same
+        const auto sharesContent = [](const Message &a, const Message &b) {
+            return a.content.members().data() == b.content.members().data();
+        };
+        QVERIFY(sharesContent(after->messages[1], before->messages[0]));
+        QVERIFY(!sharesContent(after->messages[2], before->messages[1]));
+        QCOMPARE(after->contacts[0].handle.constData(), before->contacts[0].handle.constData());
+    }
+
     void scalarMembersAreStrict_data()
     {
         QTest::addColumn<QByteArray>("json");
