@@ -134,7 +134,9 @@ bool readOptionalString(element e, std::optional<QString> &out, Interner &intern
     return true;
 }
 
-bool decodeIdentity(element e, QString &handle, QString &fingerprint)
+// A handle and a fingerprint, both required; contacts also read an optional status.
+bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optional<QString> *status = nullptr,
+                    Interner *interner = nullptr)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -149,6 +151,9 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint)
             if (!readString(field.value, fingerprint))
                 return false;
             hasFingerprint = true;
+        } else if (status && field.key == "status") {
+            if (!readOptionalString(field.value, *status, *interner))
+                return false;
         }
     }
     return hasHandle && hasFingerprint;
@@ -156,28 +161,9 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint)
 
 bool decodeRecord(element e, SelfInfo &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
 bool decodeRecord(element e, PendingConnect &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-
 bool decodeRecord(element e, Contact &out, Interner &interner)
 {
-    simdjson::dom::object o;
-    if (e.get_object().get(o) != simdjson::SUCCESS)
-        return false;
-    bool hasHandle = false, hasFingerprint = false;
-    for (const auto field : o) {
-        if (field.key == "handle") {
-            if (!readString(field.value, out.handle))
-                return false;
-            hasHandle = true;
-        } else if (field.key == "fingerprint") {
-            if (!readString(field.value, out.fingerprint))
-                return false;
-            hasFingerprint = true;
-        } else if (field.key == "status") {
-            if (!readOptionalString(field.value, out.status, interner))
-                return false;
-        }
-    }
-    return hasHandle && hasFingerprint;
+    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &interner);
 }
 
 bool decodeRecord(element e, Message &out, Interner &interner)

@@ -72,11 +72,11 @@ SystemTray::SystemTray(QObject *parent)
             m_menu->popup(QCursor::pos());
         }
     });
-    if (m_available || QGuiApplication::platformName() == QLatin1String("xcb")) {
-        m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon({})))); // Qt refuses to show an icon without one
+    // Under X11 Qt embeds the icon by itself once a host appears, so it is shown regardless.
+    m_shown = m_available || QGuiApplication::platformName() == QLatin1String("xcb");
+    setIcon({}); // before show(): Qt refuses to show an icon without a picture
+    if (m_shown)
         m_icon->show();
-    }
-    setIcon({});
     if (m_available)
         Log::emit(Log::Category::menubar, QStringLiteral("menubar: tray icon shown"));
 }
@@ -115,7 +115,7 @@ QImage SystemTray::drawIcon(const TrayIconState &state, int size)
 void SystemTray::setIcon(const TrayIconState &state)
 {
     m_state = state;
-    if (m_icon && (m_available || m_icon->isVisible())) {
+    if (m_icon && m_shown) {
         m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon(state))));
         m_icon->setToolTip(state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(state.badge)
                                            : QStringLiteral("Quillmote"));

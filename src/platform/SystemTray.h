@@ -46,4 +46,5 @@ private:
     TrayIconState m_state;
     QTimer m_rebuild;
     bool m_available = false;
+    bool m_shown = false; // pictures are drawn only for an icon that can be seen
 };
