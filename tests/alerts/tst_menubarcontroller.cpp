@@ -137,23 +137,6 @@ private Q_SLOTS:
         QCOMPARE(opened, QStringList{"alice"});
     }
 
-    void relativeTime_data()
-    {
-        QTest::addColumn<int>("seconds");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("1 min") << 60 << "1 分钟前";
-        QTest::newRow("1 h") << 3600 << "1 小时前";
-        QTest::newRow("2 d") << 2 * 86400 + 5 << "2 天前";
-        QTest::newRow("clock went back") << -30 << "刚刚";
-    }
-    void relativeTime()
-    {
-        QFETCH(int, seconds);
-        QFETCH(QString, text);
-        const QDateTime then = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
-        QCOMPARE(MenuBarController::relativeTime(then, then.addSecs(seconds)), text);
-    }
-
     void quickSwitchesShowAndToggleTheSettings()
     {
         SettingsStore::setFlag(SettingsStore::Key::quietWhenFocused, true);
@@ -180,23 +163,6 @@ private Q_SLOTS:
         const MenuEntry *reopened = find(again, "快捷开关");
         QVERIFY(!reopened->children[2].checked);
         QVERIFY(reopened->children[6].checked);
-    }
-
-    void commandsReachTheirCallbacks()
-    {
-        QStringList calls;
-        m_menu->onOpenApp = [&] { calls << "app"; };
-        m_menu->onOpenPreferences = [&] { calls << "prefs"; };
-        m_menu->onQuit = [&] { calls << "quit"; };
-        const QList<MenuEntry> rows = m_tray->open();
-        find(rows, "打开 Quillmote")->trigger();
-        find(rows, "偏好设置…")->trigger();
-        find(rows, "退出 Quillmote")->trigger();
-        QCOMPARE(calls, (QStringList{"app", "prefs", "quit"}));
-        m_menu->addMessage("a", "@a", "b");
-        const QList<MenuEntry> withOne = m_tray->open();
-        find(withOne, "清除全部")->trigger();
-        QCOMPARE(m_menu->unread(), 0);
     }
 
 private:

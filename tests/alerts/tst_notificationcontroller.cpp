@@ -1,6 +1,5 @@
 // The banner logic against a fake server: what a banner carries, which banner a message
 // replaces, and where actions and replies go.
-#include "alerts/MonogramAvatar.h"
 #include "alerts/NotificationController.h"
 #include "app/SettingsStore.h"
 #include "fakes/FakeNotifications.h"
@@ -107,24 +106,6 @@ private Q_SLOTS:
         m_ctl->bootstrap();
         m_ctl->present(frame("alice", "<b>x</b> & y"));
         QCOMPARE(m_server->last().body, QStringLiteral("&lt;b&gt;x&lt;/b&gt; &amp; y"));
-    }
-
-    void initials_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("initials");
-        QTest::newRow("empty") << "" << "?";
-        QTest::newRow("one word") << "alice" << "AL";
-        QTest::newRow("two words") << "ada lovelace" << "AL";
-        QTest::newRow("handle separators") << "john_doe-x" << "JD";
-        QTest::newRow("chinese") << "张三丰" << "张三";
-        QTest::newRow("astral") << "😀smile" << "😀S";
-    }
-    void initials()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, initials);
-        QCOMPARE(MonogramAvatar::initials(name), initials);
     }
 
     void sameMsgIdReplacesTheEarlierBanner()

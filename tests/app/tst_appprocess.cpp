@@ -78,25 +78,6 @@ private Q_SLOTS:
         QCOMPARE(app.proc.exitCode(), 0);
         QVERIFY(!QFile::exists(env.socketPath()));
     }
-
-    void secondInstanceLeavesTheFirstHearing()
-    {
-        TestEnv env;
-        App first(env);
-        QVERIFY(first.waitFor("socket: listening at"));
-        {
-            App second(env);
-            QVERIFY2(second.waitFor("another instance"), qPrintable(second.log()));
-            second.proc.terminate();
-            QVERIFY(second.proc.waitForFinished(5000));
-            QCOMPARE(second.proc.exitCode(), 0);
-        }
-        QVERIFY(QFile::exists(env.socketPath()));
-        UnixClient c;
-        QVERIFY(c.connectTo(env.socketPath()));
-        QVERIFY(c.write(R"({"type":"notify","sender":"alice","body":"still","msgId":"s1"})" "\n"));
-        QVERIFY(first.waitFor("socket: onNotify s1 from @alice"));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestAppProcess)

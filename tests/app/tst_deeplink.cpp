@@ -18,18 +18,12 @@ private Q_SLOTS:
         QTest::newRow("host in capitals, doubled slash")
             << "quillmote://CONVERSATION//bob/extra" << int(K::conversation) << "bob"
             << "url-scheme: deep-link → opened + selected @bob";
-        QTest::newRow("open?conversation") << "quillmote://open?conversation=x" << int(K::conversation) << "x"
-                                           << "url-scheme: deep-link → opened + selected @x";
         QTest::newRow("conversation wins over sender")
             << "quillmote://open?sender=s&conversation=c" << int(K::conversation) << "c"
             << "url-scheme: deep-link → opened + selected @c";
-        QTest::newRow("legacy wake-up") << "quillmote://open?sender=x" << int(K::legacyWakeup) << "x"
-                                        << "url-scheme: open?sender=@x — legacy wakeup, no-op on receive";
         QTest::newRow("empty conversation falls to sender") << "quillmote://open?conversation=&sender=y"
                                                             << int(K::legacyWakeup) << "y"
                                                             << "url-scheme: open?sender=@y — legacy wakeup, no-op on receive";
-        QTest::newRow("no handle") << "quillmote://conversation/" << int(K::noTarget) << ""
-                                   << "url-scheme: no conversation target in quillmote://conversation/";
         QTest::newRow("other scheme") << "https://conversation/alice" << int(K::notQuillmote) << ""
                                       << "url-scheme: ignoring non-quillmote URL";
     }

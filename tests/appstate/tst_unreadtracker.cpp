@@ -22,13 +22,6 @@ private Q_SLOTS:
     void init() { m_env = std::make_unique<TestEnv>(); }
     void cleanup() { m_env.reset(); }
 
-    void neverMarkedCountsEverything()
-    {
-        UnreadTracker tracker;
-        QCOMPARE(tracker.unreadCount("bob", {at("2024-05-01T10:00:00Z"), at("garbage"), at("")}), 3);
-        QCOMPARE(tracker.unreadCount("bob", QList<Message>()), 0);
-    }
-
     void markIsInclusiveAndMillisecondExact()
     {
         UnreadTracker tracker;

@@ -5,12 +5,10 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QTest>
 
 #include <atomic>
 #include <memory>
-#include <random>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -110,54 +108,6 @@ private Q_SLOTS:
         QCOMPARE(log.count(QStringLiteral("ignored")), 1);
     }
 
-    void deliversEveryFrameFromConcurrentTerminals()
-    {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
-
-        constexpr int clients = 8, perClient = 125;
-        std::atomic<int> failures{0};
-        std::vector<std::thread> threads;
-        for (int t = 0; t < clients; ++t) {
-            threads.emplace_back([&, t] {
-                UnixClient c;
-                if (!c.connectTo(env.socketPath())) {
-                    ++failures;
-                    return;
-                }
-                std::mt19937 rng(t);
-                QByteArray batch;
-                for (int i = 0; i < perClient; ++i) {
-                    batch += notifyLine(QStringLiteral("agent%1").arg(t), QStringLiteral("第%1条\\n消息 \\\"q\\\"").arg(i),
-                                        QStringLiteral("%1-%2").arg(t).arg(i));
-                    // Random cuts: some frames split across writes, some several to a write.
-                    while (batch.size() > 0 && rng() % 3 == 0) {
-                        const int n = 1 + int(rng() % quint32(batch.size()));
-                        if (!c.write(batch.left(n)))
-                            ++failures;
-                        batch.remove(0, n);
-                    }
-                }
-                if (!c.write(batch))
-                    ++failures;
-            });
-        }
-        for (auto &t : threads)
-            t.join();
-        QCOMPARE(failures.load(), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(h.frames.size(), clients * perClient, 10000);
-
-        QSet<QString> ids;
-        for (const NotifyFrame &f : h.frames) {
-            ids.insert(*f.msgId);
-            QVERIFY(f.body.contains(QStringLiteral("\n消息 \"q\"")));
-        }
-        QCOMPARE(ids.size(), clients * perClient);
-        QCOMPARE(log.count(QStringLiteral("ignored")), 0);
-    }
-
     void refusesPathsLongerThanTheKernelTakes()
     {
         TestEnv env;
@@ -208,33 +158,6 @@ private Q_SLOTS:
         QVERIFY(log.waitFor(QStringLiteral("stopped reading")));
         // One send timeout at most, however long the stalled terminal stays stalled.
         QVERIFY2(worst < (SocketServer::sendTimeoutSeconds + 2) * 1000, qPrintable(QString::number(worst)));
-    }
-
-    void simulatorReceivesRepliesAndFillsByteForByte()
-    {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
-
-        QProcess sim;
-        sim.start(simPath(), {"notify", "--sender", "alice", "--body", "hello/world", "--msg-id", "m7", "--focused",
-                              "--code", "ls -la", "--listen"});
-        QTRY_COMPARE(h.frames.size(), 1);
-        const NotifyFrame f = h.frames[0];
-        QCOMPARE(f.sender, QStringLiteral("alice"));
-        QCOMPARE(f.focused, std::optional<bool>(true));
-        QCOMPARE(f.hasCode, std::optional<bool>(true));
-        QCOMPARE(f.codeText, std::optional<QString>(QStringLiteral("ls -la")));
-
-        QVERIFY(h.server.broadcast(ReplyFrame{f.sender, QStringLiteral("收到 a/b"), f.msgId}));
-        QVERIFY(h.server.broadcast(FillFrame{*f.codeText, {}}));
-        QTRY_VERIFY_WITH_TIMEOUT(sim.bytesAvailable() > 0 && sim.peek(4096).count('\n') >= 2, 5000);
-        QCOMPARE(sim.readLine(), QByteArray("{\"type\":\"reply\",\"sender\":\"alice\",\"text\":\"\xe6\x94\xb6\xe5\x88\xb0 a\\/b\","
-                                            "\"msgId\":\"m7\"}\n"));
-        QCOMPARE(sim.readLine(), QByteArray("{\"type\":\"fill\",\"text\":\"ls -la\"}\n"));
-        sim.terminate();
-        QVERIFY(sim.waitForFinished(5000));
     }
 };
 

@@ -23,7 +23,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("type");
         QTest::addColumn<int>("family"); // -1: none
         QTest::newRow("finding") << "agent.finding" << int(MessageTypeFamily::finding);
-        QTest::newRow("findings plural") << "agent.findings" << int(MessageTypeFamily::finding);
         QTest::newRow("task dotted") << "agent.task.created" << int(MessageTypeFamily::task);
         QTest::newRow("artifact dotted") << "artifact.file" << int(MessageTypeFamily::artifact);
         QTest::newRow("bare artifact") << "artifact" << -1;
@@ -43,7 +42,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QString>("expected"); // "text:<text>" or "data"
         QTest::newRow("text only") << QByteArray(R"({"text":"Hello"})") << "text:Hello";
-        QTest::newRow("empty parts and text") << QByteArray(R"({"parts":[],"text":"T"})") << "text:T";
         QTest::newRow("unusable parts and text") << QByteArray(R"({"parts":[1,{"kind":3},{}],"text":"T"})") << "text:T";
         QTest::newRow("parts not an array") << QByteArray(R"({"parts":{"kind":"code"},"text":"T"})") << "text:T";
         QTest::newRow("text not a string") << QByteArray(R"({"text":5})") << "data";

@@ -1,7 +1,6 @@
 #include "model/MessageTime.h"
 #include "model/PanelState.h"
 
-#include <QJsonDocument>
 #include <QTest>
 
 namespace {
@@ -175,31 +174,6 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(double, millis);
         QCOMPARE(MessageTime::millis(text), millis);
-    }
-
-    void prettyRendering()
-    {
-        const JSONValue bare = JSONValue::string(QStringLiteral("hi"));
-        QCOMPARE(bare.pretty(), QStringLiteral("{\n    \"value\" : \"hi\"\n}"));
-
-        const auto state = PanelState::decode(
-            R"({"messages":[{"id":"m","peer":"b","direction":"in","type":"t","createdAt":"x","content":{"zeta":[1,2.5],"alpha":{"b":true,"a":null}}}]})");
-        QVERIFY(state && state->messages.size() == 1);
-        QCOMPARE(state->messages[0].content.pretty(), QStringLiteral(R"({
-    "alpha" : {
-        "a" : null,
-        "b" : true
-    },
-    "zeta" : [
-        1,
-        2.5
-    ]
-})"));
-        // The rendering is JSON a standard parser reads back.
-        QJsonParseError err{};
-        QJsonDocument::fromJson(state->messages[0].content.pretty().toUtf8(), &err);
-        QCOMPARE(err.error, QJsonParseError::NoError);
-        QCOMPARE(JSONValue::null().pretty(), QStringLiteral("null"));
     }
 };
 

@@ -9,20 +9,6 @@ class TestAutostart : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void registersWhenMissing()
-    {
-        TestEnv env;
-        QCOMPARE(XdgAutostart::entryPath(), env.configHome() + "/autostart/quillmote-notifier.desktop");
-        QCOMPARE(XdgAutostart::status(), XdgAutostart::Status::notRegistered);
-        QString error;
-        QVERIFY2(XdgAutostart::registerEntry("/opt/my apps/quillmote-notifier", &error), qPrintable(error));
-        QCOMPARE(XdgAutostart::status(), XdgAutostart::Status::enabled);
-        QFile f(XdgAutostart::entryPath());
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        const QByteArray text = f.readAll();
-        QVERIFY(text.startsWith("[Desktop Entry]\n"));
-        QVERIFY(text.contains("\nExec=\"/opt/my apps/quillmote-notifier\"\n"));
-    }
 
     void respectsTheUsersChoice_data()
     {

@@ -15,12 +15,9 @@
 #include "ui/PreferencesWindowController.h"
 
 #include <QDir>
-#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -37,25 +34,6 @@ void saveShot(QQuickWindow *window, const QString &name)
         return;
     QDir().mkpath(dir);
     QVERIFY(shot.save(dir + QLatin1Char('/') + name));
-}
-
-// A conversation with every content kind, for the screenshots; the times are set relative
-// to now so the list reads "minutes ago".
-QByteArray showcaseDocument()
-{
-    QFile f(sourceDir() + QStringLiteral("/tests/data/showcase.json"));
-    if (!f.open(QIODevice::ReadOnly))
-        return {};
-    QJsonObject doc = QJsonDocument::fromJson(f.readAll()).object();
-    QJsonArray messages;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const QJsonValue &v : doc.value("messages").toArray()) {
-        QJsonObject m = v.toObject();
-        m.insert("createdAt", now.addSecs(-60LL * m.take("minutesAgo").toInt()).toString(Qt::ISODate));
-        messages.append(m);
-    }
-    doc.insert("messages", messages);
-    return QJsonDocument(doc).toJson();
 }
 
 // Items made by repeaters and loaders hang in the item tree only.
@@ -179,34 +157,6 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return !state.sessions().isEmpty(); }, 5000));
         vm->openPreferences();
         QVERIFY(prefs);
-    }
-
-    void screenshotsOfConversationAndProfile()
-    {
-        TestEnv env;
-        const QString file = env.root() + QStringLiteral("/state.json");
-        QFile f(file);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(showcaseDocument());
-        f.close();
-        const quint16 port = freePort();
-        SimWeb web;
-        QVERIFY(web.start(port, {QStringLiteral("--state"), file}));
-        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
-
-        AppState state;
-        StateClient client;
-        StateWiring::connectClient(&client, &state);
-        MainWindowController controller(state, client);
-        controller.window()->setGeometry(QRect(40, 40, 1040, 720));
-        controller.open(QStringLiteral("bot-reviewer"));
-        QVERIFY(QTest::qWaitFor([&] { return controller.viewModel()->conversationModel()->rowCount() == 9; }, 10000));
-        saveShot(controller.window(), QStringLiteral("main-window.png"));
-
-        controller.viewModel()->openProfile();
-        QCOMPARE(controller.viewModel()->detail(), QStringLiteral("profile"));
-        QCOMPARE(controller.viewModel()->selfFingerprint(), QStringLiteral("A1B2 C3D4 E5F6 0718 293A 4B5C 6D7E 8F90"));
-        saveShot(controller.window(), QStringLiteral("main-profile.png"));
     }
 
     void previewAndPreferences()
