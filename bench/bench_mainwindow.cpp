@@ -1,6 +1,7 @@
 // The main window with a 100k-message history: the longest block of the main thread while
-// selecting a conversation (model switch plus the first frame of the list) and while
-// typing into the sidebar's search field, one keystroke at a time.
+// selecting a conversation (model switch plus the first frame of the list), while typing
+// into the sidebar's search field, one keystroke at a time, and while a new message for the
+// open conversation arrives.
 #include "BenchReport.h"
 
 #include "platform/QmlViews.h"
@@ -70,7 +71,7 @@ int main(int argc, char **argv)
     // which is how long a key press would wait.
     int frames = 0;
     QObject::connect(window->window(), &QQuickWindow::frameSwapped, [&] { ++frames; });
-    auto block = [&](auto &&step) {
+    auto block = [&](auto &&step, int settleMs = 200) {
         QElapsedTimer clock;
         clock.start();
         qint64 last = 0, worst = 0;
@@ -88,7 +89,7 @@ int main(int argc, char **argv)
             step();
         });
         QEventLoop settle;
-        QTimer::singleShot(200, &settle, &QEventLoop::quit);
+        QTimer::singleShot(settleMs, &settle, &QEventLoop::quit);
         settle.exec();
         if (frames == framesBefore) {
             std::fprintf(stderr, "bench_mainwindow: no frame was rendered\n");
@@ -111,6 +112,31 @@ int main(int argc, char **argv)
         typeMax = std::max(typeMax, block([&] { vm.setSearchText(typed.left(n)); }));
     reportBench(QStringLiteral("mainwindow search keystroke (100k msgs, longest block)"), typeMax, QStringLiteral("ms"),
                 QStringLiteral("frame budget"), 16.0);
+    // New messages for the open conversation, as the state client hands them over: derived
+    // on a worker thread, against the same change derived on the main thread.
+    vm.selectConversation(QStringLiteral("alice"));
+    PanelState next = state.state();
+    auto arrive = [&] {
+        const qsizetype n = next.messages.size();
+        next.messages.append(Message{QStringLiteral("new%1").arg(n), QStringLiteral("alice"), QStringLiteral("in"),
+                                     QStringLiteral("text"), QStringLiteral("delivered"), QStringLiteral("2025-01-01T08:00:00Z"),
+                                     JSONValue::object({{QStringLiteral("text"), JSONValue::string(QStringLiteral("just in"))}})});
+        return next;
+    };
+    double workerMax = 0, mainMax = 0;
+    for (int i = 0; i < 3; ++i) {
+        const PanelState pushed = arrive();
+        workerMax = std::max(workerMax, block([&] { state.submitState(pushed); }, 1000));
+        if (state.state().messages.size() != pushed.messages.size()) {
+            std::fprintf(stderr, "bench_mainwindow: the pushed state was not adopted within a second\n");
+            return 1;
+        }
+        const PanelState again = arrive();
+        mainMax = std::max(mainMax, block([&] { state.setState(again); }));
+    }
+    reportBench(QStringLiteral("mainwindow new message (100k msgs, longest block)"), workerMax, QStringLiteral("ms"),
+                QStringLiteral("derived on the main thread"), mainMax);
+
     window.reset(); // before the view model: its bindings read it until then
     return 0;
 }

@@ -5,7 +5,9 @@
 #include "state/UnreadTracker.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QThread>
+#include <QThreadPool>
 
 #include <algorithm>
 
@@ -17,7 +19,7 @@ struct AppState::MessageInfo {
 };
 
 struct AppState::PeerInfo {
-    QList<qsizetype> messages; // indices into m_state.messages, oldest first
+    QList<qsizetype> messages; // indices into the document's messages, oldest first
     QList<std::optional<double>> incomingTimes; // what can be unread
     QString peerLower;
     QString previewText;
@@ -31,6 +33,16 @@ struct AppState::PeerInfo {
     std::optional<double> newestTime; // among the times that parse
 };
 
+// One document with everything derived from it; never changed once made, so workers and
+// the main thread can hold it at the same time.
+struct AppState::Derived {
+    PanelState state;
+    QList<Session> sessions;
+    QHash<QString, std::shared_ptr<const MessageInfo>> infoById;
+    QHash<QString, PeerInfo> peers;
+    QHash<QString, qsizetype> contactByHandle;
+};
+
 namespace {
 constexpr char16_t kSeparator = u'\x1f';
 }
@@ -38,6 +50,7 @@ constexpr char16_t kSeparator = u'\x1f';
 AppState::AppState(QObject *parent, UnreadTracker::Storage marks)
     : QObject(parent)
     , m_unread(new UnreadTracker(this, marks))
+    , m_derived(std::make_shared<const Derived>())
 {
     connect(m_unread, &UnreadTracker::changed, this, &AppState::unreadChanged);
 }
@@ -52,28 +65,71 @@ void AppState::assertMainThread() const
 void AppState::setState(const PanelState &state)
 {
     assertMainThread();
-    m_state = state;
-    rebuild();
+    ++m_generation;
+    m_pending.reset();
+    adopt(derive(state, *m_derived));
+}
+
+void AppState::submitState(const PanelState &state)
+{
+    assertMainThread();
+    m_pending = state;
+    if (!m_deriving)
+        deriveNextInBackground();
+}
+
+void AppState::deriveNextInBackground()
+{
+    m_deriving = true;
+    const PanelState state = *std::exchange(m_pending, std::nullopt);
+    const std::shared_ptr<const Derived> previous = m_derived;
+    const quint64 generation = m_generation;
+    QPointer<AppState> self(this);
+    QThreadPool::globalInstance()->start([self, state, previous, generation] {
+        std::shared_ptr<const Derived> derived = derive(state, *previous);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, derived = std::move(derived), generation]() mutable {
+                if (!self)
+                    return;
+                self->m_deriving = false;
+                if (generation == self->m_generation)
+                    self->adopt(std::move(derived));
+                if (self && self->m_pending && !self->m_deriving)
+                    self->deriveNextInBackground();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void AppState::adopt(std::shared_ptr<const Derived> derived)
+{
+    std::shared_ptr<const Derived> previous = std::exchange(m_derived, std::move(derived));
     m_filteredValid = false;
     Q_EMIT stateChanged();
     Q_EMIT filteredSessionsChanged();
     reconcileSelection();
     markSelectionRead();
+    // Freeing a long history's derivation takes milliseconds; the views have let go of the
+    // old records by now, so a worker can do it.
+    QThreadPool::globalInstance()->start([previous = std::move(previous)]() mutable { previous.reset(); });
 }
 
 const PanelState &AppState::state() const
 {
     assertMainThread();
-    return m_state;
+    return m_derived->state;
 }
 
-void AppState::rebuild()
+std::shared_ptr<const AppState::Derived> AppState::derive(const PanelState &state, const Derived &previous)
 {
-    const QList<Message> &messages = m_state.messages;
+    auto next = std::make_shared<Derived>();
+    next->state = state;
+    const QList<Message> &messages = next->state.messages;
+    const QList<Contact> &contacts = next->state.contacts;
 
-    m_contactByHandle.clear();
-    for (qsizetype i = 0; i < m_state.contacts.size(); ++i)
-        m_contactByHandle.insert(m_state.contacts[i].handle, i);
+    for (qsizetype i = 0; i < contacts.size(); ++i)
+        next->contactByHandle.insert(contacts[i].handle, i);
 
     // Derived texts are reused for messages that did not change since the last state.
     QHash<QString, std::shared_ptr<const MessageInfo>> infos;
@@ -83,7 +139,7 @@ void AppState::rebuild()
     for (qsizetype i = 0; i < messages.size(); ++i) {
         const Message &m = messages[i];
         std::shared_ptr<const MessageInfo> info;
-        if (const auto old = m_infoById.constFind(m.id); old != m_infoById.constEnd() && (*old)->message == m)
+        if (const auto old = previous.infoById.constFind(m.id); old != previous.infoById.constEnd() && (*old)->message == m)
             info = *old;
         else
             info = std::make_shared<const MessageInfo>(
@@ -109,20 +165,20 @@ void AppState::rebuild()
         }
     }
 
-    m_sessions.clear();
-    m_sessions.reserve(peerOrder.size() + m_state.contacts.size());
+    QList<Session> &sessions = next->sessions;
+    sessions.reserve(peerOrder.size() + contacts.size());
     for (const QString &handle : peerOrder) {
         PeerInfo &peer = peers[handle];
         const Message &last = messages[peer.last];
-        const auto contactIndex = m_contactByHandle.constFind(handle);
-        m_sessions.append(Session{handle, last, peer.lastTime,
-                                  contactIndex == m_contactByHandle.constEnd()
-                                      ? std::nullopt
-                                      : std::optional<Contact>(m_state.contacts[*contactIndex])});
+        const auto contactIndex = next->contactByHandle.constFind(handle);
+        sessions.append(Session{handle, last, peer.lastTime,
+                                contactIndex == next->contactByHandle.constEnd()
+                                    ? std::nullopt
+                                    : std::optional<Contact>(contacts[*contactIndex])});
 
         // A peer whose messages are all the same as before keeps its texts.
-        const auto old = m_peers.constFind(handle);
-        if (old != m_peers.constEnd() && old->infos == peer.infos) {
+        const auto old = previous.peers.constFind(handle);
+        if (old != previous.peers.constEnd() && old->infos == peer.infos) {
             peer.peerLower = old->peerLower;
             peer.previewText = old->previewText;
             peer.previewLower = old->previewLower;
@@ -151,25 +207,32 @@ void AppState::rebuild()
             peer.messages[k] = order[k].second;
     }
     // A contact without messages still gets a (timeless) session.
-    for (const Contact &c : m_state.contacts) {
+    for (const Contact &c : contacts) {
         if (peers.contains(c.handle))
             continue;
         PeerInfo peer;
         peer.peerLower = c.handle.toLower();
         peers.insert(c.handle, std::move(peer));
-        m_sessions.append(Session{c.handle, std::nullopt, 0, c});
+        sessions.append(Session{c.handle, std::nullopt, 0, c});
     }
-    std::stable_sort(m_sessions.begin(), m_sessions.end(),
+    std::stable_sort(sessions.begin(), sessions.end(),
                      [](const Session &a, const Session &b) { return a.lastTimeMillis > b.lastTimeMillis; });
 
-    m_infoById = std::move(infos);
-    m_peers = std::move(peers);
+    next->infoById = std::move(infos);
+    next->peers = std::move(peers);
+    return next;
 }
 
 const QList<Session> &AppState::sessions() const
 {
     assertMainThread();
-    return m_sessions;
+    return m_derived->sessions;
+}
+
+const AppState::PeerInfo *AppState::peerInfo(const QString &peer) const
+{
+    const auto info = m_derived->peers.constFind(peer);
+    return info == m_derived->peers.constEnd() ? nullptr : &*info;
 }
 
 bool AppState::matches(const PeerInfo &peer, const QString &needle) const
@@ -189,12 +252,12 @@ const QList<Session> &AppState::filteredSessions() const
         return m_filtered;
     const QString needle = m_searchText.trimmed().toLower();
     if (needle.isEmpty()) {
-        m_filtered = m_sessions;
+        m_filtered = m_derived->sessions;
     } else {
         m_filtered.clear();
-        for (const Session &s : m_sessions) {
-            const auto peer = m_peers.constFind(s.peer);
-            if (peer != m_peers.constEnd() && matches(*peer, needle))
+        for (const Session &s : m_derived->sessions) {
+            const PeerInfo *peer = peerInfo(s.peer);
+            if (peer && matches(*peer, needle))
                 m_filtered.append(s);
         }
     }
@@ -206,41 +269,43 @@ QList<Message> AppState::conversation(const QString &peer) const
 {
     assertMainThread();
     QList<Message> out;
-    const auto info = m_peers.constFind(peer);
-    if (info == m_peers.constEnd())
+    const PeerInfo *info = peerInfo(peer);
+    if (!info)
         return out;
     out.reserve(info->messages.size());
     for (const qsizetype i : info->messages)
-        out.append(m_state.messages[i]);
+        out.append(m_derived->state.messages[i]);
     return out;
 }
 
 QList<qsizetype> AppState::conversationRows(const QString &peer) const
 {
     assertMainThread();
-    return m_peers.value(peer).messages;
+    const PeerInfo *info = peerInfo(peer);
+    return info ? info->messages : QList<qsizetype>();
 }
 
 std::optional<Contact> AppState::contact(const QString &peer) const
 {
     assertMainThread();
-    const auto i = m_contactByHandle.constFind(peer);
-    if (i == m_contactByHandle.constEnd())
+    const auto i = m_derived->contactByHandle.constFind(peer);
+    if (i == m_derived->contactByHandle.constEnd())
         return std::nullopt;
-    return m_state.contacts[*i];
+    return m_derived->state.contacts[*i];
 }
 
 QString AppState::preview(const QString &peer) const
 {
     assertMainThread();
-    return m_peers.value(peer).previewText;
+    const PeerInfo *info = peerInfo(peer);
+    return info ? info->previewText : QString();
 }
 
 int AppState::unreadCount(const QString &peer) const
 {
     assertMainThread();
-    const auto info = m_peers.constFind(peer);
-    if (info == m_peers.constEnd())
+    const PeerInfo *info = peerInfo(peer);
+    if (!info)
         return 0;
     return m_unread->unreadCount(peer, info->incomingTimes);
 }
@@ -248,7 +313,7 @@ int AppState::unreadCount(const QString &peer) const
 int AppState::totalUnread() const
 {
     int total = 0;
-    for (const Session &s : m_sessions)
+    for (const Session &s : m_derived->sessions)
         total += unreadCount(s.peer);
     return total;
 }
@@ -295,9 +360,9 @@ void AppState::reconcileSelection()
     if (!m_selection || !m_selection->isConversation())
         return;
     const QString &peer = m_selection->peer();
-    const auto info = m_peers.constFind(peer);
-    const bool hasMessages = info != m_peers.constEnd() && !info->messages.isEmpty();
-    if (hasMessages || m_contactByHandle.contains(peer))
+    const PeerInfo *info = peerInfo(peer);
+    const bool hasMessages = info && !info->messages.isEmpty();
+    if (hasMessages || m_derived->contactByHandle.contains(peer))
         return;
     m_selection.reset();
     Q_EMIT selectionChanged();
@@ -305,6 +370,8 @@ void AppState::reconcileSelection()
 
 void AppState::markSelectionRead()
 {
-    if (m_selection && m_selection->isConversation())
-        m_unread->markReadUpTo(m_selection->peer(), m_peers.value(m_selection->peer()).newestTime);
+    if (!m_selection || !m_selection->isConversation())
+        return;
+    const PeerInfo *info = peerInfo(m_selection->peer());
+    m_unread->markReadUpTo(m_selection->peer(), info ? info->newestTime : std::nullopt);
 }

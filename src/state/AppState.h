@@ -18,7 +18,10 @@
 // Filtering is per keystroke, so everything it reads is derived once per state: each
 // message's lowercased search text (kept by message id and reused while the message is
 // unchanged), each session's lowercased preview, and per peer one text of all its
-// messages' search texts. A keystroke is then a few substring scans. Main thread only.
+// messages' search texts. A keystroke is then a few substring scans.
+//
+// All of that is one immutable derivation, so a long history can be derived on a worker
+// thread (submitState) while the main thread keeps serving the last one. Main thread only.
 class AppState : public QObject
 {
     Q_OBJECT
@@ -28,7 +31,11 @@ public:
 
     UnreadTracker *unread() const { return m_unread; }
 
+    // Takes a new document at once, deriving it on this (the main) thread.
     void setState(const PanelState &state);
+    // Takes a new document without blocking: it is derived on a worker thread and adopted
+    // on the main thread. Documents that arrive meanwhile collapse to the newest one.
+    void submitState(const PanelState &state);
     const PanelState &state() const;
 
     // All sessions, newest first; contacts without messages come last.
@@ -67,20 +74,23 @@ Q_SIGNALS:
 private:
     struct MessageInfo;
     struct PeerInfo;
-    void rebuild();
+    struct Derived;
+    static std::shared_ptr<const Derived> derive(const PanelState &state, const Derived &previous);
+    void adopt(std::shared_ptr<const Derived> derived);
+    void deriveNextInBackground();
+    const PeerInfo *peerInfo(const QString &peer) const;
     void markSelectionRead();
     bool matches(const PeerInfo &peer, const QString &needle) const;
     void assertMainThread() const;
 
     UnreadTracker *m_unread;
-    PanelState m_state;
+    std::shared_ptr<const Derived> m_derived;
     std::optional<DetailSelection> m_selection;
     QString m_searchText;
 
-    QList<Session> m_sessions;
-    QHash<QString, std::shared_ptr<const MessageInfo>> m_infoById;
-    QHash<QString, PeerInfo> m_peers;
-    QHash<QString, qsizetype> m_contactByHandle;
+    std::optional<PanelState> m_pending; // the newest document waiting for a worker
+    bool m_deriving = false;
+    quint64 m_generation = 0; // a document taken at once outdates the derivations under way
 
     mutable QList<Session> m_filtered;
     mutable bool m_filteredValid = false;

@@ -7,7 +7,7 @@ namespace StateWiring {
 
 void connectClient(StateClient *client, AppState *appState)
 {
-    QObject::connect(client, &StateClient::stateChanged, appState, &AppState::setState);
+    QObject::connect(client, &StateClient::stateChanged, appState, &AppState::submitState);
     if (!(client->state() == appState->state()))
         appState->setState(client->state());
 }

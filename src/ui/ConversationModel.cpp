@@ -35,20 +35,23 @@ void ConversationModel::reload()
     const QList<Message> &all = m_state.state().messages;
     const QList<qsizetype> rows = m_state.conversationRows(m_peer);
     const qsizetype old = m_rows.size();
+    // One pass over a long conversation: the rows kept in place, and which of them changed.
     bool prefix = rows.size() >= old;
-    for (qsizetype i = 0; prefix && i < old; ++i)
-        prefix = all[rows[i]].id == m_all[m_rows[i]].id;
+    QList<qsizetype> changed;
+    for (qsizetype i = 0; prefix && i < old; ++i) {
+        const Message &now = all[rows[i]];
+        const Message &before = m_all[m_rows[i]];
+        if (now.id != before.id)
+            prefix = false;
+        else if (!(now == before))
+            changed.append(i);
+    }
     if (!prefix) {
         beginResetModel();
         m_all = all;
         m_rows = rows;
         endResetModel();
         return;
-    }
-    QList<qsizetype> changed;
-    for (qsizetype i = 0; i < old; ++i) {
-        if (!(all[rows[i]] == m_all[m_rows[i]]))
-            changed.append(i);
     }
     const qsizetype added = rows.size() - old;
     if (added > 0)

@@ -184,6 +184,29 @@ private Q_SLOTS:
         QCOMPARE(again.unreadCount("bob"), 0);
     }
 
+    void submittedStatesAreDerivedAwayAndCollapseToTheNewest()
+    {
+        AppState app;
+        QSignalSpy changed(&app, &AppState::stateChanged);
+        PanelState s = sample();
+        app.submitState(s);
+        QVERIFY(app.sessions().isEmpty()); // nothing is derived on the caller's thread
+        for (const char *id : {"x1", "x2", "x3"}) {
+            s.messages.append(msg(id, "zoe", "2024-06-01T10:00:00Z"));
+            app.submitState(s);
+        }
+        QTRY_COMPARE(app.state().messages.size(), 8);
+        QCOMPARE(changed.count(), 2); // the first, then only the newest of the three behind it
+        QCOMPARE(app.sessions().first().peer, QStringLiteral("zoe"));
+        QCOMPARE(app.unreadCount("zoe"), 3);
+
+        // A state taken at once outdates whatever is still being derived.
+        app.submitState(sample());
+        app.setState(PanelState{});
+        QTest::qWait(200);
+        QVERIFY(app.sessions().isEmpty());
+    }
+
     void listModelRows()
     {
         AppState app;
