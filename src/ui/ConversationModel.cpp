@@ -40,7 +40,7 @@ void ConversationModel::reload()
     QList<qsizetype> changed;
     for (qsizetype i = 0; prefix && i < old; ++i) {
         const Message &now = all[rows[i]];
-        const Message &before = m_all[m_rows[i]];
+        const Message &before = m_all.at(m_rows.at(i)); // at(): no copy of the shared lists
         if (now.id != before.id)
             prefix = false;
         else if (!(now == before))
