@@ -8,6 +8,8 @@
 #include <QImage>
 #include <QVariantMap>
 
+#include <functional>
+
 // A notification server of the tests' own on the session bus, on a connection of its own:
 // it answers every call at once, records each Notify with its arguments decoded, and can
 // send the signals a real server sends (ActionInvoked, NotificationReplied).
@@ -66,6 +68,8 @@ public:
             c.id = c.replacesId ? c.replacesId : ++m_lastId;
             connection.send(message.createReply(QVariant::fromValue(uint(c.id))));
             calls.append(c);
+            if (onNotify)
+                onNotify(calls.last());
         } else if (member == QLatin1String("CloseNotification")) {
             connection.send(message.createReply());
         } else {
@@ -75,6 +79,8 @@ public:
     }
 
     QList<Call> calls;
+    // Called on the server's thread as each Notify arrives (the latency benchmark's clock).
+    std::function<void(const Call &)> onNotify;
 
 private:
     void emitSignal(const char *name, const QVariantList &args)
