@@ -1,11 +1,16 @@
 #include "model/PanelState.h"
 
+#include "model/StringInterner.h"
+
 #include <QHash>
+#include <QVarLengthArray>
 
 #include <simdjson.h>
 
-#include <string_view>
+#include <algorithm>
 #include <cstdint>
+#include <span>
+#include <string_view>
 #include <vector>
 
 // Decoding works on simdjson's DOM: the document is validated as a whole first (a broken
@@ -19,87 +24,122 @@ using simdjson::dom::element_type;
 
 QString text(std::string_view sv) { return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size())); }
 
-// Object keys, peers, types and other short texts repeat throughout a document: one shared
-// QString each saves most of the allocations of a decode. Lives for one decode; the views
-// point into the parser's buffer.
-class Interner
+bool isContainer(element e)
 {
-public:
-    Interner() : m_slots(1024) { }
+    const element_type type = e.type();
+    return type == element_type::ARRAY || type == element_type::OBJECT;
+}
 
-    const QString &get(std::string_view sv)
-    {
-        // Open addressing with FNV-1a: the texts are short and the table small.
-        uint64_t h = 1469598103934665603ull;
-        for (const char c : sv)
-            h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-        if (m_used * 2 >= m_slots.size())
-            grow();
-        size_t i = h & (m_slots.size() - 1);
-        while (m_slots[i].used) {
-            if (m_slots[i].hash == h && m_slots[i].key == sv)
-                return m_slots[i].value;
-            i = (i + 1) & (m_slots.size() - 1);
+// The member and element slots of the tree under e, for JSONValue::TreeBuilder.
+void countSlots(element e, size_t &members, size_t &elements)
+{
+    if (e.type() == element_type::ARRAY) {
+        const simdjson::dom::array a = e.get_array().value_unsafe();
+        elements += a.size();
+        for (const element child : a) {
+            if (isContainer(child))
+                countSlots(child, members, elements);
         }
-        m_slots[i] = Slot{true, h, sv, text(sv)};
-        ++m_used;
-        return m_slots[i].value;
-    }
-    QString maybe(std::string_view sv) { return sv.size() <= kShort ? get(sv) : text(sv); }
-
-private:
-    static constexpr size_t kShort = 16;
-    struct Slot {
-        bool used = false;
-        uint64_t hash = 0;
-        std::string_view key;
-        QString value;
-    };
-    void grow()
-    {
-        std::vector<Slot> old(m_slots.size() * 2);
-        old.swap(m_slots);
-        for (Slot &slot : old) {
-            if (!slot.used)
-                continue;
-            size_t i = slot.hash & (m_slots.size() - 1);
-            while (m_slots[i].used)
-                i = (i + 1) & (m_slots.size() - 1);
-            m_slots[i] = std::move(slot);
+    } else if (e.type() == element_type::OBJECT) {
+        const simdjson::dom::object o = e.get_object().value_unsafe();
+        members += o.size();
+        for (const auto field : o) {
+            if (isContainer(field.value))
+                countSlots(field.value, members, elements);
         }
     }
-    std::vector<Slot> m_slots;
-    size_t m_used = 0;
-};
+}
 
-JSONValue toValue(element e, Interner &interner)
+// JSONValue keeps keys in QString order (UTF-16 code units). On UTF-8 bytes that is byte
+// order, except where a character from U+E000 on meets one beyond U+FFFF, so the bytes
+// decide when they first differ in ASCII and the QStrings decide otherwise.
+bool keyLess(std::string_view a, std::string_view b, StringInterner &interner)
+{
+    const auto [ia, ib] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+    if (ib == b.end())
+        return false;
+    if (ia == a.end())
+        return true;
+    const auto ca = static_cast<unsigned char>(*ia), cb = static_cast<unsigned char>(*ib);
+    if ((ca | cb) < 0x80)
+        return ca < cb;
+    return interner.get(a) < interner.get(b);
+}
+
+// Objects are mostly small: insertion sort, in place and stable.
+template<typename It, typename Less>
+void sortStable(It first, It last, Less less)
+{
+    if (last - first > 16) {
+        std::stable_sort(first, last, less);
+        return;
+    }
+    for (It i = first; i != last; ++i) {
+        for (It k = i; k != first && less(*k, *(k - 1)); --k)
+            std::iter_swap(k, k - 1);
+    }
+}
+
+void fill(element e, JSONValue &slot, JSONValue::TreeBuilder &tree, StringInterner &interner)
 {
     switch (e.type()) {
-    case element_type::NULL_VALUE: return JSONValue::null();
-    case element_type::BOOL: return JSONValue::boolean(e.get_bool().value_unsafe());
+    case element_type::NULL_VALUE: break;
+    case element_type::BOOL: slot = JSONValue::boolean(e.get_bool().value_unsafe()); break;
     case element_type::INT64:
     case element_type::UINT64:
-    case element_type::DOUBLE: return JSONValue::number(e.get_double().value_unsafe());
-    case element_type::STRING: return JSONValue::string(interner.maybe(e.get_string().value_unsafe()));
+    case element_type::DOUBLE: slot = JSONValue::number(e.get_double().value_unsafe()); break;
+    case element_type::STRING: slot = JSONValue::string(interner.maybe(e.get_string().value_unsafe())); break;
     case element_type::ARRAY: {
         const simdjson::dom::array a = e.get_array().value_unsafe();
-        auto it = a.begin();
-        return JSONValue::makeArray(a.size(), [&](size_t, JSONValue &slot) {
-            slot = toValue(*it, interner);
-            ++it;
-        });
+        const std::span<JSONValue> items = tree.makeArray(slot, a.size());
+        auto item = items.begin();
+        for (const element child : a)
+            fill(child, *item++, tree, interner);
+        break;
     }
     case element_type::OBJECT: {
+        // Sorted by key before the members are made, stable so that of equal keys the last
+        // one is found last and kept.
+        struct Field {
+            std::string_view key;
+            element value;
+        };
         const simdjson::dom::object o = e.get_object().value_unsafe();
-        auto it = o.begin();
-        return JSONValue::makeObject(o.size(), [&](size_t, JSONValue::Member &slot) {
-            slot.first = interner.get(it.key());
-            slot.second = toValue(it.value(), interner);
-            ++it;
-        });
+        QVarLengthArray<Field, 16> fields;
+        for (const auto field : o)
+            fields.append({field.key, field.value});
+        const auto less = [&](const Field &x, const Field &y) { return keyLess(x.key, y.key, interner); };
+        sortStable(fields.begin(), fields.end(), less);
+        // Sorted, a key equals the next one unless it is less.
+        QVarLengthArray<bool, 16> twin(fields.size());
+        qsizetype unique = fields.size();
+        for (qsizetype k = 0; k < fields.size(); ++k) {
+            twin[k] = k + 1 < fields.size() && !less(fields[k], fields[k + 1]);
+            unique -= twin[k];
+        }
+        const std::span<JSONValue::Member> members = tree.makeObject(slot, static_cast<size_t>(unique));
+        auto member = members.begin();
+        for (qsizetype k = 0; k < fields.size(); ++k) {
+            if (twin[k])
+                continue;
+            member->first = interner.get(fields[k].key);
+            fill(fields[k].value, member->second, tree, interner);
+            ++member;
+        }
+        break;
     }
     }
-    return JSONValue::null();
+}
+
+// Any JSON value; the arrays and objects under e become one tree.
+JSONValue toValue(element e, StringInterner &interner)
+{
+    size_t members = 0, elements = 0;
+    countSlots(e, members, elements);
+    JSONValue::TreeBuilder tree(members, elements);
+    JSONValue value;
+    fill(e, value, tree, interner);
+    return value;
 }
 
 bool readString(element e, QString &out)
@@ -111,7 +151,7 @@ bool readString(element e, QString &out)
     return true;
 }
 
-bool readString(element e, QString &out, Interner &interner)
+bool readString(element e, QString &out, StringInterner &interner)
 {
     std::string_view sv;
     if (e.get_string().get(sv) != simdjson::SUCCESS)
@@ -121,7 +161,7 @@ bool readString(element e, QString &out, Interner &interner)
 }
 
 // null reads as absent; any other non-string is a failure.
-bool readOptionalString(element e, std::optional<QString> &out, Interner &interner)
+bool readOptionalString(element e, std::optional<QString> &out, StringInterner &interner)
 {
     if (e.is_null()) {
         out.reset();
@@ -136,7 +176,7 @@ bool readOptionalString(element e, std::optional<QString> &out, Interner &intern
 
 // A handle and a fingerprint, both required; contacts also read an optional status.
 bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optional<QString> *status = nullptr,
-                    Interner *interner = nullptr)
+                    StringInterner *interner = nullptr)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -159,14 +199,14 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optio
     return hasHandle && hasFingerprint;
 }
 
-bool decodeRecord(element e, SelfInfo &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, PendingConnect &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, Contact &out, Interner &interner)
+bool decodeRecord(element e, SelfInfo &out, StringInterner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, PendingConnect &out, StringInterner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, Contact &out, StringInterner &interner)
 {
     return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &interner);
 }
 
-bool decodeRecord(element e, Message &out, Interner &interner)
+bool decodeRecord(element e, Message &out, StringInterner &interner)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -205,7 +245,7 @@ bool decodeRecord(element e, Message &out, Interner &interner)
 
 // All or nothing: a missing key, a non-array or one bad element gives an empty list.
 template<typename T>
-QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Interner &interner)
+QList<T> decodeArray(simdjson::dom::object document, std::string_view key, StringInterner &interner)
 {
     simdjson::dom::array a;
     if (document.at_key(key).get_array().get(a) != simdjson::SUCCESS)
@@ -213,10 +253,8 @@ QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Inter
     QList<T> out;
     out.reserve(static_cast<qsizetype>(a.size()));
     for (element e : a) {
-        T record;
-        if (!decodeRecord(e, record, interner))
+        if (!decodeRecord(e, out.emplaceBack(), interner))
             return {};
-        out.append(std::move(record));
     }
     return out;
 }
@@ -278,7 +316,7 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
         return fail(QStringLiteral("not a JSON object"));
 
     PanelState state;
-    Interner interner;
+    StringInterner interner;
     element member;
     if (document.at_key("self").get(member) == simdjson::SUCCESS && !member.is_null()) {
         SelfInfo self;
@@ -306,6 +344,6 @@ std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
     element root;
     if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
         return std::nullopt;
-    Interner interner;
+    StringInterner interner;
     return toValue(root, interner);
 }
