@@ -63,7 +63,8 @@ bool keyLess(std::string_view a, std::string_view b, StringInterner &interner)
     const auto ca = static_cast<unsigned char>(*ia), cb = static_cast<unsigned char>(*ib);
     if ((ca | cb) < 0x80)
         return ca < cb;
-    return interner.get(a) < interner.get(b);
+    const QString first = interner.get(a); // a copy: the next get() may move the interned texts
+    return first < interner.get(b);
 }
 
 // Objects are mostly small: insertion sort, in place and stable.

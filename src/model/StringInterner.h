@@ -9,30 +9,24 @@
 
 // Object keys, peers, types and other short texts repeat throughout a document: one shared
 // QString each saves most of the allocations of a decode. Lives for one decode: texts are
-// remembered by views into the parser's buffer.
+// remembered by views into the parser's buffer. A reference from get() lasts until the next
+// call.
 class StringInterner
 {
 public:
-    StringInterner() : m_slots(512) { }
+    StringInterner() : m_index(1024, 0) { m_entries.reserve(256); }
 
     const QString &get(std::string_view text)
     {
         const Key key = keyOf(text);
-        if (m_used * 2 >= m_slots.size())
-            grow();
-        const size_t mask = m_slots.size() - 1;
+        const size_t mask = m_index.size() - 1;
         for (size_t i = key.hash & mask;; i = (i + 1) & mask) {
-            Slot &slot = m_slots[i];
-            if (!slot.used) {
-                slot.used = true;
-                slot.key = key;
-                slot.text = text;
-                slot.value = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-                ++m_used;
-                return slot.value;
-            }
-            if (slot.key == key && (text.size() <= kCovered || slot.text == text))
-                return slot.value;
+            const uint32_t slot = m_index[i];
+            if (slot == 0)
+                return add(i, key, text);
+            const Entry &entry = m_entries[slot - 1];
+            if (entry.key == key && (text.size() <= kCovered || entry.text == text))
+                return entry.value;
         }
     }
 
@@ -74,35 +68,43 @@ private:
         } else if (n > 0) {
             key.head = uint64_t(uint8_t(p[0])) | uint64_t(uint8_t(p[n / 2])) << 8 | uint64_t(uint8_t(p[n - 1])) << 16;
         }
-        uint64_t h = (key.head ^ (key.tail << 31 | key.tail >> 33) ^ n) * 0x9E3779B97F4A7C15ull;
+        uint64_t h = key.head * 0x9E3779B97F4A7C15ull ^ (key.tail + n) * 0xC2B2AE3D27D4EB4Full;
         for (size_t i = 8; i + 8 < n; ++i) // the middle of a long text, which the key leaves out
             h = (h ^ uint8_t(p[i])) * 0x100000001B3ull;
+        // Mixed down so that the low bits, which pick the slot, depend on every byte.
+        h ^= h >> 29;
+        h *= 0xBF58476D1CE4E5B9ull;
         key.hash = h ^ (h >> 32);
         return key;
     }
 
-    struct Slot {
+    struct Entry {
         Key key;
         std::string_view text;
-        bool used = false;
         QString value;
     };
 
+    const QString &add(size_t slot, const Key &key, std::string_view text)
+    {
+        m_entries.push_back({key, text, QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
+        m_index[slot] = static_cast<uint32_t>(m_entries.size());
+        if (m_entries.size() * 2 > m_index.size())
+            grow();
+        return m_entries.back().value;
+    }
+
     void grow()
     {
-        std::vector<Slot> old(m_slots.size() * 2);
-        old.swap(m_slots);
-        const size_t mask = m_slots.size() - 1;
-        for (Slot &slot : old) {
-            if (!slot.used)
-                continue;
-            size_t i = slot.key.hash & mask;
-            while (m_slots[i].used)
+        m_index.assign(m_index.size() * 2, 0);
+        const size_t mask = m_index.size() - 1;
+        for (size_t e = 0; e < m_entries.size(); ++e) {
+            size_t i = m_entries[e].key.hash & mask;
+            while (m_index[i] != 0)
                 i = (i + 1) & mask;
-            m_slots[i] = std::move(slot);
+            m_index[i] = static_cast<uint32_t>(e + 1);
         }
     }
 
-    std::vector<Slot> m_slots;
-    size_t m_used = 0;
+    std::vector<uint32_t> m_index; // open addressing: 0 free, else an entry's number + 1
+    std::vector<Entry> m_entries;
 };
