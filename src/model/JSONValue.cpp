@@ -157,26 +157,17 @@ JSONValue::JSONValue(const JSONValue &other) : m_kind(other.m_kind), m_size(othe
     }
 }
 
-JSONValue::JSONValue(JSONValue &&other) noexcept : m_kind(other.m_kind), m_size(other.m_size)
+void JSONValue::takeContainer(JSONValue &other) noexcept
 {
-    switch (m_kind) {
-    case Kind::string: new (&m_string) QString(std::move(other.m_string)); break;
-    case Kind::number: m_number = other.m_number; break;
-    case Kind::boolean: m_bool = other.m_bool; break;
-    case Kind::object:
-    case Kind::array:
-        m_container = other.m_container;
-        if (other.m_inTree) {
-            // A slot stays where it is; what leaves its tree takes a reference.
-            if (m_container.tree)
-                m_container.tree->ref();
-        } else {
-            other.m_kind = Kind::null;
-            other.m_size = 0;
-            other.m_number = 0.0;
-        }
-        break;
-    case Kind::null: m_number = 0.0; break;
+    m_container = other.m_container;
+    if (other.m_inTree) {
+        // A slot stays where it is; what leaves its tree takes a reference.
+        if (m_container.tree)
+            m_container.tree->ref();
+    } else {
+        other.m_kind = Kind::null;
+        other.m_size = 0;
+        other.m_number = 0.0;
     }
 }
 
@@ -189,46 +180,7 @@ JSONValue &JSONValue::operator=(const JSONValue &other)
     return *this;
 }
 
-JSONValue &JSONValue::operator=(JSONValue &&other) noexcept
-{
-    if (this != &other) {
-        this->~JSONValue();
-        new (this) JSONValue(std::move(other));
-    }
-    return *this;
-}
-
-void JSONValue::release() noexcept
-{
-    if (m_kind == Kind::string)
-        m_string.~QString();
-    else if (isContainer() && !m_inTree && m_container.tree)
-        m_container.tree->deref();
-}
-
-JSONValue JSONValue::string(QString s)
-{
-    JSONValue v;
-    v.m_kind = Kind::string;
-    new (&v.m_string) QString(std::move(s));
-    return v;
-}
-
-JSONValue JSONValue::number(double d)
-{
-    JSONValue v;
-    v.m_kind = Kind::number;
-    v.m_number = d;
-    return v;
-}
-
-JSONValue JSONValue::boolean(bool b)
-{
-    JSONValue v;
-    v.m_kind = Kind::boolean;
-    v.m_bool = b;
-    return v;
-}
+void JSONValue::releaseTree() noexcept { m_container.tree->deref(); }
 
 JSONValue JSONValue::object(Object members)
 {
@@ -292,7 +244,7 @@ std::span<JSONValue> JSONValue::TreeBuilder::makeArray(JSONValue &slot, size_t n
 
 void JSONValue::TreeBuilder::attach(JSONValue &slot, Kind kind, const void *items, size_t n)
 {
-    slot.release();
+    slot = JSONValue();
     slot.m_kind = kind;
     slot.m_size = static_cast<quint32>(n);
     Tree *tree = n ? m_tree : nullptr;

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <cstring>
+
 #include <optional>
 #include <span>
 #include <utility>
@@ -29,15 +31,54 @@ public:
 
     JSONValue() noexcept : m_number(0.0) { } // null
     JSONValue(const JSONValue &other);
-    JSONValue(JSONValue &&other) noexcept;
+    JSONValue(JSONValue &&other) noexcept : m_kind(other.m_kind), m_size(other.m_size)
+    {
+        if (m_kind == Kind::string)
+            new (&m_string) QString(std::move(other.m_string));
+        else if (isContainer())
+            takeContainer(other);
+        else
+            std::memcpy(&m_number, &other.m_number, sizeof m_number); // the number or the bool
+    }
     JSONValue &operator=(const JSONValue &other);
-    JSONValue &operator=(JSONValue &&other) noexcept;
-    ~JSONValue() { release(); }
+    JSONValue &operator=(JSONValue &&other) noexcept
+    {
+        if (this != &other) {
+            this->~JSONValue();
+            new (this) JSONValue(std::move(other));
+        }
+        return *this;
+    }
+    ~JSONValue()
+    {
+        if (m_kind == Kind::string)
+            m_string.~QString();
+        else if (isContainer() && !m_inTree && m_container.tree)
+            releaseTree();
+    }
 
     static JSONValue null() { return {}; }
-    static JSONValue string(QString s);
-    static JSONValue number(double d);
-    static JSONValue boolean(bool b);
+    static JSONValue string(QString s)
+    {
+        JSONValue v;
+        v.m_kind = Kind::string;
+        new (&v.m_string) QString(std::move(s));
+        return v;
+    }
+    static JSONValue number(double d)
+    {
+        JSONValue v;
+        v.m_kind = Kind::number;
+        v.m_number = d;
+        return v;
+    }
+    static JSONValue boolean(bool b)
+    {
+        JSONValue v;
+        v.m_kind = Kind::boolean;
+        v.m_bool = b;
+        return v;
+    }
     // Sorts the members by key; of duplicate keys the last one is kept.
     static JSONValue object(Object members);
     static JSONValue array(Array elements);
@@ -79,7 +120,8 @@ public:
 private:
     struct Tree;
     bool isContainer() const { return m_kind == Kind::object || m_kind == Kind::array; }
-    void release() noexcept;
+    void takeContainer(JSONValue &other) noexcept;
+    void releaseTree() noexcept;
 
     Kind m_kind = Kind::null;
     bool m_inTree = false; // a container slot of the tree it points into: holds no reference
