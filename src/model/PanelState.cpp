@@ -63,8 +63,7 @@ bool keyLess(std::string_view a, std::string_view b, StringInterner &interner)
     const auto ca = static_cast<unsigned char>(*ia), cb = static_cast<unsigned char>(*ib);
     if ((ca | cb) < 0x80)
         return ca < cb;
-    const QString first = interner.get(a); // a copy: the next get() may move the interned texts
-    return first < interner.get(b);
+    return interner.get(a) < interner.get(b);
 }
 
 // Objects are mostly small: insertion sort, in place and stable.

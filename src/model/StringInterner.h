@@ -9,14 +9,13 @@
 
 // Object keys, peers, types and other short texts repeat throughout a document: one shared
 // QString each saves most of the allocations of a decode. Lives for one decode: texts are
-// remembered by views into the parser's buffer. A reference from get() lasts until the next
-// call.
+// remembered by views into the parser's buffer.
 class StringInterner
 {
 public:
     StringInterner() : m_index(1024, 0) { m_entries.reserve(256); }
 
-    const QString &get(std::string_view text)
+    QString get(std::string_view text)
     {
         const Key key = keyOf(text);
         const size_t mask = m_index.size() - 1;
@@ -84,7 +83,7 @@ private:
         QString value;
     };
 
-    const QString &add(size_t slot, const Key &key, std::string_view text)
+    QString add(size_t slot, const Key &key, std::string_view text)
     {
         m_entries.push_back({key, text, QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
         m_index[slot] = static_cast<uint32_t>(m_entries.size());
