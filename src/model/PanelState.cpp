@@ -1,17 +1,13 @@
 #include "model/PanelState.h"
 
+#include "model/JSONTreeReader.h"
 #include "model/StringInterner.h"
 
 #include <QHash>
-#include <QVarLengthArray>
 
 #include <simdjson.h>
 
-#include <algorithm>
-#include <cstdint>
-#include <span>
 #include <string_view>
-#include <vector>
 
 // Decoding works on simdjson's DOM: the document is validated as a whole first (a broken
 // document must fail, not half-decode), then each record is read in one pass over its
@@ -23,124 +19,6 @@ using simdjson::dom::element;
 using simdjson::dom::element_type;
 
 QString text(std::string_view sv) { return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size())); }
-
-bool isContainer(element e)
-{
-    const element_type type = e.type();
-    return type == element_type::ARRAY || type == element_type::OBJECT;
-}
-
-// The member and element slots of the tree under e, for JSONValue::TreeBuilder.
-void countSlots(element e, size_t &members, size_t &elements)
-{
-    if (e.type() == element_type::ARRAY) {
-        const simdjson::dom::array a = e.get_array().value_unsafe();
-        elements += a.size();
-        for (const element child : a) {
-            if (isContainer(child))
-                countSlots(child, members, elements);
-        }
-    } else if (e.type() == element_type::OBJECT) {
-        const simdjson::dom::object o = e.get_object().value_unsafe();
-        members += o.size();
-        for (const auto field : o) {
-            if (isContainer(field.value))
-                countSlots(field.value, members, elements);
-        }
-    }
-}
-
-// JSONValue keeps keys in QString order (UTF-16 code units). On UTF-8 bytes that is byte
-// order, except where a character from U+E000 on meets one beyond U+FFFF, so the bytes
-// decide when they first differ in ASCII and the QStrings decide otherwise.
-bool keyLess(std::string_view a, std::string_view b, StringInterner &interner)
-{
-    const auto [ia, ib] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-    if (ib == b.end())
-        return false;
-    if (ia == a.end())
-        return true;
-    const auto ca = static_cast<unsigned char>(*ia), cb = static_cast<unsigned char>(*ib);
-    if ((ca | cb) < 0x80)
-        return ca < cb;
-    return interner.get(a) < interner.get(b);
-}
-
-// Objects are mostly small: insertion sort, in place and stable.
-template<typename It, typename Less>
-void sortStable(It first, It last, Less less)
-{
-    if (last - first > 16) {
-        std::stable_sort(first, last, less);
-        return;
-    }
-    for (It i = first; i != last; ++i) {
-        for (It k = i; k != first && less(*k, *(k - 1)); --k)
-            std::iter_swap(k, k - 1);
-    }
-}
-
-void fill(element e, JSONValue &slot, JSONValue::TreeBuilder &tree, StringInterner &interner)
-{
-    switch (e.type()) {
-    case element_type::NULL_VALUE: break;
-    case element_type::BOOL: slot = JSONValue::boolean(e.get_bool().value_unsafe()); break;
-    case element_type::INT64:
-    case element_type::UINT64:
-    case element_type::DOUBLE: slot = JSONValue::number(e.get_double().value_unsafe()); break;
-    case element_type::STRING: slot = JSONValue::string(interner.maybe(e.get_string().value_unsafe())); break;
-    case element_type::ARRAY: {
-        const simdjson::dom::array a = e.get_array().value_unsafe();
-        const std::span<JSONValue> items = tree.makeArray(slot, a.size());
-        auto item = items.begin();
-        for (const element child : a)
-            fill(child, *item++, tree, interner);
-        break;
-    }
-    case element_type::OBJECT: {
-        // Sorted by key before the members are made, stable so that of equal keys the last
-        // one is found last and kept.
-        struct Field {
-            std::string_view key;
-            element value;
-        };
-        const simdjson::dom::object o = e.get_object().value_unsafe();
-        QVarLengthArray<Field, 16> fields;
-        for (const auto field : o)
-            fields.append({field.key, field.value});
-        const auto less = [&](const Field &x, const Field &y) { return keyLess(x.key, y.key, interner); };
-        sortStable(fields.begin(), fields.end(), less);
-        // Sorted, a key equals the next one unless it is less.
-        QVarLengthArray<bool, 16> twin(fields.size());
-        qsizetype unique = fields.size();
-        for (qsizetype k = 0; k < fields.size(); ++k) {
-            twin[k] = k + 1 < fields.size() && !less(fields[k], fields[k + 1]);
-            unique -= twin[k];
-        }
-        const std::span<JSONValue::Member> members = tree.makeObject(slot, static_cast<size_t>(unique));
-        auto member = members.begin();
-        for (qsizetype k = 0; k < fields.size(); ++k) {
-            if (twin[k])
-                continue;
-            member->first = interner.get(fields[k].key);
-            fill(fields[k].value, member->second, tree, interner);
-            ++member;
-        }
-        break;
-    }
-    }
-}
-
-// Any JSON value; the arrays and objects under e become one tree.
-JSONValue toValue(element e, StringInterner &interner)
-{
-    size_t members = 0, elements = 0;
-    countSlots(e, members, elements);
-    JSONValue::TreeBuilder tree(members, elements);
-    JSONValue value;
-    fill(e, value, tree, interner);
-    return value;
-}
 
 bool readString(element e, QString &out)
 {
@@ -199,15 +77,22 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optio
     return hasHandle && hasFingerprint;
 }
 
-bool decodeRecord(element e, SelfInfo &out, StringInterner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, PendingConnect &out, StringInterner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, Contact &out, StringInterner &interner)
+// What the records of one document share.
+struct Context {
+    StringInterner interner;
+    JSONTreeReader reader{interner};
+};
+
+bool decodeRecord(element e, SelfInfo &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, PendingConnect &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, Contact &out, Context &context)
 {
-    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &interner);
+    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &context.interner);
 }
 
-bool decodeRecord(element e, Message &out, StringInterner &interner)
+bool decodeRecord(element e, Message &out, Context &context)
 {
+    StringInterner &interner = context.interner;
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
         return false;
@@ -234,7 +119,7 @@ bool decodeRecord(element e, Message &out, StringInterner &interner)
             ok = readString(field.value, out.createdAt);
             seen |= createdAt;
         } else if (key == "content") {
-            out.content = toValue(field.value, interner);
+            out.content = context.reader.read(field.value);
             seen |= content;
         }
         if (!ok)
@@ -245,7 +130,7 @@ bool decodeRecord(element e, Message &out, StringInterner &interner)
 
 // All or nothing: a missing key, a non-array or one bad element gives an empty list.
 template<typename T>
-QList<T> decodeArray(simdjson::dom::object document, std::string_view key, StringInterner &interner)
+QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Context &context)
 {
     simdjson::dom::array a;
     if (document.at_key(key).get_array().get(a) != simdjson::SUCCESS)
@@ -253,7 +138,7 @@ QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Strin
     QList<T> out;
     out.reserve(static_cast<qsizetype>(a.size()));
     for (element e : a) {
-        if (!decodeRecord(e, out.emplaceBack(), interner))
+        if (!decodeRecord(e, out.emplaceBack(), context))
             return {};
     }
     return out;
@@ -316,11 +201,11 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
         return fail(QStringLiteral("not a JSON object"));
 
     PanelState state;
-    StringInterner interner;
+    Context context;
     element member;
     if (document.at_key("self").get(member) == simdjson::SUCCESS && !member.is_null()) {
         SelfInfo self;
-        if (!decodeRecord(member, self, interner))
+        if (!decodeRecord(member, self, context))
             return fail(QStringLiteral("\"self\" is not an identity record"));
         state.selfInfo = std::move(self);
     }
@@ -330,9 +215,9 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
             return fail(QStringLiteral("\"handle\" is not a string"));
         state.handle = std::move(handle);
     }
-    state.contacts = decodeArray<Contact>(document, "contacts", interner);
-    state.messages = decodeArray<Message>(document, "messages", interner);
-    state.pending = decodeArray<PendingConnect>(document, "pending", interner);
+    state.contacts = decodeArray<Contact>(document, "contacts", context);
+    state.messages = decodeArray<Message>(document, "messages", context);
+    state.pending = decodeArray<PendingConnect>(document, "pending", context);
     return state;
 }
 
@@ -345,5 +230,5 @@ std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
     if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
         return std::nullopt;
     StringInterner interner;
-    return toValue(root, interner);
+    return JSONTreeReader(interner).read(root);
 }
