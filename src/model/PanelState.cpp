@@ -79,6 +79,26 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optio
 
 // What the records of one document share.
 struct Context {
+    Context()
+    {
+        // The texts the app reads by name (content keys, part kinds, directions, states) are
+        // static strings, whose copies count no references.
+        for (const QString &known :
+             {QStringLiteral("parts"),     QStringLiteral("kind"),        QStringLiteral("text"),
+              QStringLiteral("code"),      QStringLiteral("lang"),        QStringLiteral("path"),
+              QStringLiteral("name"),      QStringLiteral("mime"),        QStringLiteral("bytes"),
+              QStringLiteral("data"),      QStringLiteral("alt"),         QStringLiteral("json"),
+              QStringLiteral("args"),      QStringLiteral("call_id"),     QStringLiteral("ok"),
+              QStringLiteral("result"),    QStringLiteral("error"),       QStringLiteral("title"),
+              QStringLiteral("task"),      QStringLiteral("filename"),    QStringLiteral("file"),
+              QStringLiteral("message"),   QStringLiteral("content"),     QStringLiteral("image"),
+              QStringLiteral("tool_call"), QStringLiteral("tool_result"), QStringLiteral("in"),
+              QStringLiteral("out"),       QStringLiteral("queued"),      QStringLiteral("sent"),
+              QStringLiteral("delivered"), QStringLiteral("read"),        QStringLiteral("failed"),
+              QStringLiteral("connected")})
+            interner.seed(known);
+    }
+
     StringInterner interner;
     JSONTreeReader reader{interner};
 };

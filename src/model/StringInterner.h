@@ -22,11 +22,31 @@ public:
         for (size_t i = key.hash & mask;; i = (i + 1) & mask) {
             const uint32_t slot = m_index[i];
             if (slot == 0)
-                return add(i, key, text);
+                return add(i, key, text, QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
             const Entry &entry = m_entries[slot - 1];
             if (entry.key == key && (text.size() <= kCovered || entry.text == text))
                 return entry.value;
         }
+    }
+
+    // Makes get() hand out copies of text (ASCII, up to 16 characters) for its bytes. A
+    // static string (QStringLiteral) is copied without counting references.
+    void seed(const QString &text)
+    {
+        Q_ASSERT(text.size() <= qsizetype(kCovered));
+        char bytes[kCovered];
+        for (qsizetype i = 0; i < text.size(); ++i)
+            bytes[i] = static_cast<char>(text[i].unicode());
+        const std::string_view view(bytes, static_cast<size_t>(text.size()));
+        const Key key = keyOf(view);
+        const size_t mask = m_index.size() - 1;
+        size_t i = key.hash & mask;
+        while (m_index[i] != 0) {
+            if (m_entries[m_index[i] - 1].key == key)
+                return;
+            i = (i + 1) & mask;
+        }
+        add(i, key, {}, text);
     }
 
     // Short texts shared, longer ones (mostly unique) converted.
@@ -83,9 +103,10 @@ private:
         QString value;
     };
 
-    QString add(size_t slot, const Key &key, std::string_view text)
+    // text: the bytes, needed only where the key does not cover them.
+    QString add(size_t slot, const Key &key, std::string_view text, const QString &value)
     {
-        m_entries.push_back({key, text, QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
+        m_entries.push_back({key, text, value});
         m_index[slot] = static_cast<uint32_t>(m_entries.size());
         if (m_entries.size() * 2 > m_index.size())
             grow();
