@@ -13,13 +13,13 @@
 class StringInterner
 {
 public:
-    StringInterner() : m_index(1024, 0) { m_entries.reserve(256); }
+    StringInterner() : m_index(size_t(1) << kIndexBits, 0) { m_entries.reserve(256); }
 
     QString get(std::string_view text)
     {
         const Key key = keyOf(text);
         const size_t mask = m_index.size() - 1;
-        for (size_t i = key.hash & mask;; i = (i + 1) & mask) {
+        for (size_t i = key.hash >> m_shift;; i = (i + 1) & mask) {
             const uint32_t slot = m_index[i];
             if (slot == 0)
                 return add(i, key, text, QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
@@ -40,7 +40,7 @@ public:
         const std::string_view view(bytes, static_cast<size_t>(text.size()));
         const Key key = keyOf(view);
         const size_t mask = m_index.size() - 1;
-        size_t i = key.hash & mask;
+        size_t i = key.hash >> m_shift;
         while (m_index[i] != 0) {
             if (m_entries[m_index[i] - 1].key == key)
                 return;
@@ -58,6 +58,7 @@ public:
 private:
     // Texts up to this long are told apart by their key alone.
     static constexpr size_t kCovered = 16;
+    static constexpr int kIndexBits = 10;
 
     // The first and last 8 bytes (or 4, or three single bytes) of a text cover it whole up to
     // 16 bytes, so with the size they identify it without reading past its end.
@@ -87,13 +88,11 @@ private:
         } else if (n > 0) {
             key.head = uint64_t(uint8_t(p[0])) | uint64_t(uint8_t(p[n / 2])) << 8 | uint64_t(uint8_t(p[n - 1])) << 16;
         }
-        uint64_t h = key.head * 0x9E3779B97F4A7C15ull ^ (key.tail + n) * 0xC2B2AE3D27D4EB4Full;
+        uint64_t h = key.head ^ (key.tail + n) * 0xC2B2AE3D27D4EB4Full;
         for (size_t i = 8; i + 8 < n; ++i) // the middle of a long text, which the key leaves out
             h = (h ^ uint8_t(p[i])) * 0x100000001B3ull;
-        // Mixed down so that the low bits, which pick the slot, depend on every byte.
-        h ^= h >> 29;
-        h *= 0xBF58476D1CE4E5B9ull;
-        key.hash = h ^ (h >> 32);
+        // The slot is taken from the top bits, which a multiplication mixes from all the others.
+        key.hash = h * 0x9E3779B97F4A7C15ull;
         return key;
     }
 
@@ -116,9 +115,10 @@ private:
     void grow()
     {
         m_index.assign(m_index.size() * 2, 0);
+        --m_shift;
         const size_t mask = m_index.size() - 1;
         for (size_t e = 0; e < m_entries.size(); ++e) {
-            size_t i = m_entries[e].key.hash & mask;
+            size_t i = m_entries[e].key.hash >> m_shift;
             while (m_index[i] != 0)
                 i = (i + 1) & mask;
             m_index[i] = static_cast<uint32_t>(e + 1);
@@ -126,5 +126,6 @@ private:
     }
 
     std::vector<uint32_t> m_index; // open addressing: 0 free, else an entry's number + 1
+    int m_shift = 64 - kIndexBits; // from a hash to a slot of m_index
     std::vector<Entry> m_entries;
 };
