@@ -1,6 +1,9 @@
 #include "model/JSONTreeReader.h"
 
+#include <QVarLengthArray>
+
 #include <algorithm>
+#include <numeric>
 #include <span>
 
 using simdjson::dom::element;
@@ -61,7 +64,7 @@ void JSONTreeReader::noteChildren(size_t container)
     }
 }
 
-void JSONTreeReader::fill(JSONValue &slot, Note &note, JSONValue::TreeBuilder &tree)
+void JSONTreeReader::fill(JSONValue &slot, const Note &note, JSONValue::TreeBuilder &tree)
 {
     const element e = note.value;
     switch (note.type) {
@@ -83,25 +86,57 @@ void JSONTreeReader::fill(JSONValue &slot, Note &note, JSONValue::TreeBuilder &t
 
 void JSONTreeReader::fillObject(JSONValue &slot, const Note &object, JSONValue::TreeBuilder &tree)
 {
-    // Sorted by key before the members are made, stable so that of equal keys the last one
-    // comes last and is kept.
-    const std::span<Note> fields(m_notes.data() + object.children, object.count);
-    const auto less = [this](const Note &a, const Note &b) { return keyLess(a.key, b.key); };
-    sortStable(fields.begin(), fields.end(), less);
-    size_t unique = fields.size();
-    for (size_t k = 0; k + 1 < fields.size(); ++k) {
-        // Sorted, a key equals the next one unless it is less.
-        fields[k].twin = !less(fields[k], fields[k + 1]);
-        unique -= fields[k].twin;
+    const std::span<const Note> fields(m_notes.data() + object.children, object.count);
+    const Shape &shape = shapeOf(fields);
+    const std::span<JSONValue::Member> members = tree.makeObject(slot, shape.members.size());
+    // The keys first: the members' own objects may take the shape's place.
+    QVarLengthArray<uint32_t, 16> places;
+    for (size_t k = 0; k < members.size(); ++k) {
+        members[k].first = shape.members[k].second;
+        places.append(shape.members[k].first);
     }
-    const std::span<JSONValue::Member> members = tree.makeObject(slot, unique);
-    auto member = members.begin();
-    for (Note &field : fields) {
-        if (field.twin)
+    for (size_t k = 0; k < members.size(); ++k)
+        fill(members[k].second, fields[places[k]], tree);
+}
+
+const JSONTreeReader::Shape &JSONTreeReader::shapeOf(std::span<const Note> fields)
+{
+    QVarLengthArray<StringInterner::Key, 16> keys;
+    uint64_t hash = fields.size();
+    for (const Note &field : fields) {
+        keys.append(StringInterner::keyOf(field.key));
+        hash = (hash ^ keys.back().hash) * 0x9E3779B97F4A7C15ull;
+    }
+    Shape &shape = m_shapes[hash >> (64 - kShapeBits)];
+    bool same = shape.hash == hash && shape.keys.size() == fields.size();
+    for (size_t k = 0; same && k < fields.size(); ++k) {
+        const auto &[key, text] = shape.keys[k];
+        same = key == keys[k] && (key.size <= StringInterner::kCovered || text == fields[k].key);
+    }
+    if (!same)
+        learn(shape, hash, fields, keys);
+    return shape;
+}
+
+void JSONTreeReader::learn(Shape &shape, uint64_t hash, std::span<const Note> fields,
+                           std::span<const StringInterner::Key> keys)
+{
+    shape.hash = hash;
+    shape.keys.clear();
+    for (size_t k = 0; k < fields.size(); ++k)
+        shape.keys.emplace_back(keys[k], fields[k].key);
+    // The members sorted by key, stable so that of equal keys the last one comes last and is
+    // kept.
+    QVarLengthArray<uint32_t, 16> order(static_cast<qsizetype>(fields.size()));
+    std::iota(order.begin(), order.end(), 0u);
+    const auto less = [&](uint32_t a, uint32_t b) { return keyLess(fields[a].key, fields[b].key); };
+    sortStable(order.begin(), order.end(), less);
+    shape.members.clear();
+    for (qsizetype k = 0; k < order.size(); ++k) {
+        // Sorted, a key equals the next one unless it is less.
+        if (k + 1 < order.size() && !less(order[k], order[k + 1]))
             continue;
-        member->first = m_interner.get(field.key);
-        fill(member->second, field, tree);
-        ++member;
+        shape.members.emplace_back(order[k], m_interner.get(fields[order[k]].key, keys[order[k]]));
     }
 }
 

@@ -13,11 +13,52 @@
 class StringInterner
 {
 public:
+    // Texts up to this long are told apart by their key alone.
+    static constexpr size_t kCovered = 16;
+
+    // The first and last 8 bytes (or 4, or three single bytes) of a text cover it whole up to
+    // 16 bytes, so with the size they identify it without reading past its end. Longer texts
+    // with the same key differ somewhere in the middle.
+    struct Key {
+        uint64_t head = 0;
+        uint64_t tail = 0;
+        uint64_t size = 0;
+        uint64_t hash = 0;
+        bool operator==(const Key &o) const { return head == o.head && tail == o.tail && size == o.size; }
+    };
+
+    static Key keyOf(std::string_view text)
+    {
+        const char *p = text.data();
+        const size_t n = text.size();
+        Key key;
+        key.size = n;
+        if (n >= 8) {
+            std::memcpy(&key.head, p, 8);
+            std::memcpy(&key.tail, p + n - 8, 8);
+        } else if (n >= 4) {
+            uint32_t head, tail;
+            std::memcpy(&head, p, 4);
+            std::memcpy(&tail, p + n - 4, 4);
+            key.head = head;
+            key.tail = tail;
+        } else if (n > 0) {
+            key.head = uint64_t(uint8_t(p[0])) | uint64_t(uint8_t(p[n / 2])) << 8 | uint64_t(uint8_t(p[n - 1])) << 16;
+        }
+        uint64_t h = key.head ^ (key.tail + n) * 0xC2B2AE3D27D4EB4Full;
+        for (size_t i = 8; i + 8 < n; ++i) // the middle of a long text, which the key leaves out
+            h = (h ^ uint8_t(p[i])) * 0x100000001B3ull;
+        // The slot is taken from the top bits, which a multiplication mixes from all the others.
+        key.hash = h * 0x9E3779B97F4A7C15ull;
+        return key;
+    }
+
     StringInterner() : m_index(size_t(1) << kIndexBits, 0) { m_entries.reserve(256); }
 
-    QString get(std::string_view text)
+    QString get(std::string_view text) { return get(text, keyOf(text)); }
+    // The same with the text's key already at hand.
+    QString get(std::string_view text, const Key &key)
     {
-        const Key key = keyOf(text);
         const size_t mask = m_index.size() - 1;
         for (size_t i = key.hash >> m_shift;; i = (i + 1) & mask) {
             const uint32_t slot = m_index[i];
@@ -56,45 +97,7 @@ public:
     }
 
 private:
-    // Texts up to this long are told apart by their key alone.
-    static constexpr size_t kCovered = 16;
     static constexpr int kIndexBits = 10;
-
-    // The first and last 8 bytes (or 4, or three single bytes) of a text cover it whole up to
-    // 16 bytes, so with the size they identify it without reading past its end.
-    struct Key {
-        uint64_t head = 0;
-        uint64_t tail = 0;
-        uint64_t size = 0;
-        uint64_t hash = 0;
-        bool operator==(const Key &o) const { return head == o.head && tail == o.tail && size == o.size; }
-    };
-
-    static Key keyOf(std::string_view text)
-    {
-        const char *p = text.data();
-        const size_t n = text.size();
-        Key key;
-        key.size = n;
-        if (n >= 8) {
-            std::memcpy(&key.head, p, 8);
-            std::memcpy(&key.tail, p + n - 8, 8);
-        } else if (n >= 4) {
-            uint32_t head, tail;
-            std::memcpy(&head, p, 4);
-            std::memcpy(&tail, p + n - 4, 4);
-            key.head = head;
-            key.tail = tail;
-        } else if (n > 0) {
-            key.head = uint64_t(uint8_t(p[0])) | uint64_t(uint8_t(p[n / 2])) << 8 | uint64_t(uint8_t(p[n - 1])) << 16;
-        }
-        uint64_t h = key.head ^ (key.tail + n) * 0xC2B2AE3D27D4EB4Full;
-        for (size_t i = 8; i + 8 < n; ++i) // the middle of a long text, which the key leaves out
-            h = (h ^ uint8_t(p[i])) * 0x100000001B3ull;
-        // The slot is taken from the top bits, which a multiplication mixes from all the others.
-        key.hash = h * 0x9E3779B97F4A7C15ull;
-        return key;
-    }
 
     struct Entry {
         Key key;
