@@ -71,6 +71,14 @@ private Q_SLOTS:
             << QByteArray(R"({"abcdefgh-one-12345678":1,"abcdefgh-two-12345678":2,"abcdefgh12345678":3,"a":4,)"
                           R"("ab":5,"ba":6,"abc":7,"axc":8,"abcde":9,"abxde":10})");
         QTest::newRow("top-level array") << QByteArray(R"([{"b":1,"a":2},[],"s",-0.5])");
+        // Many shapes of objects inside objects, more than are remembered at once.
+        QByteArray shapes = "[";
+        for (int i = 0; i < 600; ++i) {
+            const QByteArray a = "k" + QByteArray::number(i % 7), b = "k" + QByteArray::number(i % 11);
+            shapes += (i ? "," : "") + QByteArray("{\"") + b + "\":{\"" + a + "\":" + QByteArray::number(i) + ",\"" + b
+                + "\":{\"x" + QByteArray::number(i % 13) + "\":[]}},\"" + a + "\":" + QByteArray::number(i % 5) + "}";
+        }
+        QTest::newRow("many shapes") << shapes + "]";
     }
 
     void decodesLikeTheConstructors()
