@@ -13,7 +13,7 @@
 // Turns values of a simdjson DOM into JSONValues, the arrays and objects under each value in
 // one tree (see JSONValue::TreeBuilder). One pass over the DOM notes every container's
 // children and counts the slots; the tree is then made from the notes. Lives for one
-// document: the notes' buffer is kept from value to value.
+// document: the notes' buffer and the object shapes are kept from value to value.
 class JSONTreeReader
 {
 public:

@@ -6,7 +6,6 @@
 #include <QVariant>
 
 #include <cstring>
-
 #include <optional>
 #include <span>
 #include <utility>
