@@ -70,14 +70,19 @@ public:
         }
     }
 
-    // Makes get() hand out copies of text (ASCII, up to 16 characters) for its bytes. A
-    // static string (QStringLiteral) is copied without counting references.
+    // Makes get() hand out copies of text for its bytes; only ASCII texts up to 16
+    // characters are taken. A static string (QStringLiteral) is copied without counting
+    // references.
     void seed(const QString &text)
     {
-        Q_ASSERT(text.size() <= qsizetype(kCovered));
         char bytes[kCovered];
-        for (qsizetype i = 0; i < text.size(); ++i)
+        if (text.size() > qsizetype(kCovered))
+            return;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            if (text[i].unicode() >= 0x80)
+                return;
             bytes[i] = static_cast<char>(text[i].unicode());
+        }
         const std::string_view view(bytes, static_cast<size_t>(text.size()));
         const Key key = keyOf(view);
         const size_t mask = m_index.size() - 1;
