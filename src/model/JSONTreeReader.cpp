@@ -107,6 +107,8 @@ const JSONTreeReader::Shape &JSONTreeReader::shapeOf(std::span<const Note> field
         keys.append(StringInterner::keyOf(field.key));
         hash = (hash ^ keys.back().hash) * 0x9E3779B97F4A7C15ull;
     }
+    if (m_shapes.empty())
+        m_shapes.resize(kShapes);
     Shape &shape = m_shapes[hash >> (64 - kShapeBits)];
     bool same = shape.hash == hash && shape.keys.size() == fields.size();
     for (size_t k = 0; same && k < fields.size(); ++k) {

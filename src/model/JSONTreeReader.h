@@ -17,7 +17,7 @@
 class JSONTreeReader
 {
 public:
-    explicit JSONTreeReader(StringInterner &interner) : m_interner(interner), m_shapes(kShapes) { }
+    explicit JSONTreeReader(StringInterner &interner) : m_interner(interner) { }
 
     JSONValue read(simdjson::dom::element e);
 
@@ -54,5 +54,5 @@ private:
     std::vector<Note> m_notes;
     size_t m_members = 0;
     size_t m_elements = 0;
-    std::vector<Shape> m_shapes; // by hash; the last shape seen wins a place
+    std::vector<Shape> m_shapes; // by hash, made with the first object; the last shape seen wins a place
 };
