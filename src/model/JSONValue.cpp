@@ -4,8 +4,10 @@
 #include <QVariantMap>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
-#include <numeric>
+#include <functional>
+#include <memory>
 
 namespace {
 
@@ -103,84 +105,155 @@ void write(QString &out, const JSONValue &v, int indent, int depth)
 
 } // namespace
 
-JSONValue JSONValue::string(QString s)
+// One allocation: the header, then the member slots of all the tree's objects, then the
+// element slots of all its arrays. Every slot is a live value from creation on, so the tree
+// is torn down by destroying the slots in order.
+struct alignas(alignof(JSONValue::Member)) JSONValue::Tree {
+    std::atomic<int> refs;
+    quint32 members;
+    quint32 elements;
+
+    Member *memberSlots() { return reinterpret_cast<Member *>(this + 1); }
+    JSONValue *elementSlots() { return reinterpret_cast<JSONValue *>(memberSlots() + members); }
+    bool holds(const void *p)
+    {
+        const std::less<const void *> before;
+        return !before(p, memberSlots()) && before(p, elementSlots() + elements);
+    }
+
+    static Tree *create(size_t members, size_t elements)
+    {
+        void *raw = ::operator new(sizeof(Tree) + members * sizeof(Member) + elements * sizeof(JSONValue));
+        auto *tree = new (raw) Tree{{1}, static_cast<quint32>(members), static_cast<quint32>(elements)};
+        std::uninitialized_default_construct_n(tree->memberSlots(), members);
+        std::uninitialized_default_construct_n(tree->elementSlots(), elements);
+        return tree;
+    }
+    void ref() { refs.fetch_add(1, std::memory_order_relaxed); }
+    void deref()
+    {
+        if (refs.fetch_sub(1, std::memory_order_acq_rel) != 1)
+            return;
+        std::destroy_n(memberSlots(), members);
+        std::destroy_n(elementSlots(), elements);
+        this->~Tree();
+        ::operator delete(this);
+    }
+};
+
+JSONValue::JSONValue(const JSONValue &other) : m_kind(other.m_kind), m_size(other.m_size)
 {
-    JSONValue v;
-    v.m_kind = Kind::string;
-    v.m_string = std::move(s);
-    return v;
+    switch (m_kind) {
+    case Kind::string: new (&m_string) QString(other.m_string); break;
+    case Kind::number: m_number = other.m_number; break;
+    case Kind::boolean: m_bool = other.m_bool; break;
+    case Kind::object:
+    case Kind::array:
+        m_container = other.m_container;
+        if (m_container.tree)
+            m_container.tree->ref();
+        break;
+    case Kind::null: m_number = 0.0; break;
+    }
 }
 
-JSONValue JSONValue::number(double d)
+void JSONValue::takeContainer(JSONValue &other) noexcept
 {
-    JSONValue v;
-    v.m_kind = Kind::number;
-    v.m_number = d;
-    return v;
+    m_container = other.m_container;
+    if (other.m_inTree) {
+        // A slot stays where it is; what leaves its tree takes a reference.
+        if (m_container.tree)
+            m_container.tree->ref();
+    } else {
+        other.m_kind = Kind::null;
+        other.m_size = 0;
+        other.m_number = 0.0;
+    }
 }
 
-JSONValue JSONValue::boolean(bool b)
+JSONValue &JSONValue::operator=(const JSONValue &other)
 {
-    JSONValue v;
-    v.m_kind = Kind::boolean;
-    v.m_bool = b;
-    return v;
+    if (this != &other) {
+        JSONValue copy(other); // first: other may live in the tree this value holds
+        *this = std::move(copy);
+    }
+    return *this;
 }
+
+void JSONValue::releaseTree() noexcept { m_container.tree->deref(); }
 
 JSONValue JSONValue::object(Object members)
 {
-    const size_t n = members.size();
-    return makeObject(n, [&](size_t i, Member &slot) { slot = std::move(members[i]); });
-}
-
-JSONValue JSONValue::fromMembers(std::shared_ptr<Member[]> items, size_t n)
-{
-    Member *begin = items.get();
-    const auto byKey = [](const Member &a, const Member &b) { return a.first < b.first; };
-    const auto sameKey = [](const Member &a, const Member &b) { return a.first == b.first; };
-    if (!std::is_sorted(begin, begin + n, byKey)) {
-        if (n <= 16) {
-            // Small objects, the usual case: a stable insertion sort in place.
-            for (size_t i = 1; i < n; ++i) {
-                for (size_t k = i; k > 0 && begin[k].first < begin[k - 1].first; --k)
-                    std::swap(begin[k], begin[k - 1]);
-            }
-        } else {
-            // Sort an index (stable, so twins keep document order), then move into place.
-            std::vector<quint32> order(n);
-            std::iota(order.begin(), order.end(), 0u);
-            std::stable_sort(order.begin(), order.end(),
-                             [&](quint32 a, quint32 b) { return begin[a].first < begin[b].first; });
-            auto sorted = std::make_shared<Member[]>(n);
-            for (size_t k = 0; k < n; ++k)
-                sorted[k] = std::move(begin[order[k]]);
-            items = std::move(sorted);
-            begin = items.get();
-        }
-    }
+    std::stable_sort(members.begin(), members.end(), [](const Member &a, const Member &b) { return a.first < b.first; });
     // Of equal keys keep the last one (the sort kept document order among twins).
-    if (std::adjacent_find(begin, begin + n, sameKey) != begin + n) {
-        size_t out = 0;
-        for (size_t k = 0; k < n; ++k) {
-            if (k + 1 < n && begin[k + 1].first == begin[k].first)
-                continue;
-            if (out != k)
-                begin[out] = std::move(begin[k]);
-            ++out;
-        }
-        n = out;
+    size_t unique = 0;
+    for (size_t k = 0; k < members.size(); ++k) {
+        if (k + 1 < members.size() && members[k + 1].first == members[k].first)
+            continue;
+        if (unique != k)
+            members[unique] = std::move(members[k]);
+        ++unique;
     }
     JSONValue v;
-    v.m_kind = Kind::object;
-    v.m_size = static_cast<quint32>(n);
-    v.m_items = std::shared_ptr<const void>(std::move(items));
+    TreeBuilder tree(unique, 0);
+    const std::span<Member> slots = tree.makeObject(v, unique);
+    std::move(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(unique), slots.begin());
     return v;
 }
 
 JSONValue JSONValue::array(Array elements)
 {
-    const size_t n = elements.size();
-    return makeArray(n, [&](size_t i, JSONValue &slot) { slot = std::move(elements[i]); });
+    JSONValue v;
+    TreeBuilder tree(0, elements.size());
+    const std::span<JSONValue> slots = tree.makeArray(v, elements.size());
+    std::move(elements.begin(), elements.end(), slots.begin());
+    return v;
+}
+
+JSONValue::TreeBuilder::TreeBuilder(size_t members, size_t elements)
+{
+    if (members + elements > 0)
+        m_tree = Tree::create(members, elements);
+}
+
+JSONValue::TreeBuilder::~TreeBuilder()
+{
+    if (m_tree)
+        m_tree->deref();
+}
+
+std::span<JSONValue::Member> JSONValue::TreeBuilder::makeObject(JSONValue &slot, size_t n)
+{
+    if (n > (m_tree ? m_tree->members : 0) - m_membersUsed)
+        qFatal("JSONValue::TreeBuilder: more members than counted");
+    Member *items = n ? m_tree->memberSlots() + m_membersUsed : nullptr;
+    m_membersUsed += n;
+    attach(slot, Kind::object, items, n);
+    return {items, n};
+}
+
+std::span<JSONValue> JSONValue::TreeBuilder::makeArray(JSONValue &slot, size_t n)
+{
+    if (n > (m_tree ? m_tree->elements : 0) - m_elementsUsed)
+        qFatal("JSONValue::TreeBuilder: more elements than counted");
+    JSONValue *items = n ? m_tree->elementSlots() + m_elementsUsed : nullptr;
+    m_elementsUsed += n;
+    attach(slot, Kind::array, items, n);
+    return {items, n};
+}
+
+void JSONValue::TreeBuilder::attach(JSONValue &slot, Kind kind, const void *items, size_t n)
+{
+    slot = JSONValue();
+    slot.m_kind = kind;
+    slot.m_size = static_cast<quint32>(n);
+    Tree *tree = n ? m_tree : nullptr;
+    slot.m_container = {items, tree};
+    // Containers inside the tree point at their items without counting (counting would keep
+    // the tree alive forever); the root outside holds a reference.
+    slot.m_inTree = tree && tree->holds(&slot);
+    if (tree && !slot.m_inTree)
+        tree->ref();
 }
 
 const QString &JSONValue::toString() const
@@ -192,14 +265,14 @@ std::span<const JSONValue::Member> JSONValue::members() const
 {
     if (m_kind != Kind::object)
         return {};
-    return {static_cast<const Member *>(m_items.get()), m_size};
+    return {static_cast<const Member *>(m_container.items), m_size};
 }
 
 std::span<const JSONValue> JSONValue::elements() const
 {
     if (m_kind != Kind::array)
         return {};
-    return {static_cast<const JSONValue *>(m_items.get()), m_size};
+    return {static_cast<const JSONValue *>(m_container.items), m_size};
 }
 
 const JSONValue *JSONValue::find(QStringView key) const

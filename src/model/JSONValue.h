@@ -5,7 +5,7 @@
 #include <QString>
 #include <QVariant>
 
-#include <memory>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <utility>
@@ -15,45 +15,72 @@
 // Immutable and cheap to copy: objects and arrays are shared, never modified after
 // construction, so copies may cross threads freely. Object keys are kept sorted (and
 // unique, the last duplicate winning), which gives map equality and sorted rendering.
+//
+// The arrays and objects of one tree live in a single reference-counted allocation: the
+// containers inside it point at each other without counting, and a value taken out of a
+// tree (any copy) keeps the whole tree alive.
 class JSONValue
 {
 public:
-    enum class Kind { string, number, boolean, object, array, null };
+    enum class Kind : quint8 { string, number, boolean, object, array, null };
     using Member = std::pair<QString, JSONValue>;
     using Object = std::vector<Member>; // for construction; any order
     using Array = std::vector<JSONValue>;
+    class TreeBuilder;
 
-    JSONValue() = default; // null
+    JSONValue() noexcept : m_number(0.0) { } // null
+    JSONValue(const JSONValue &other);
+    JSONValue(JSONValue &&other) noexcept : m_kind(other.m_kind), m_size(other.m_size)
+    {
+        if (m_kind == Kind::string)
+            new (&m_string) QString(std::move(other.m_string));
+        else if (isContainer())
+            takeContainer(other);
+        else
+            std::memcpy(&m_number, &other.m_number, sizeof m_number); // the number or the bool
+    }
+    JSONValue &operator=(const JSONValue &other);
+    JSONValue &operator=(JSONValue &&other) noexcept
+    {
+        if (this != &other) {
+            this->~JSONValue();
+            new (this) JSONValue(std::move(other));
+        }
+        return *this;
+    }
+    ~JSONValue()
+    {
+        if (m_kind == Kind::string)
+            m_string.~QString();
+        else if (isContainer() && !m_inTree && m_container.tree)
+            releaseTree();
+    }
+
     static JSONValue null() { return {}; }
-    static JSONValue string(QString s);
-    static JSONValue number(double d);
-    static JSONValue boolean(bool b);
+    static JSONValue string(QString s)
+    {
+        JSONValue v;
+        v.m_kind = Kind::string;
+        new (&v.m_string) QString(std::move(s));
+        return v;
+    }
+    static JSONValue number(double d)
+    {
+        JSONValue v;
+        v.m_kind = Kind::number;
+        v.m_number = d;
+        return v;
+    }
+    static JSONValue boolean(bool b)
+    {
+        JSONValue v;
+        v.m_kind = Kind::boolean;
+        v.m_bool = b;
+        return v;
+    }
     // Sorts the members by key; of duplicate keys the last one is kept.
     static JSONValue object(Object members);
     static JSONValue array(Array elements);
-
-    // Construction in place for decoders that know the size up front: fill(i, slot) sets
-    // each of the n slots once. Objects are sorted afterwards like object() does.
-    template<typename Fill>
-    static JSONValue makeArray(size_t n, Fill &&fill)
-    {
-        auto items = std::make_shared<JSONValue[]>(n);
-        for (size_t i = 0; i < n; ++i)
-            fill(i, items[i]);
-        JSONValue v;
-        v.m_kind = Kind::array;
-        v.m_size = static_cast<quint32>(n);
-        v.m_items = std::shared_ptr<const void>(std::move(items));
-        return v;
-    }
-    template<typename Fill>
-    static JSONValue makeObject(size_t n, Fill &&fill)
-    {
-        auto items = std::make_shared<Member[]>(n);
-        for (size_t i = 0; i < n; ++i)
-            fill(i, items[i]);
-        return fromMembers(std::move(items), n);
-    }
 
     Kind kind() const { return m_kind; }
     bool isNull() const { return m_kind == Kind::null; }
@@ -90,14 +117,48 @@ public:
     friend bool operator==(const JSONValue &a, const JSONValue &b);
 
 private:
-    static JSONValue fromMembers(std::shared_ptr<Member[]> items, size_t n);
+    struct Tree;
+    bool isContainer() const { return m_kind == Kind::object || m_kind == Kind::array; }
+    void takeContainer(JSONValue &other) noexcept;
+    void releaseTree() noexcept;
 
     Kind m_kind = Kind::null;
-    bool m_bool = false;
+    bool m_inTree = false; // a container slot of the tree it points into: holds no reference
     quint32 m_size = 0; // members or elements
-    double m_number = 0.0;
-    QString m_string;
-    std::shared_ptr<const void> m_items; // Member[] for objects, JSONValue[] for arrays
+    union {
+        double m_number;
+        bool m_bool;
+        QString m_string;
+        struct {
+            const void *items; // Member[] for objects, JSONValue[] for arrays
+            Tree *tree; // null for empty containers
+        } m_container;
+    };
+};
+
+// Lays out a tree of arrays and objects in one allocation, for decoders that count the
+// slots of all its containers first. The containers are then made top-down, each from a
+// slot of its parent (or the root value outside), and every slot is filled once.
+class JSONValue::TreeBuilder
+{
+public:
+    TreeBuilder(size_t members, size_t elements);
+    ~TreeBuilder();
+    TreeBuilder(const TreeBuilder &) = delete;
+    TreeBuilder &operator=(const TreeBuilder &) = delete;
+
+    // Makes slot an object of n members taken from the tree and gives them to fill; the
+    // keys must be filled in sorted order and unique.
+    std::span<Member> makeObject(JSONValue &slot, size_t n);
+    // Makes slot an array of n elements taken from the tree and gives them to fill.
+    std::span<JSONValue> makeArray(JSONValue &slot, size_t n);
+
+private:
+    void attach(JSONValue &slot, Kind kind, const void *items, size_t n);
+
+    Tree *m_tree = nullptr;
+    size_t m_membersUsed = 0;
+    size_t m_elementsUsed = 0;
 };
 
 Q_DECLARE_METATYPE(JSONValue)

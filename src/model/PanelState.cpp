@@ -1,12 +1,13 @@
 #include "model/PanelState.h"
 
+#include "model/JSONTreeReader.h"
+#include "model/StringInterner.h"
+
 #include <QHash>
 
 #include <simdjson.h>
 
 #include <string_view>
-#include <cstdint>
-#include <vector>
 
 // Decoding works on simdjson's DOM: the document is validated as a whole first (a broken
 // document must fail, not half-decode), then each record is read in one pass over its
@@ -19,89 +20,6 @@ using simdjson::dom::element_type;
 
 QString text(std::string_view sv) { return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size())); }
 
-// Object keys, peers, types and other short texts repeat throughout a document: one shared
-// QString each saves most of the allocations of a decode. Lives for one decode; the views
-// point into the parser's buffer.
-class Interner
-{
-public:
-    Interner() : m_slots(1024) { }
-
-    const QString &get(std::string_view sv)
-    {
-        // Open addressing with FNV-1a: the texts are short and the table small.
-        uint64_t h = 1469598103934665603ull;
-        for (const char c : sv)
-            h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-        if (m_used * 2 >= m_slots.size())
-            grow();
-        size_t i = h & (m_slots.size() - 1);
-        while (m_slots[i].used) {
-            if (m_slots[i].hash == h && m_slots[i].key == sv)
-                return m_slots[i].value;
-            i = (i + 1) & (m_slots.size() - 1);
-        }
-        m_slots[i] = Slot{true, h, sv, text(sv)};
-        ++m_used;
-        return m_slots[i].value;
-    }
-    QString maybe(std::string_view sv) { return sv.size() <= kShort ? get(sv) : text(sv); }
-
-private:
-    static constexpr size_t kShort = 16;
-    struct Slot {
-        bool used = false;
-        uint64_t hash = 0;
-        std::string_view key;
-        QString value;
-    };
-    void grow()
-    {
-        std::vector<Slot> old(m_slots.size() * 2);
-        old.swap(m_slots);
-        for (Slot &slot : old) {
-            if (!slot.used)
-                continue;
-            size_t i = slot.hash & (m_slots.size() - 1);
-            while (m_slots[i].used)
-                i = (i + 1) & (m_slots.size() - 1);
-            m_slots[i] = std::move(slot);
-        }
-    }
-    std::vector<Slot> m_slots;
-    size_t m_used = 0;
-};
-
-JSONValue toValue(element e, Interner &interner)
-{
-    switch (e.type()) {
-    case element_type::NULL_VALUE: return JSONValue::null();
-    case element_type::BOOL: return JSONValue::boolean(e.get_bool().value_unsafe());
-    case element_type::INT64:
-    case element_type::UINT64:
-    case element_type::DOUBLE: return JSONValue::number(e.get_double().value_unsafe());
-    case element_type::STRING: return JSONValue::string(interner.maybe(e.get_string().value_unsafe()));
-    case element_type::ARRAY: {
-        const simdjson::dom::array a = e.get_array().value_unsafe();
-        auto it = a.begin();
-        return JSONValue::makeArray(a.size(), [&](size_t, JSONValue &slot) {
-            slot = toValue(*it, interner);
-            ++it;
-        });
-    }
-    case element_type::OBJECT: {
-        const simdjson::dom::object o = e.get_object().value_unsafe();
-        auto it = o.begin();
-        return JSONValue::makeObject(o.size(), [&](size_t, JSONValue::Member &slot) {
-            slot.first = interner.get(it.key());
-            slot.second = toValue(it.value(), interner);
-            ++it;
-        });
-    }
-    }
-    return JSONValue::null();
-}
-
 bool readString(element e, QString &out)
 {
     std::string_view sv;
@@ -111,7 +29,7 @@ bool readString(element e, QString &out)
     return true;
 }
 
-bool readString(element e, QString &out, Interner &interner)
+bool readString(element e, QString &out, StringInterner &interner)
 {
     std::string_view sv;
     if (e.get_string().get(sv) != simdjson::SUCCESS)
@@ -121,7 +39,7 @@ bool readString(element e, QString &out, Interner &interner)
 }
 
 // null reads as absent; any other non-string is a failure.
-bool readOptionalString(element e, std::optional<QString> &out, Interner &interner)
+bool readOptionalString(element e, std::optional<QString> &out, StringInterner &interner)
 {
     if (e.is_null()) {
         out.reset();
@@ -136,7 +54,7 @@ bool readOptionalString(element e, std::optional<QString> &out, Interner &intern
 
 // A handle and a fingerprint, both required; contacts also read an optional status.
 bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optional<QString> *status = nullptr,
-                    Interner *interner = nullptr)
+                    StringInterner *interner = nullptr)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -159,15 +77,42 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optio
     return hasHandle && hasFingerprint;
 }
 
-bool decodeRecord(element e, SelfInfo &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, PendingConnect &out, Interner &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, Contact &out, Interner &interner)
+// What the records of one document share.
+struct Context {
+    Context()
+    {
+        // The texts the app reads by name (content keys, part kinds, directions, states) are
+        // static strings, whose copies count no references.
+        for (const QString &known :
+             {QStringLiteral("parts"),     QStringLiteral("kind"),        QStringLiteral("text"),
+              QStringLiteral("code"),      QStringLiteral("lang"),        QStringLiteral("path"),
+              QStringLiteral("name"),      QStringLiteral("mime"),        QStringLiteral("bytes"),
+              QStringLiteral("data"),      QStringLiteral("alt"),         QStringLiteral("json"),
+              QStringLiteral("args"),      QStringLiteral("call_id"),     QStringLiteral("ok"),
+              QStringLiteral("result"),    QStringLiteral("error"),       QStringLiteral("title"),
+              QStringLiteral("task"),      QStringLiteral("filename"),    QStringLiteral("file"),
+              QStringLiteral("message"),   QStringLiteral("content"),     QStringLiteral("image"),
+              QStringLiteral("tool_call"), QStringLiteral("tool_result"), QStringLiteral("in"),
+              QStringLiteral("out"),       QStringLiteral("queued"),      QStringLiteral("sent"),
+              QStringLiteral("delivered"), QStringLiteral("read"),        QStringLiteral("failed"),
+              QStringLiteral("connected")})
+            interner.seed(known);
+    }
+
+    StringInterner interner;
+    JSONTreeReader reader{interner};
+};
+
+bool decodeRecord(element e, SelfInfo &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, PendingConnect &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, Contact &out, Context &context)
 {
-    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &interner);
+    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &context.interner);
 }
 
-bool decodeRecord(element e, Message &out, Interner &interner)
+bool decodeRecord(element e, Message &out, Context &context)
 {
+    StringInterner &interner = context.interner;
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
         return false;
@@ -194,7 +139,7 @@ bool decodeRecord(element e, Message &out, Interner &interner)
             ok = readString(field.value, out.createdAt);
             seen |= createdAt;
         } else if (key == "content") {
-            out.content = toValue(field.value, interner);
+            out.content = context.reader.read(field.value);
             seen |= content;
         }
         if (!ok)
@@ -205,7 +150,7 @@ bool decodeRecord(element e, Message &out, Interner &interner)
 
 // All or nothing: a missing key, a non-array or one bad element gives an empty list.
 template<typename T>
-QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Interner &interner)
+QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Context &context)
 {
     simdjson::dom::array a;
     if (document.at_key(key).get_array().get(a) != simdjson::SUCCESS)
@@ -213,10 +158,8 @@ QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Inter
     QList<T> out;
     out.reserve(static_cast<qsizetype>(a.size()));
     for (element e : a) {
-        T record;
-        if (!decodeRecord(e, record, interner))
+        if (!decodeRecord(e, out.emplaceBack(), context))
             return {};
-        out.append(std::move(record));
     }
     return out;
 }
@@ -278,11 +221,11 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
         return fail(QStringLiteral("not a JSON object"));
 
     PanelState state;
-    Interner interner;
+    Context context;
     element member;
     if (document.at_key("self").get(member) == simdjson::SUCCESS && !member.is_null()) {
         SelfInfo self;
-        if (!decodeRecord(member, self, interner))
+        if (!decodeRecord(member, self, context))
             return fail(QStringLiteral("\"self\" is not an identity record"));
         state.selfInfo = std::move(self);
     }
@@ -292,9 +235,9 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
             return fail(QStringLiteral("\"handle\" is not a string"));
         state.handle = std::move(handle);
     }
-    state.contacts = decodeArray<Contact>(document, "contacts", interner);
-    state.messages = decodeArray<Message>(document, "messages", interner);
-    state.pending = decodeArray<PendingConnect>(document, "pending", interner);
+    state.contacts = decodeArray<Contact>(document, "contacts", context);
+    state.messages = decodeArray<Message>(document, "messages", context);
+    state.pending = decodeArray<PendingConnect>(document, "pending", context);
     return state;
 }
 
@@ -306,6 +249,6 @@ std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
     element root;
     if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
         return std::nullopt;
-    Interner interner;
-    return toValue(root, interner);
+    StringInterner interner;
+    return JSONTreeReader(interner).read(root);
 }
