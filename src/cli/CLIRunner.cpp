@@ -147,8 +147,11 @@ QStringList candidateCliJsPaths()
     QString dir = QCoreApplication::applicationDirPath();
     if (dir.isEmpty())
         dir = QDir::currentPath();
+    // Up to eight folders upwards, the root once.
     while (dirs.size() < 8) {
-        dirs.append(dir);
+        dirs.append(dir == QLatin1String("/") ? QString() : dir);
+        if (dir == QLatin1String("/"))
+            break;
         const int slash = dir.lastIndexOf(QLatin1Char('/'));
         dir = slash > 0 ? dir.left(slash) : QStringLiteral("/");
     }

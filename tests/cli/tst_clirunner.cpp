@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -83,6 +84,8 @@ private Q_SLOTS:
         if (nodeOnPath) {
             const QStringList scripts = CLIRunner::candidateCliJsPaths();
             QCOMPARE(scripts.last(), env.root() + "/home/Documents/AI/Quillmote/packages/cli/dist/cli.js");
+            // The walk upwards reaches the root once (this test's folder is less than eight deep).
+            QCOMPARE(scripts.filter(QRegularExpression("^/+packages/")), QStringList{"/packages/cli/dist/cli.js"});
             expected << scripts;
         } else {
             expected << QStringLiteral("node(not found)");
