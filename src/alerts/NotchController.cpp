@@ -1,8 +1,8 @@
 #include "alerts/NotchController.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 
 #include <QDateTime>
 

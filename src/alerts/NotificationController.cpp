@@ -1,7 +1,7 @@
 #include "alerts/NotificationController.h"
 
 #include "alerts/MonogramAvatar.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 
 #include <QPointer>
 

@@ -1,5 +1,5 @@
 #include "app/AppController.h"
-#include "app/Log.h"
+#include "core/Log.h"
 #include "platform/ActionCommand.h"
 #include "platform/AppShortcuts.h"
 #include "platform/SingleInstance.h"

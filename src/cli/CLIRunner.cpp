@@ -1,6 +1,6 @@
 #include "cli/CLIRunner.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <QCoreApplication>
 #include <QDir>

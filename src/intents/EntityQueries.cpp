@@ -1,6 +1,6 @@
 #include "intents/EntityQueries.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "cli/CLIResponses.h"
 #include "intents/IntentCatalogue.h"
 #include "intents/ToolRunner.h"

@@ -1,6 +1,6 @@
 #include "intents/FocusPolicy.h"
 
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "intents/QuillmoteFocusFilter.h"
 
 namespace FocusPolicy {

@@ -1,6 +1,6 @@
 #include "intents/IntentCatalogue.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "cli/CLIRunner.h"
 
 #include <QJsonValue>

@@ -1,6 +1,6 @@
 #include "intents/IntentsService.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "intents/AuthGate.h"
 #include "intents/BiometricGate.h"
 #include "intents/Confirmer.h"

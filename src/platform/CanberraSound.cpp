@@ -1,6 +1,6 @@
 #include "platform/CanberraSound.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <canberra.h>
 

@@ -1,6 +1,6 @@
 #include "platform/DesktopActions.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <QDBusError>
 

@@ -1,6 +1,6 @@
 #include "platform/DoNotDisturbWatcher.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "intents/QuillmoteFocusFilter.h"
 
 #include <QDBusMessage>

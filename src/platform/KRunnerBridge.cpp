@@ -1,6 +1,6 @@
 #include "platform/KRunnerBridge.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "intents/IntentCatalogue.h"
 #include "intents/IntentsService.h"
 

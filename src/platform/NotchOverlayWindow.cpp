@@ -2,7 +2,7 @@
 
 #include "alerts/NotchGeometry.h"
 #include "alerts/NotchViewModel.h"
-#include "app/Log.h"
+#include "core/Log.h"
 #include "platform/QmlViews.h"
 
 #include <QGuiApplication>

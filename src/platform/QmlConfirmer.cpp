@@ -1,6 +1,6 @@
 #include "platform/QmlConfirmer.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

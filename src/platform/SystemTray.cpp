@@ -1,7 +1,7 @@
 #include "platform/SystemTray.h"
 
 #include "alerts/MonogramAvatar.h"
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <QApplication>
 #include <QCursor>

@@ -1,6 +1,6 @@
 #include "state/StateClient.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "state/DaemonManager.h"
 
 #include <QCoreApplication>

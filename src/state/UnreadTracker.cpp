@@ -1,6 +1,6 @@
 #include "state/UnreadTracker.h"
 
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "model/MessageTime.h"
 
 #include <QThread>

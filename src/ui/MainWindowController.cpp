@@ -1,6 +1,6 @@
 #include "ui/MainWindowController.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "state/AppState.h"
 #include "state/StateClient.h"
 #include "ui/ContentImageProvider.h"

@@ -1,6 +1,6 @@
 #include "ui/NativePreviewWindowController.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "state/AppState.h"
 #include "ui/ContentImageProvider.h"
 #include "ui/MainViewModel.h"

@@ -1,7 +1,7 @@
 #include "ui/ViewWindow.h"
 
-#include "app/Log.h"
-#include "app/SettingsStore.h"
+#include "core/Log.h"
+#include "core/SettingsStore.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>

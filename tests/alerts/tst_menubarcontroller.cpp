@@ -1,7 +1,7 @@
 // The tray menu's logic against a fake tray: recents, the unread floor, the icon states,
 // the attention pulse and the menu rows.
 #include "alerts/MenuBarController.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "fakes/FakeTray.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"

@@ -1,5 +1,5 @@
 #include "alerts/NotchController.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "fakes/FakeMotion.h"
 #include "fakes/FakePanel.h"
 #include "fakes/FakePasteboard.h"

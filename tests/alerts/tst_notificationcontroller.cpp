@@ -1,7 +1,7 @@
 // The banner logic against a fake server: what a banner carries, which banner a message
 // replaces, and where actions and replies go.
 #include "alerts/NotificationController.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "fakes/FakeNotifications.h"
 #include "support/TestEnv.h"
 

@@ -1,6 +1,6 @@
 // The searches behind pickers and completion, against the stand-in tool.
 #include "intents/EntityQueries.h"
-#include "intents/SimWorld.h"
+#include "support/SimWorld.h"
 #include "intents/ToolRunner.h"
 #include "support/LogCapture.h"
 

@@ -1,5 +1,5 @@
 // The do-not-disturb filter's record, and what a banner may do with it.
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "intents/FocusPolicy.h"
 #include "intents/QuillmoteFocusFilter.h"
 #include "support/LogCapture.h"

@@ -1,10 +1,10 @@
 // The actions against the stand-in tool: argument vectors, confirmations, the gate, the
 // dialogs and log lines, and how tool failures reach the user.
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
 #include "intents/IntentsService.h"
-#include "intents/SimWorld.h"
+#include "support/SimWorld.h"
 #include "support/LogCapture.h"
 
 #include <QJsonArray>

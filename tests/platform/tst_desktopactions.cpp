@@ -6,7 +6,7 @@
 #include "fakes/FakePolkitAuthority.h"
 #include "intents/EntityQueries.h"
 #include "intents/IntentsService.h"
-#include "intents/SimWorld.h"
+#include "support/SimWorld.h"
 #include "intents/ToolRunner.h"
 #include "platform/ActionsBus.h"
 #include "platform/PolkitAuthGate.h"

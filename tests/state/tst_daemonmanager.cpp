@@ -4,7 +4,7 @@
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
-#include "SimWeb.h"
+#include "support/SimWeb.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
-#include "app/Log.h"
-#include "app/SettingsStore.h"
+#include "core/Log.h"
+#include "core/SettingsStore.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
@@ -89,4 +89,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestAppBase)
-#include "tst_appbase.moc"
+#include "tst_core.moc"

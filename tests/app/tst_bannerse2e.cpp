@@ -6,7 +6,7 @@
 #include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
 #include "app/AppController.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "fakes/FakeNotificationServer.h"
 #include "ipc/SocketServer.h"
 #include "state/AppState.h"

@@ -1,5 +1,5 @@
 #include "alerts/NotchController.h"
-#include "app/SettingsStore.h"
+#include "core/SettingsStore.h"
 #include "ipc/SocketServer.h"
 #include "platform/ClipboardPasteboard.h"
 #include "platform/NotchOverlayWindow.h"
