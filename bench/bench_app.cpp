@@ -18,7 +18,10 @@
 
 namespace {
 
-QString appPath() { return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier"); }
+QString appPath()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier");
+}
 
 QProcessEnvironment appEnvironment(const QTemporaryDir &dir)
 {
@@ -126,7 +129,7 @@ int main(int argc, char *argv[])
     }
     std::sort(launches.begin(), launches.end());
     reportBench(QStringLiteral("app launch to \"launched\" (median of 9)"), launches[launches.size() / 2],
-                QStringLiteral("ms"), QStringLiteral("target"), 150.0);
+        QStringLiteral("ms"), QStringLiteral("target"), 150.0);
 
     // Memory: the stand-in's state server with a 10k-message history, the main window open on
     // the conversation a deep link names.
@@ -134,8 +137,8 @@ int main(int argc, char *argv[])
     const int port = freePort();
     QProcess web;
     web.start(QStringLiteral(QM_SOURCE_DIR "/tools/quillmote-sim"),
-              {QStringLiteral("web"), QStringLiteral("--port"), QString::number(port), QStringLiteral("--messages"),
-               QStringLiteral("10000")});
+        { QStringLiteral("web"), QStringLiteral("--port"), QString::number(port), QStringLiteral("--messages"),
+            QStringLiteral("10000") });
     QProcessEnvironment env = appEnvironment(dir);
     env.insert(QStringLiteral("QUILLMOTE_BIN"), QStringLiteral("/nonexistent"));
     env.insert(QStringLiteral("QUILLMOTE_WEB_PORT"), QString::number(port));
@@ -144,7 +147,7 @@ int main(int argc, char *argv[])
     app.setProcessEnvironment(env);
     bool connected = false;
     for (int attempt = 0; attempt < 5 && !connected; ++attempt) {
-        app.start(appPath(), {QStringLiteral("quillmote://conversation/alice")});
+        app.start(appPath(), { QStringLiteral("quillmote://conversation/alice") });
         connected = waitForLine(app, QStringLiteral("connected: 10000 msgs"), 8000);
         if (!connected)
             stop(app); // the state server was not up yet
@@ -161,9 +164,9 @@ int main(int argc, char *argv[])
     web.kill();
     web.waitForFinished(1000);
     reportBench(QStringLiteral("app resident memory, main window on a 10k-message history"), double(rss) / 1024.0,
-                QStringLiteral("MB"), QStringLiteral("target"), 90.0);
+        QStringLiteral("MB"), QStringLiteral("target"), 90.0);
     reportBench(QStringLiteral("app peak resident memory, same run"), double(peak) / 1024.0, QStringLiteral("MB"));
     reportBench(QStringLiteral("of which shared libraries and fonts (file-backed)"), double(file) / 1024.0,
-                QStringLiteral("MB"));
+        QStringLiteral("MB"));
     return 0;
 }

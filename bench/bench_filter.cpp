@@ -28,20 +28,23 @@ PanelState makeState(int messages, int peerCount)
 {
     PanelState s;
     for (int p = 0; p < peerCount; ++p)
-        s.contacts.append(Contact{QStringLiteral("peer%1").arg(p), QStringLiteral("F%1").arg(p), std::nullopt});
+        s.contacts.append(Contact { QStringLiteral("peer%1").arg(p), QStringLiteral("F%1").arg(p), std::nullopt });
     QList<JSONValue> contents;
     for (const char *c : kContents)
         contents.append(*JSONValue::fromJson(QByteArray(c)));
     for (int i = 0; i < messages; ++i) {
         // A unique word per message keeps the texts from being all alike.
-        const JSONValue content = i % 8 == 0 ? JSONValue::object({{QStringLiteral("text"),
-                                                                    JSONValue::string(QStringLiteral("note %1 about deploy").arg(i))}})
-                                             : contents[i % 8];
-        s.messages.append(Message{QStringLiteral("m%1").arg(i), QStringLiteral("peer%1").arg(i % peerCount),
-                                  i % 3 ? QStringLiteral("in") : QStringLiteral("out"),
-                                  i % 8 == 7 ? QStringLiteral("agent.finding") : QStringLiteral("text"), std::nullopt,
-                                  QStringLiteral("2024-05-01T10:%1:%2Z").arg(i / 60 % 60, 2, 10, QLatin1Char('0')).arg(i % 60, 2, 10, QLatin1Char('0')),
-                                  content});
+        const JSONValue content = i % 8 == 0
+            ? JSONValue::object(
+                { { QStringLiteral("text"), JSONValue::string(QStringLiteral("note %1 about deploy").arg(i)) } })
+            : contents[i % 8];
+        s.messages.append(Message { QStringLiteral("m%1").arg(i), QStringLiteral("peer%1").arg(i % peerCount),
+            i % 3 ? QStringLiteral("in") : QStringLiteral("out"),
+            i % 8 == 7 ? QStringLiteral("agent.finding") : QStringLiteral("text"), std::nullopt,
+            QStringLiteral("2024-05-01T10:%1:%2Z")
+                .arg(i / 60 % 60, 2, 10, QLatin1Char('0'))
+                .arg(i % 60, 2, 10, QLatin1Char('0')),
+            content });
     }
     return s;
 }
@@ -83,16 +86,16 @@ int main(int argc, char **argv)
     const double firstState = double(t.nsecsElapsed()) / 1e6;
     t.restart();
     PanelState next = state;
-    next.messages.append(Message{"new", "peer7", "in", "text", std::nullopt, "2024-05-02T10:00:00Z",
-                                 JSONValue::object({{QStringLiteral("text"), JSONValue::string("fresh")}})});
+    next.messages.append(Message { "new", "peer7", "in", "text", std::nullopt, "2024-05-02T10:00:00Z",
+        JSONValue::object({ { QStringLiteral("text"), JSONValue::string("fresh") } }) });
     app.setState(next);
     const double nextState = double(t.nsecsElapsed()) / 1e6;
     // The same change as a state client sees it: every record freshly decoded, equal in value
     // but sharing nothing with the state before; then with the unchanged records shared again
     // (what the decode worker does before publishing).
     PanelState fresh = next;
-    fresh.messages.append(Message{"new2", "peer8", "in", "text", std::nullopt, "2024-05-02T10:01:00Z",
-                                  JSONValue::object({{QStringLiteral("text"), JSONValue::string("fresher")}})});
+    fresh.messages.append(Message { "new2", "peer8", "in", "text", std::nullopt, "2024-05-02T10:01:00Z",
+        JSONValue::object({ { QStringLiteral("text"), JSONValue::string("fresher") } }) });
     for (Message &m : fresh.messages) {
         m.id = QString(m.id.constData(), m.id.size());
         m.content = *JSONValue::fromJson(m.content.toJson());
@@ -112,15 +115,14 @@ int main(int argc, char **argv)
     const double sharedState = double(t.nsecsElapsed()) / 1e6;
 
     reportBench("filter setup: first state of 100k messages (derive all texts)", firstState, "ms");
-    reportBench("filter setup: next state, one new message (texts reused)", nextState, "ms",
-                "first state", firstState);
+    reportBench("filter setup: next state, one new message (texts reused)", nextState, "ms", "first state", firstState);
     reportBench("state change on the main thread, freshly decoded (100k msgs)", freshState, "ms");
     reportBench("state change on the main thread, unchanged records shared (100k msgs)", sharedState, "ms",
-                "freshly decoded", freshState);
+        "freshly decoded", freshState);
     reportBench("sharing unchanged records, on the decode worker (100k msgs)", sharing, "ms");
 
     // Typing each needle one character at a time.
-    const QStringList needles{"timed out", "deploy 9999", "zebra", "peer19"};
+    const QStringList needles { "timed out", "deploy 9999", "zebra", "peer19" };
     for (const QString &needle : needles) {
         double cached = 0, naive = 0;
         int keys = 0, keptCached = 0, keptNaive = 0;
@@ -138,8 +140,9 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "filters disagree on \"%s\": %d vs %d\n", qPrintable(needle), keptCached, keptNaive);
             return 1;
         }
-        reportBench(QStringLiteral("filter per keystroke, typing \"%1\" (%2 sessions left)").arg(needle).arg(keptCached),
-                    cached / keys, "ms", "recompute search texts per keystroke", naive / keys);
+        reportBench(
+            QStringLiteral("filter per keystroke, typing \"%1\" (%2 sessions left)").arg(needle).arg(keptCached),
+            cached / keys, "ms", "recompute search texts per keystroke", naive / keys);
     }
     return 0;
 }

@@ -15,31 +15,34 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <memory>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <memory>
 
 namespace {
 PanelState history(int count)
 {
     PanelState s;
-    s.selfInfo = SelfInfo{QStringLiteral("me"), QStringLiteral("A1B2C3D4")};
-    const QStringList peers{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("carol"), QStringLiteral("dave")};
+    s.selfInfo = SelfInfo { QStringLiteral("me"), QStringLiteral("A1B2C3D4") };
+    const QStringList peers { QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("carol"),
+        QStringLiteral("dave") };
     const QDateTime start(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
     s.messages.reserve(count);
     for (int i = 0; i < count; ++i) {
         // Most of the history is with one peer: the worst conversation to open.
         const QString peer = i % 10 == 0 ? peers[1 + (i / 10) % 3] : peers[0];
         JSONValue content = i % 3 == 0
-            ? JSONValue::object({{QStringLiteral("parts"),
-                                  JSONValue::array({JSONValue::object({{QStringLiteral("kind"), JSONValue::string(QStringLiteral("code"))},
-                                                                       {QStringLiteral("code"), JSONValue::string(QStringLiteral("let x = %1;").arg(i))},
-                                                                       {QStringLiteral("lang"), JSONValue::string(QStringLiteral("js"))}})})}})
-            : JSONValue::object({{QStringLiteral("text"), JSONValue::string(QStringLiteral("message %1 about the build").arg(i))}});
-        s.messages.append(Message{QStringLiteral("m%1").arg(i), peer, i % 2 ? QStringLiteral("in") : QStringLiteral("out"),
-                                  QStringLiteral("text"), QStringLiteral("delivered"),
-                                  start.addSecs(60LL * i).toString(Qt::ISODate), content});
+            ? JSONValue::object({ { QStringLiteral("parts"),
+                JSONValue::array(
+                    { JSONValue::object({ { QStringLiteral("kind"), JSONValue::string(QStringLiteral("code")) },
+                        { QStringLiteral("code"), JSONValue::string(QStringLiteral("let x = %1;").arg(i)) },
+                        { QStringLiteral("lang"), JSONValue::string(QStringLiteral("js")) } }) }) } })
+            : JSONValue::object(
+                { { QStringLiteral("text"), JSONValue::string(QStringLiteral("message %1 about the build").arg(i)) } });
+        s.messages.append(Message { QStringLiteral("m%1").arg(i), peer,
+            i % 2 ? QStringLiteral("in") : QStringLiteral("out"), QStringLiteral("text"), QStringLiteral("delivered"),
+            start.addSecs(60LL * i).toString(Qt::ISODate), content });
     }
     return s;
 }
@@ -56,12 +59,12 @@ int main(int argc, char **argv)
 
     AppState state;
     state.setState(history(100000));
-    auto window = std::make_unique<ViewWindow>(ViewWindow::Setup{
-        QStringLiteral("bench"), QSize(980, 640), QSize(820, 480), QStringLiteral("BenchMainWindow"), QStringLiteral("MainView")});
+    auto window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("bench"), QSize(980, 640),
+        QSize(820, 480), QStringLiteral("BenchMainWindow"), QStringLiteral("MainView") });
     auto *images = new ContentImageProvider;
     window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
     MainViewModel vm(state, nullptr, images);
-    window->load({{QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(&vm))}});
+    window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(&vm)) } });
     window->bringToFront();
     (void)window->window()->grabWindow();
 
@@ -99,10 +102,10 @@ int main(int argc, char **argv)
     };
 
     double selectMax = 0;
-    for (const char *peer : {"alice", "bob", "carol", "alice", "dave"})
+    for (const char *peer : { "alice", "bob", "carol", "alice", "dave" })
         selectMax = std::max(selectMax, block([&] { vm.selectConversation(QString::fromLatin1(peer)); }));
-    reportBench(QStringLiteral("mainwindow select conversation (100k msgs, longest block)"), selectMax, QStringLiteral("ms"),
-                QStringLiteral("frame budget"), 16.0);
+    reportBench(QStringLiteral("mainwindow select conversation (100k msgs, longest block)"), selectMax,
+        QStringLiteral("ms"), QStringLiteral("frame budget"), 16.0);
 
     double typeMax = 0;
     const QString typed = QStringLiteral("message 9999");
@@ -111,16 +114,16 @@ int main(int argc, char **argv)
     for (int n = typed.size() - 1; n >= 0; --n)
         typeMax = std::max(typeMax, block([&] { vm.setSearchText(typed.left(n)); }));
     reportBench(QStringLiteral("mainwindow search keystroke (100k msgs, longest block)"), typeMax, QStringLiteral("ms"),
-                QStringLiteral("frame budget"), 16.0);
+        QStringLiteral("frame budget"), 16.0);
     // New messages for the open conversation, as the state client hands them over: derived
     // on a worker thread, against the same change derived on the main thread.
     vm.selectConversation(QStringLiteral("alice"));
     PanelState next = state.state();
     auto arrive = [&] {
         const qsizetype n = next.messages.size();
-        next.messages.append(Message{QStringLiteral("new%1").arg(n), QStringLiteral("alice"), QStringLiteral("in"),
-                                     QStringLiteral("text"), QStringLiteral("delivered"), QStringLiteral("2025-01-01T08:00:00Z"),
-                                     JSONValue::object({{QStringLiteral("text"), JSONValue::string(QStringLiteral("just in"))}})});
+        next.messages.append(Message { QStringLiteral("new%1").arg(n), QStringLiteral("alice"), QStringLiteral("in"),
+            QStringLiteral("text"), QStringLiteral("delivered"), QStringLiteral("2025-01-01T08:00:00Z"),
+            JSONValue::object({ { QStringLiteral("text"), JSONValue::string(QStringLiteral("just in")) } }) });
         return next;
     };
     double workerMax = 0, mainMax = 0;
@@ -135,7 +138,7 @@ int main(int argc, char **argv)
         mainMax = std::max(mainMax, block([&] { state.setState(again); }));
     }
     reportBench(QStringLiteral("mainwindow new message (100k msgs, longest block)"), workerMax, QStringLiteral("ms"),
-                QStringLiteral("derived on the main thread"), mainMax);
+        QStringLiteral("derived on the main thread"), mainMax);
 
     window.reset(); // before the view model: its bindings read it until then
     return 0;

@@ -35,7 +35,7 @@ double percentile(std::vector<double> v, double p)
 int connectTo(const QString &path)
 {
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un addr{};
+    sockaddr_un addr {};
     addr.sun_family = AF_UNIX;
     const QByteArray p = path.toUtf8();
     std::memcpy(addr.sun_path, p.constData(), size_t(p.size()));
@@ -79,10 +79,10 @@ int main(int argc, char *argv[])
 
     QElapsedTimer clock;
     clock.start();
-    std::atomic<qint64> arrivedNs{0};
-    std::atomic<int> arrived{0};
+    std::atomic<qint64> arrivedNs { 0 };
+    std::atomic<int> arrived { 0 };
     QThread serverThread;
-    FakeNotificationServer server({"actions", "body"});
+    FakeNotificationServer server({ "actions", "body" });
     server.onNotify = [&](const FakeNotificationServer::Call &) {
         arrivedNs = clock.nsecsElapsed();
         ++arrived;
@@ -122,7 +122,8 @@ int main(int argc, char *argv[])
         const int before = arrived;
         const qint64 start = clock.nsecsElapsed();
         QProcess p;
-        p.start("notify-send", {"-a", "Quillmote Notifier", "-c", "im.received", "Bench", QStringLiteral("message %1").arg(i)});
+        p.start("notify-send",
+            { "-a", "Quillmote Notifier", "-c", "im.received", "Bench", QStringLiteral("message %1").arg(i) });
         if (!spinUntil([&] { return arrived > before; }, 5000))
             return 1;
         theirs.push_back(double(arrivedNs - start) / 1e6);

@@ -8,11 +8,11 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTest>
 #include <QTimer>
-#include <QEventLoop>
 
 #include <ctime>
 
@@ -20,7 +20,7 @@ namespace {
 
 double processCpuSeconds()
 {
-    timespec ts{};
+    timespec ts {};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
     return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
 }
@@ -37,8 +37,8 @@ struct Sim {
     bool start(quint16 port, int messages)
     {
         process.start(QStringLiteral(QM_SOURCE_DIR "/tools/quillmote-sim"),
-                      {QStringLiteral("web"), QStringLiteral("--port"), QString::number(port), QStringLiteral("--messages"),
-                       QString::number(messages)});
+            { QStringLiteral("web"), QStringLiteral("--port"), QString::number(port), QStringLiteral("--messages"),
+                QString::number(messages) });
         return process.waitForStarted(5000)
             && QTest::qWaitFor([&] { return process.readAllStandardError().contains("web listening"); }, 10000);
     }
@@ -101,9 +101,9 @@ int main(int argc, char **argv)
         const double repeated = pollCpu(client, repeats) / repeats;
         reportBench(QStringLiteral("poll first (10k msgs, fetch + decode), CPU"), first * 1000, QStringLiteral("ms"));
         reportBench(QStringLiteral("poll unchanged (10k msgs), CPU per poll"), repeated * 1000, QStringLiteral("ms"),
-                    QStringLiteral("poll first (10k msgs, fetch + decode), CPU"), first * 1000);
+            QStringLiteral("poll first (10k msgs, fetch + decode), CPU"), first * 1000);
         reportBench(QStringLiteral("poll unchanged: decodes in 20 polls"), client.decodeCount() - decodes,
-                    QStringLiteral("count"));
+            QStringLiteral("count"));
     }
 
     {
@@ -127,8 +127,9 @@ int main(int argc, char **argv)
         const double cpu = processCpuSeconds() - before;
         const double percent = cpu / (double(wall.elapsed()) / 1000.0) * 100.0;
         reportBench(QStringLiteral("state client idle CPU (unchanged ~1 MB, polls + stream)"), percent,
-                    QStringLiteral("% of a core"), QStringLiteral("target"), 0.15);
-        reportBench(QStringLiteral("state client idle: polls in the window"), client.fetchCount() - fetches, QStringLiteral("count"));
+            QStringLiteral("% of a core"), QStringLiteral("target"), 0.15);
+        reportBench(QStringLiteral("state client idle: polls in the window"), client.fetchCount() - fetches,
+            QStringLiteral("count"));
         reportBench(QStringLiteral("state client idle: decodes"), client.decodeCount(), QStringLiteral("count"));
     }
     return 0;

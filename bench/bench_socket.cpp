@@ -33,7 +33,7 @@ QByteArray frameLine(int client, int i)
 
 int connectTo(const QByteArray &path)
 {
-    sockaddr_un addr{};
+    sockaddr_un addr {};
     addr.sun_family = AF_UNIX;
     std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
     for (int attempt = 0; attempt < 500; ++attempt) {
@@ -70,13 +70,13 @@ void runTerminals(const QByteArray &path, std::vector<std::thread> &threads)
 double plainReaderRate(const QByteArray &path, long long &counted)
 {
     const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr{};
+    sockaddr_un addr {};
     addr.sun_family = AF_UNIX;
     std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
     ::unlink(path.constData());
     ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
     ::listen(lfd, 8);
-    std::atomic<long long> lines{0};
+    std::atomic<long long> lines { 0 };
     std::vector<std::thread> readers;
     QElapsedTimer timer;
     timer.start();
@@ -162,9 +162,9 @@ int main(int argc, char *argv[])
     const double ours = serverRate(path, ourCount);
     const long long expected = 1LL * kClients * kFramesPerClient;
     reportBench(QStringLiteral("socket ingestion (8 terminals → onNotify)"), ours, QStringLiteral("frames/s"),
-                QStringLiteral("plain newline reader"), plain);
+        QStringLiteral("plain newline reader"), plain);
     reportBench(QStringLiteral("socket ingestion frames lost"), double(expected - ourCount), QStringLiteral("frames"),
-                QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
+        QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
 
     // Broadcast of one reply to 8 connected terminals that keep reading.
     {
@@ -174,20 +174,20 @@ int main(int argc, char *argv[])
         server.start();
         while (!listening)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-        std::atomic<bool> done{false};
+        std::atomic<bool> done { false };
         std::vector<std::thread> readers;
         for (int c = 0; c < kClients; ++c) {
             readers.emplace_back([&] {
                 const int fd = connectTo(path);
                 char buf[65536];
-                while (!done && ::read(fd, buf, sizeof(buf)) > 0) {
-                }
+                while (!done && ::read(fd, buf, sizeof(buf)) > 0) { }
                 ::close(fd);
             });
         }
         while (server.clientCount() < kClients)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        const ReplyFrame reply{QStringLiteral("alice"), QStringLiteral("收到，马上处理 /tmp/build.log"), QStringLiteral("m-1")};
+        const ReplyFrame reply { QStringLiteral("alice"), QStringLiteral("收到，马上处理 /tmp/build.log"),
+            QStringLiteral("m-1") };
         constexpr int n = 20000;
         QElapsedTimer t;
         t.start();

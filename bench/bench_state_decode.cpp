@@ -27,17 +27,16 @@ const char *kContents[] = {
     R"({"parts":[{"kind":"tool_result","ok":false,"call_id":"c1","result":{"matches":12},"error":"timed out"}]})",
     R"({"parts":[{"kind":"hologram","payload":{"x":1.5,"y":-2}},{"kind":"text","text":"并且还有中文"}]})",
 };
-const char *kTypes[] = {"text", "agent.finding", "agent.task.created", "artifact.file", "agent.discussion", "bill_notice",
-                        "agent.tasks", "artifact.image"};
+const char *kTypes[] = { "text", "agent.finding", "agent.task.created", "artifact.file", "agent.discussion",
+    "bill_notice", "agent.tasks", "artifact.image" };
 const char *kFindingContent = R"({"title":"Cache misses","name":"x","severity":"high"})";
 
 QByteArray makeDocument(int messages)
 {
     QByteArray doc = R"({"self":{"handle":"me","fingerprint":"ABCD 1234 EF56"},"handle":"me","contacts":[)";
     for (int p = 0; p < 200; ++p)
-        doc += (p ? "," : "") + QStringLiteral(R"({"handle":"peer%1","fingerprint":"F%1","status":"connected"})")
-                                    .arg(p)
-                                    .toUtf8();
+        doc += (p ? "," : "")
+            + QStringLiteral(R"({"handle":"peer%1","fingerprint":"F%1","status":"connected"})").arg(p).toUtf8();
     doc += R"(],"pending":[{"handle":"eve","fingerprint":"EEEE"}],"messages":[)";
     for (int i = 0; i < messages; ++i) {
         const char *type = kTypes[i % 8];
@@ -62,7 +61,8 @@ QByteArray makeDocument(int messages)
 
 // The median of several runs, in milliseconds; each run repeats until it lasts a while.
 // `after` runs untimed after each run (it drops what the run kept).
-double timeMs(const std::function<void()> &work, const std::function<void()> &after = [] { })
+double timeMs(
+    const std::function<void()> &work, const std::function<void()> &after = [] {})
 {
     QElapsedTimer t;
     t.start();
@@ -97,14 +97,15 @@ int main(int argc, char **argv)
         }
         return 0;
     }
-    for (const int n : {1000, 10000, 100000}) {
+    for (const int n : { 1000, 10000, 100000 }) {
         const QByteArray doc = makeDocument(n);
         const auto check = PanelState::decode(doc);
         if (!check || check->messages.size() != n) {
             std::fprintf(stderr, "generated document did not decode\n");
             return 1;
         }
-        const QString label = QStringLiteral("%1k messages (%2 MB)").arg(n / 1000).arg(doc.size() / 1048576.0, 0, 'f', 1);
+        const QString label
+            = QStringLiteral("%1k messages (%2 MB)").arg(n / 1000).arg(doc.size() / 1048576.0, 0, 'f', 1);
 
         simdjson::dom::parser parser;
         const simdjson::padded_string padded(doc.constData(), size_t(doc.size()));
@@ -134,12 +135,12 @@ int main(int argc, char **argv)
             if (d.Parse(doc.constData(), size_t(doc.size())).HasParseError())
                 std::abort();
         });
-        reportBench(QStringLiteral("state decode %1: PanelState::decode").arg(label), decode, "ms",
-                    "simdjson DOM parse", simd);
+        reportBench(
+            QStringLiteral("state decode %1: PanelState::decode").arg(label), decode, "ms", "simdjson DOM parse", simd);
         reportBench(QStringLiteral("state decode %1: QJsonDocument parse only").arg(label), qt, "ms",
-                    "simdjson DOM parse", simd);
+            "simdjson DOM parse", simd);
         reportBench(QStringLiteral("state decode %1: RapidJSON parse only").arg(label), rapid, "ms",
-                    "simdjson DOM parse", simd);
+            "simdjson DOM parse", simd);
     }
     return 0;
 }

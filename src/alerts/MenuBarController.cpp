@@ -38,7 +38,7 @@ MenuBarController::MenuBarController(TrayPort &tray, QObject *parent)
 void MenuBarController::addMessage(const QString &sender, const QString &title, const QString &body)
 {
     ++m_unread;
-    m_recents.prepend(RecentItem{sender, title, body, false, m_now()});
+    m_recents.prepend(RecentItem { sender, title, body, false, m_now() });
     while (m_recents.size() > maxRecents)
         m_recents.removeLast();
     m_lastSender = sender;
@@ -120,8 +120,8 @@ QString MenuBarController::relativeTime(const QDateTime &then, const QDateTime &
 QList<MenuEntry> MenuBarController::buildMenu()
 {
     QList<MenuEntry> rows;
-    rows << MenuEntry::header(m_unread > 0 ? QStringLiteral("最近消息 · %1 条未读").arg(m_unread)
-                                           : QStringLiteral("最近消息 · 无未读"));
+    rows << MenuEntry::header(
+        m_unread > 0 ? QStringLiteral("最近消息 · %1 条未读").arg(m_unread) : QStringLiteral("最近消息 · 无未读"));
 
     const QDateTime now = m_now();
     for (const RecentItem &item : m_recents) {
@@ -160,12 +160,12 @@ QList<MenuEntry> MenuBarController::buildMenu()
         quick.children << e;
     };
     quick.children << MenuEntry::header(QStringLiteral("通知"));
-    addSwitch({K::quietWhenFocused, false, "聚焦终端时安静", ""});
-    addSwitch({K::commNotifications, true, "好友身份通知 + 头像", "user-identity"});
-    addSwitch({K::urgencyMapping, true, "紧迫度自适应", ""});
+    addSwitch({ K::quietWhenFocused, false, "聚焦终端时安静", "" });
+    addSwitch({ K::commNotifications, true, "好友身份通知 + 头像", "user-identity" });
+    addSwitch({ K::urgencyMapping, true, "紧迫度自适应", "" });
     quick.children << MenuEntry::header(QStringLiteral("权限与高级（默认关）"));
-    addSwitch({K::focusFilter, false, "按好友配专注打断", ""});
-    addSwitch({K::biometricGate, false, "敏感操作需 Touch ID", ""});
+    addSwitch({ K::focusFilter, false, "按好友配专注打断", "" });
+    addSwitch({ K::biometricGate, false, "敏感操作需 Touch ID", "" });
     rows << quick << MenuEntry::separator();
 
     auto command = [this](const QString &text, const QString &keys, void (MenuBarController::*fn)()) {

@@ -17,7 +17,7 @@ QString initials(const QString &name)
     if (words.size() >= 2) {
         // Whole characters: a handle may start with a letter outside the BMP.
         out = words[0].left(words[0].at(0).isHighSurrogate() ? 2 : 1)
-              + words[1].left(words[1].at(0).isHighSurrogate() ? 2 : 1);
+            + words[1].left(words[1].at(0).isHighSurrogate() ? 2 : 1);
     } else {
         const QString &w = words[0];
         qsizetype n = 0;
@@ -28,7 +28,10 @@ QString initials(const QString &name)
     return out.toUpper();
 }
 
-QColor brandGreen() { return QColor(0x1f, 0xa8, 0x5a); }
+QColor brandGreen()
+{
+    return QColor(0x1f, 0xa8, 0x5a);
+}
 
 QString badgeText(int count)
 {
@@ -92,7 +95,7 @@ QImage image(const QString &name, int size, int badgeCount)
     };
     static QList<QPair<Key, QImage>> cache;
     constexpr qsizetype capacity = 32;
-    const Key key{initials(name), size, qMin(badgeCount, 100)};
+    const Key key { initials(name), size, qMin(badgeCount, 100) };
     for (qsizetype i = 0; i < cache.size(); ++i) {
         if (cache[i].first == key) {
             if (i > 0)
@@ -101,7 +104,7 @@ QImage image(const QString &name, int size, int badgeCount)
         }
     }
     QImage img = draw(key.letters, size, badgeCount);
-    cache.prepend({key, img});
+    cache.prepend({ key, img });
     if (cache.size() > capacity)
         cache.removeLast();
     return img;

@@ -21,7 +21,7 @@ struct NotchAction {
     Kind kind = Kind::expand;
     QString text;
 
-    static NotchAction submitReply(const QString &text) { return {Kind::submitReply, text}; }
+    static NotchAction submitReply(const QString &text) { return { Kind::submitReply, text }; }
     // The view names actions by their case name ("copyBody", "submitReply", …).
     static std::optional<NotchAction> fromName(const QString &name, const QString &text = {});
     static QString name(Kind kind);

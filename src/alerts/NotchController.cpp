@@ -42,9 +42,15 @@ void NotchController::log(const QString &line) const
         onLog(line);
 }
 
-QString NotchController::idOf(const NotchItem &item) const { return item.msgId.value_or(kNoId); }
+QString NotchController::idOf(const NotchItem &item) const
+{
+    return item.msgId.value_or(kNoId);
+}
 
-bool NotchController::reduceMotion() const { return m_ports.motion && m_ports.motion->reduceMotion(); }
+bool NotchController::reduceMotion() const
+{
+    return m_ports.motion && m_ports.motion->reduceMotion();
+}
 
 Scheduler::TaskId NotchController::after(double seconds, std::function<void()> task)
 {
@@ -84,7 +90,7 @@ void NotchController::present(const NotifyFrame &frame, int unread, bool pulse)
     const NotchItem item = makeItem(frame);
 
     if ((m_model.state() != NotchState::hidden || !m_queue.empty()) && !m_debugForceExpanded) {
-        m_queue.push_back({item, unread, pulse});
+        m_queue.push_back({ item, unread, pulse });
         m_model.setQueued(int(m_queue.size()));
         log(QStringLiteral("notch: queued (%1 waiting) %2 from @%3").arg(m_queue.size()).arg(idOf(item), item.sender));
         return;
@@ -104,7 +110,7 @@ bool NotchController::openReply(const NotifyFrame &frame, int unread)
     m_model.setItem(item);
     m_model.setUnread(unread);
     m_model.setIsPulse(false);
-    m_model.setFeedback(std::nullopt, NotchMotion{});
+    m_model.setFeedback(std::nullopt, NotchMotion {});
     m_model.setQueued(int(m_queue.size()));
     m_model.setReplyText(QString());
     ensurePanel();
@@ -135,7 +141,7 @@ void NotchController::showItem(const NotchItem &item, int unread, bool pulse, co
     m_model.setItem(item);
     m_model.setUnread(unread);
     m_model.setIsPulse(pulse);
-    m_model.setFeedback(std::nullopt, NotchMotion{});
+    m_model.setFeedback(std::nullopt, NotchMotion {});
     m_model.setQueued(int(m_queue.size()));
     if (m_model.state() == NotchState::hidden) {
         m_model.setReplyText(QString());
@@ -144,7 +150,8 @@ void NotchController::showItem(const NotchItem &item, int unread, bool pulse, co
     }
     ensurePanel();
     if (m_panel)
-        m_panel->orderFront(NotchGeometry::panelFrame(m_measure, NotchGeometry::estimatedCompactSize(m_measure, pulse)));
+        m_panel->orderFront(
+            NotchGeometry::panelFrame(m_measure, NotchGeometry::estimatedCompactSize(m_measure, pulse)));
     m_model.setReduceMotion(reduceMotion());
 
     if (!m_debugForceExpanded) {
@@ -156,7 +163,8 @@ void NotchController::showItem(const NotchItem &item, int unread, bool pulse, co
         m_model.setState(NotchState::expanded, NotchMotion::expand(reduceMotion()));
         log(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)"));
     }
-    log(QStringLiteral("notch: %1 %2 from @%3").arg(pulse ? QStringLiteral("pulse") : QStringLiteral("show"), idOf(item), item.sender));
+    log(QStringLiteral("notch: %1 %2 from @%3")
+            .arg(pulse ? QStringLiteral("pulse") : QStringLiteral("show"), idOf(item), item.sender));
 }
 
 void NotchController::scheduleDismiss(double seconds)
@@ -284,7 +292,7 @@ void NotchController::handle(const NotchAction &action)
         break;
     case K::fill: {
         const QString text = item.codeText.value_or(item.body);
-        const bool delivered = onFill && onFill(FillFrame{text, item.msgId});
+        const bool delivered = onFill && onFill(FillFrame { text, item.msgId });
         if (delivered) {
             flashFeedback(QStringLiteral("已发送到终端 ⤵"));
             scheduleDismiss(1.6);
@@ -300,7 +308,7 @@ void NotchController::handle(const NotchAction &action)
     case K::submitReply: {
         if (action.text.isEmpty())
             break;
-        const bool delivered = onReply && onReply(ReplyFrame{item.sender, action.text, item.msgId});
+        const bool delivered = onReply && onReply(ReplyFrame { item.sender, action.text, item.msgId });
         if (delivered) {
             m_model.setReplyText(QString());
             setReplyVisible(false);

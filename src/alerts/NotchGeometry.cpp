@@ -37,15 +37,15 @@ QSizeF estimatedCompactSize(const Measure &m, bool pulse)
 {
     if (m.hasNotch) {
         const double wing = pulse ? 60 : 190;
-        return {wing + m.notchWidth + 60 + 56, m.notchHeight + 8 + 28};
+        return { wing + m.notchWidth + 60 + 56, m.notchHeight + 8 + 28 };
     }
-    return {pulse ? 150.0 : 340.0, 68.0};
+    return { pulse ? 150.0 : 340.0, 68.0 };
 }
 
 QRect panelFrame(const Measure &m, QSizeF size)
 {
     return QRect(int(std::lround(m.screenMidX - size.width() * 0.5)), int(std::lround(m.screenTopY)),
-                 int(std::ceil(size.width())), int(std::ceil(size.height())));
+        int(std::ceil(size.width())), int(std::ceil(size.height())));
 }
 
 QPainterPath shapePath(const QRectF &r, double topRadius, double bottomRadius)

@@ -25,7 +25,7 @@ NotchMotion NotchMotion::spring(double response, double dampingFraction)
 
 NotchMotion NotchMotion::easeOut(double seconds)
 {
-    return {qRound(seconds * 1000), QEasingCurve::OutQuad, 0};
+    return { qRound(seconds * 1000), QEasingCurve::OutQuad, 0 };
 }
 
 NotchMotion NotchMotion::expand(bool reduceMotion)
@@ -45,7 +45,6 @@ NotchMotion NotchMotion::close(bool reduceMotion)
 
 QVariantMap NotchMotion::toVariant() const
 {
-    return {{QStringLiteral("duration"), durationMs},
-            {QStringLiteral("easing"), int(easing)},
-            {QStringLiteral("overshoot"), overshoot}};
+    return { { QStringLiteral("duration"), durationMs }, { QStringLiteral("easing"), int(easing) },
+        { QStringLiteral("overshoot"), overshoot } };
 }

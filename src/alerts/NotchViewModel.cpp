@@ -8,11 +8,26 @@ NotchViewModel::NotchViewModel(QObject *parent)
 {
 }
 
-QString NotchViewModel::sender() const { return m_item ? m_item->sender : QString(); }
-QString NotchViewModel::title() const { return m_item ? m_item->title : QString(); }
-QString NotchViewModel::body() const { return m_item ? m_item->body : QString(); }
-bool NotchViewModel::hasCode() const { return m_item && m_item->codeText.has_value(); }
-QString NotchViewModel::codeText() const { return m_item ? m_item->codeText.value_or(QString()) : QString(); }
+QString NotchViewModel::sender() const
+{
+    return m_item ? m_item->sender : QString();
+}
+QString NotchViewModel::title() const
+{
+    return m_item ? m_item->title : QString();
+}
+QString NotchViewModel::body() const
+{
+    return m_item ? m_item->body : QString();
+}
+bool NotchViewModel::hasCode() const
+{
+    return m_item && m_item->codeText.has_value();
+}
+QString NotchViewModel::codeText() const
+{
+    return m_item ? m_item->codeText.value_or(QString()) : QString();
+}
 
 QString NotchViewModel::initials() const
 {
@@ -63,11 +78,20 @@ QString NotchViewModel::stateName(NotchState state)
     return {};
 }
 
-QString NotchViewModel::stateName() const { return stateName(m_state); }
+QString NotchViewModel::stateName() const
+{
+    return stateName(m_state);
+}
 
 // The strip hugs the top edge with small top corners; the card rounds more below.
-qreal NotchViewModel::topRadius() const { return m_state == NotchState::expanded ? 10 : 6; }
-qreal NotchViewModel::bottomRadius() const { return m_state == NotchState::expanded ? 22 : 16; }
+qreal NotchViewModel::topRadius() const
+{
+    return m_state == NotchState::expanded ? 10 : 6;
+}
+qreal NotchViewModel::bottomRadius() const
+{
+    return m_state == NotchState::expanded ? 22 : 16;
+}
 
 void NotchViewModel::setItem(const std::optional<NotchItem> &item)
 {

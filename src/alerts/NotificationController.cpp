@@ -53,7 +53,10 @@ void NotificationController::log(const QString &text) const
         onLog(text);
 }
 
-void NotificationController::bootstrap() { probe(); }
+void NotificationController::bootstrap()
+{
+    probe();
+}
 
 void NotificationController::probe()
 {
@@ -88,13 +91,13 @@ void NotificationController::probe()
 
 QList<QPair<QString, QString>> NotificationController::actions(bool withReply) const
 {
-    QList<QPair<QString, QString>> list{{QString::fromLatin1(defaultAction), QStringLiteral("打开")},
-                                        {QString::fromLatin1(openAction), QStringLiteral("打开")}};
+    QList<QPair<QString, QString>> list { { QString::fromLatin1(defaultAction), QStringLiteral("打开") },
+        { QString::fromLatin1(openAction), QStringLiteral("打开") } };
     if (withReply) {
         if (hasInlineReply())
-            list.append({QString::fromLatin1(inlineReplyAction), QStringLiteral("回复")});
+            list.append({ QString::fromLatin1(inlineReplyAction), QStringLiteral("回复") });
         else
-            list.append({QString::fromLatin1(replyAction), QStringLiteral("回复")});
+            list.append({ QString::fromLatin1(replyAction), QStringLiteral("回复") });
     }
     return list;
 }
@@ -144,7 +147,7 @@ void NotificationController::present(const NotifyFrame &frame)
         break;
     }
     const Banner banner = messageBanner(frame);
-    Shown shown{frame.sender, frame.msgId, banner.summary, frame};
+    Shown shown { frame.sender, frame.msgId, banner.summary, frame };
     if (shown.msgId && shown.msgId->isEmpty())
         shown.msgId.reset();
     send(banner, shown);
@@ -157,7 +160,7 @@ void NotificationController::send(Banner banner, const Shown &shown)
         auto flight = m_inFlight.find(key);
         if (flight != m_inFlight.end()) {
             // The server has not told us the id of the banner to replace yet.
-            *flight = Pending{banner, shown};
+            *flight = Pending { banner, shown };
             return;
         }
         if (const auto known = m_idByMsg.constFind(key); known != m_idByMsg.cend())
@@ -172,8 +175,8 @@ void NotificationController::send(Banner banner, const Shown &shown)
     });
 }
 
-void NotificationController::posted(const QString &key, quint32 oldId, quint32 id, const QString &error,
-                                    const Shown &shown)
+void NotificationController::posted(
+    const QString &key, quint32 oldId, quint32 id, const QString &error, const Shown &shown)
 {
     std::optional<Pending> next;
     if (!key.isEmpty())
@@ -191,8 +194,8 @@ void NotificationController::posted(const QString &key, quint32 oldId, quint32 i
         send(next->banner, next->shown);
 }
 
-std::optional<bool> NotificationController::dispatch(const QString &actionId, const QString &sender,
-                                                     const QString &msgId, const QString &text)
+std::optional<bool> NotificationController::dispatch(
+    const QString &actionId, const QString &sender, const QString &msgId, const QString &text)
 {
     if (actionId == QLatin1String(openAction) || actionId == QLatin1String(defaultAction)) {
         if (onOpen)
@@ -210,7 +213,7 @@ std::optional<bool> NotificationController::dispatch(const QString &actionId, co
         log(QStringLiteral("reply: empty text from ") + sender);
         return std::nullopt;
     }
-    ReplyFrame frame{sender, trimmed, msgId.isEmpty() ? std::nullopt : std::optional<QString>(msgId)};
+    ReplyFrame frame { sender, trimmed, msgId.isEmpty() ? std::nullopt : std::optional<QString>(msgId) };
     return onReply ? onReply(frame) : false;
 }
 
@@ -237,8 +240,8 @@ void NotificationController::handleReplied(quint32 id, const QString &text)
     if (it == m_byId.cend())
         return;
     const Shown shown = *it;
-    const std::optional<bool> delivered =
-        dispatch(QString::fromLatin1(replyAction), shown.sender, shown.msgId.value_or(QString()), text);
+    const std::optional<bool> delivered
+        = dispatch(QString::fromLatin1(replyAction), shown.sender, shown.msgId.value_or(QString()), text);
     if (!delivered || m_state != State::enabled)
         return;
 

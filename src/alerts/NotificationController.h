@@ -35,8 +35,8 @@ public:
 
     // An action on a banner. Returns whether a reply went out to a terminal, or nothing
     // when the action sent no reply.
-    std::optional<bool> dispatch(const QString &actionId, const QString &sender, const QString &msgId,
-                                 const QString &text);
+    std::optional<bool> dispatch(
+        const QString &actionId, const QString &sender, const QString &msgId, const QString &text);
 
     bool isEnabled() const { return m_state == State::enabled; }
     bool hasInlineReply() const { return m_server.has(QStringLiteral("inline-reply")); }

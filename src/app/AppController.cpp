@@ -25,8 +25,8 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
-#include <QQuickWindow>
 #include <QPointer>
+#include <QQuickWindow>
 #include <QTimer>
 #include <QUrl>
 
@@ -175,9 +175,10 @@ void AppController::applicationDidFinishLaunching()
         if (!self)
             return false;
         const bool delivered = self->m_socket->broadcast(frame);
-        Log::info(Log::Category::fill, QStringLiteral("fill → CLI (user-initiated): %1 chars msgId=%2 delivered=%3")
-                                           .arg(frame.text.size())
-                                           .arg(frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
+        Log::info(Log::Category::fill,
+            QStringLiteral("fill → CLI (user-initiated): %1 chars msgId=%2 delivered=%3")
+                .arg(frame.text.size())
+                .arg(frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
         return delivered;
     };
     m_notch->onOpenApp = [self](const QString &sender) {
@@ -222,14 +223,15 @@ void AppController::registerLoginItem()
         QString error;
         if (XdgAutostart::registerEntry(QCoreApplication::applicationFilePath(), &error))
             Log::info(Log::Category::lifecycle,
-                      QStringLiteral("login-item: registered via XDG autostart %1").arg(XdgAutostart::entryPath()));
+                QStringLiteral("login-item: registered via XDG autostart %1").arg(XdgAutostart::entryPath()));
         else
             Log::error(Log::Category::lifecycle, QStringLiteral("login-item: register failed: %1").arg(error));
     }
     QString why;
     if (XdgAutostart::status(&why) == XdgAutostart::Status::turnedOffByUser)
-        Log::info(Log::Category::lifecycle, QStringLiteral("login-item: turned off by the user (%1 in %2) — left as it is")
-                                                .arg(why, XdgAutostart::entryPath()));
+        Log::info(Log::Category::lifecycle,
+            QStringLiteral("login-item: turned off by the user (%1 in %2) — left as it is")
+                .arg(why, XdgAutostart::entryPath()));
 }
 
 void AppController::applyEnvironmentSwitches()
@@ -290,7 +292,10 @@ void AppController::handleDeepLink(const QUrl &url)
     Log::info(Log::Category::lifecycle, link.logLine(url));
 }
 
-void AppController::applicationWillTerminate() { m_socket->stop(); }
+void AppController::applicationWillTerminate()
+{
+    m_socket->stop();
+}
 
 void AppController::openSender(const QString &sender)
 {
@@ -305,9 +310,10 @@ void AppController::openSender(const QString &sender)
 bool AppController::sendReply(const ReplyFrame &frame, const QString &logPrefix)
 {
     const bool delivered = m_socket->broadcast(frame);
-    Log::info(Log::Category::reply, QStringLiteral("%1: @%2 \"%3\" msgId=%4 delivered=%5")
-                                        .arg(logPrefix, frame.sender, Log::priv(frame.text),
-                                             frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
+    Log::info(Log::Category::reply,
+        QStringLiteral("%1: @%2 \"%3\" msgId=%4 delivered=%5")
+            .arg(logPrefix, frame.sender, Log::priv(frame.text), frame.msgId.value_or(QStringLiteral("<none>")),
+                Log::boolText(delivered)));
     return delivered;
 }
 
@@ -316,13 +322,13 @@ void AppController::handleNotify(const NotifyFrame &frame)
     const QString title = frame.title.value_or(QStringLiteral("@") + frame.sender);
     // The menu bar first, so the unread count already includes this message below.
     m_menuBar->addMessage(frame.sender, title, frame.body);
-    Log::info(Log::Category::notify, QStringLiteral("socket: onNotify %1 from %2")
-                                         .arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
+    Log::info(Log::Category::notify,
+        QStringLiteral("socket: onNotify %1 from %2").arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
 
     if (SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false) && frame.focused.value_or(false)) {
         m_notch->present(frame, m_menuBar->unread(), true);
         Log::info(Log::Category::notify,
-                  QStringLiteral("focus-quiet: terminal focused + quiet mode on → notch pulse only (no banner)"));
+            QStringLiteral("focus-quiet: terminal focused + quiet mode on → notch pulse only (no banner)"));
         return;
     }
     m_notch->present(frame, m_menuBar->unread(), false);

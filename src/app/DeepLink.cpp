@@ -5,22 +5,22 @@
 DeepLink DeepLink::parse(const QUrl &url)
 {
     if (url.scheme() != QLatin1String("quillmote"))
-        return {Kind::notQuillmote, {}};
+        return { Kind::notQuillmote, {} };
     const QString host = url.host().toLower();
     if (host == QLatin1String("conversation")) {
         const QStringList parts = url.path(QUrl::FullyDecoded).split(QLatin1Char('/'), Qt::SkipEmptyParts);
         if (!parts.isEmpty())
-            return {Kind::conversation, parts.first()};
+            return { Kind::conversation, parts.first() };
     } else if (host == QLatin1String("open")) {
         const QUrlQuery query(url);
         const QString conversation = query.queryItemValue(QStringLiteral("conversation"), QUrl::FullyDecoded);
         if (!conversation.isEmpty())
-            return {Kind::conversation, conversation};
+            return { Kind::conversation, conversation };
         const QString sender = query.queryItemValue(QStringLiteral("sender"), QUrl::FullyDecoded);
         if (!sender.isEmpty())
-            return {Kind::legacyWakeup, sender};
+            return { Kind::legacyWakeup, sender };
     }
-    return {Kind::noTarget, {}};
+    return { Kind::noTarget, {} };
 }
 
 QString DeepLink::logLine(const QUrl &url) const

@@ -9,7 +9,7 @@ struct DeepLink {
         notQuillmote, // another scheme: ignored
         conversation, // open the main window on `target`
         legacyWakeup, // open?sender=…: only brings the app forward, nothing else
-        noTarget,     // a quillmote URL naming no conversation
+        noTarget, // a quillmote URL naming no conversation
     };
     Kind kind = Kind::noTarget;
     QString target; // the handle for conversation and legacyWakeup

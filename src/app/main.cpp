@@ -38,15 +38,18 @@ int main(int argc, char *argv[])
     if (role == SingleInstance::Role::secondary) {
         QString error;
         if (!SingleInstance::handOff(url, &error)) {
-            Log::error(Log::Category::lifecycle, QStringLiteral("another instance is running, hand-off failed: %1").arg(error));
+            Log::error(Log::Category::lifecycle,
+                QStringLiteral("another instance is running, hand-off failed: %1").arg(error));
             return 1;
         }
         Log::info(Log::Category::lifecycle,
-                  QStringLiteral("another instance is running — handed over %1").arg(url.isEmpty() ? QStringLiteral("(activation)") : url));
+            QStringLiteral("another instance is running — handed over %1")
+                .arg(url.isEmpty() ? QStringLiteral("(activation)") : url));
         return 0;
     }
     if (role == SingleInstance::Role::noBus)
-        Log::info(Log::Category::lifecycle, QStringLiteral("no session bus — one instance is kept by the socket's lock only"));
+        Log::info(Log::Category::lifecycle,
+            QStringLiteral("no session bus — one instance is kept by the socket's lock only"));
 
     AppController controller;
     controller.setOwnsBusName(role == SingleInstance::Role::primary);

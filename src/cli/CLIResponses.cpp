@@ -62,8 +62,7 @@ bool requiredStrings(const QJsonObject &o, const char *key, QStringList &out)
 }
 
 // An array of records, each decoded by `one`; any bad element rejects the document.
-template <typename T, typename F>
-bool requiredRecords(const QJsonObject &o, const char *key, QList<T> &out, F one)
+template<typename T, typename F> bool requiredRecords(const QJsonObject &o, const char *key, QList<T> &out, F one)
 {
     const QJsonValue v = o.value(QLatin1String(key));
     if (!v.isArray())
@@ -81,8 +80,7 @@ bool requiredRecords(const QJsonObject &o, const char *key, QList<T> &out, F one
     return true;
 }
 
-template <typename T, typename F>
-std::optional<T> decodeObject(const QJsonDocument &doc, F fill)
+template<typename T, typename F> std::optional<T> decodeObject(const QJsonDocument &doc, F fill)
 {
     if (!doc.isObject())
         return std::nullopt;
@@ -166,7 +164,8 @@ std::optional<WhoisResponse> WhoisResponse::decode(const QJsonDocument &doc)
 {
     return decodeObject<WhoisResponse>(doc, [](const QJsonObject &o, WhoisResponse &r) {
         return requiredString(o, "handle", r.handle) && optionalString(o, "kind", r.kind)
-            && optionalString(o, "verification", r.verification) && optionalString(o, "keyFingerprint", r.keyFingerprint);
+            && optionalString(o, "verification", r.verification)
+            && optionalString(o, "keyFingerprint", r.keyFingerprint);
     });
 }
 
@@ -199,7 +198,8 @@ std::optional<DevicesResponse> DevicesResponse::decode(const QJsonDocument &doc)
 
 std::optional<DoctorReport> DoctorReport::decode(const QJsonDocument &doc)
 {
-    return decodeObject<DoctorReport>(doc, [](const QJsonObject &o, DoctorReport &r) { return requiredBool(o, "ok", r.ok); });
+    return decodeObject<DoctorReport>(
+        doc, [](const QJsonObject &o, DoctorReport &r) { return requiredBool(o, "ok", r.ok); });
 }
 
 std::optional<WhoamiResponse> WhoamiResponse::decode(const QJsonDocument &doc)

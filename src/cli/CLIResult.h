@@ -18,8 +18,7 @@ struct CLIResult {
 };
 
 // A value or the CLIError that prevented it.
-template <typename T>
-class CLIOutcome
+template<typename T> class CLIOutcome
 {
 public:
     CLIOutcome(T value)

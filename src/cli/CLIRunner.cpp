@@ -47,8 +47,9 @@ bool isExecutableFile(const QString &path)
 // The environment's PATH when the key is there (whatever its value), else the default.
 QStringList searchPath()
 {
-    const QByteArray path = qEnvironmentVariableIsSet("PATH") ? qgetenv("PATH")
-                                                              : QByteArray("/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin");
+    const QByteArray path = qEnvironmentVariableIsSet("PATH")
+        ? qgetenv("PATH")
+        : QByteArray("/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin");
     return QString::fromLocal8Bit(path).split(QLatin1Char(':'), Qt::SkipEmptyParts);
 }
 
@@ -111,7 +112,8 @@ CLIOutcome<CLIResult> spawnAndCollect(const QStringList &invocation, const QStri
     if (rc != 0) {
         ::close(outPipe[0]);
         ::close(errPipe[0]);
-        return CLIError::spawnFailed(QStringLiteral("%1: %2").arg(invocation.first(), QString::fromLocal8Bit(std::strerror(rc))));
+        return CLIError::spawnFailed(
+            QStringLiteral("%1: %2").arg(invocation.first(), QString::fromLocal8Bit(std::strerror(rc))));
     }
 
     // Standard output to its end, then standard error, then the status, in this order.
@@ -120,8 +122,7 @@ CLIOutcome<CLIResult> spawnAndCollect(const QStringList &invocation, const QStri
     const QByteArray err = readToEnd(errPipe[0]);
     ::close(errPipe[0]);
     int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) { }
     CLIResult result;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : WIFSIGNALED(status) ? WTERMSIG(status) : status;
     result.standardOutput = QString::fromUtf8(out);
@@ -131,7 +132,7 @@ CLIOutcome<CLIResult> spawnAndCollect(const QStringList &invocation, const QStri
 
 std::optional<QJsonDocument> parseDocument(const QByteArray &bytes)
 {
-    QJsonParseError error{};
+    QJsonParseError error {};
     QJsonDocument doc = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError || doc.isNull())
         return std::nullopt;
@@ -185,14 +186,14 @@ CLIOutcome<QStringList> resolveInvocation()
     if (!bin.isEmpty()) {
         tried.append(QStringLiteral("QUILLMOTE_BIN=") + bin);
         if (isExecutableFile(bin)) {
-            g_resolved = QStringList{bin};
+            g_resolved = QStringList { bin };
             logIntents(QStringLiteral("cli: resolved via QUILLMOTE_BIN %1").arg(bin));
             return *g_resolved;
         }
     }
 
     if (const std::optional<QString> onPath = firstExecutable(QStringLiteral("quillmote"))) {
-        g_resolved = QStringList{*onPath};
+        g_resolved = QStringList { *onPath };
         logIntents(QStringLiteral("cli: resolved on PATH %1").arg(*onPath));
         return *g_resolved;
     }
@@ -201,7 +202,7 @@ CLIOutcome<QStringList> resolveInvocation()
     if (const std::optional<QString> node = firstExecutable(QStringLiteral("node"))) {
         for (const QString &script : candidateCliJsPaths()) {
             if (QFileInfo::exists(script)) {
-                g_resolved = QStringList{*node, script};
+                g_resolved = QStringList { *node, script };
                 logIntents(QStringLiteral("cli: resolved via node fallback %1").arg(script));
                 return *g_resolved;
             }
@@ -241,8 +242,8 @@ QFuture<CLIOutcome<CLIResult>> run(const QStringList &args)
     return future;
 }
 
-std::optional<CLIError> decodeOutput(const QString &command, const CLIOutcome<CLIResult> &run,
-                                     const std::function<bool(const QJsonDocument &)> &accepts)
+std::optional<CLIError> decodeOutput(
+    const QString &command, const CLIOutcome<CLIResult> &run, const std::function<bool(const QJsonDocument &)> &accepts)
 {
     if (!run)
         return run.error();

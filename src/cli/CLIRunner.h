@@ -39,12 +39,11 @@ CLIOutcome<CLIResult> runBlocking(const QStringList &args);
 // the first, is parsed and offered to `accepts`; when none is accepted the run fails with
 // malformedOutput.
 std::optional<CLIError> decodeOutput(const QString &command, const CLIOutcome<CLIResult> &run,
-                                     const std::function<bool(const QJsonDocument &)> &accepts);
+    const std::function<bool(const QJsonDocument &)> &accepts);
 
 // decodeOutput into T, which provides `static std::optional<T> decode(const QJsonDocument &)`
 // (see CLIResponses.h).
-template <typename T>
-CLIOutcome<T> decodeAs(const QString &command, const CLIOutcome<CLIResult> &run)
+template<typename T> CLIOutcome<T> decodeAs(const QString &command, const CLIOutcome<CLIResult> &run)
 {
     std::optional<T> decoded;
     const std::optional<CLIError> error = decodeOutput(command, run, [&decoded](const QJsonDocument &doc) {
@@ -57,12 +56,11 @@ CLIOutcome<T> decodeAs(const QString &command, const CLIOutcome<CLIResult> &run)
 }
 
 // Runs a `--json` command and decodes its output as T.
-template <typename T>
-QFuture<CLIOutcome<T>> runJSON(const QStringList &args)
+template<typename T> QFuture<CLIOutcome<T>> runJSON(const QStringList &args)
 {
     const QString command = args.isEmpty() ? QStringLiteral("?") : args.first();
     return run(args).then(QtFuture::Launch::Sync,
-                          [command](const CLIOutcome<CLIResult> &result) { return decodeAs<T>(command, result); });
+        [command](const CLIOutcome<CLIResult> &result) { return decodeAs<T>(command, result); });
 }
 
 // Where a `cli.js` of the tool may sit, in the order they are tried (ten entries).

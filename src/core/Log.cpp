@@ -34,7 +34,8 @@ bool stderrIsJournal()
     const QList<QByteArray> parts = stream.split(':');
     if (parts.size() != 2)
         return false;
-    struct stat st {};
+    struct stat st {
+    };
     if (fstat(STDERR_FILENO, &st) != 0)
         return false;
     return parts[0].toULongLong() == static_cast<unsigned long long>(st.st_dev)
@@ -72,8 +73,8 @@ void handler(QtMsgType type, const QMessageLogContext &ctx, const QString &messa
     if (g_toJournal) {
         const int priority = type == QtInfoMsg ? LOG_INFO : type == QtDebugMsg ? LOG_DEBUG : LOG_ERR;
         sd_journal_send("MESSAGE=%s", message.toUtf8().constData(), "PRIORITY=%d", priority,
-                        "SYSLOG_IDENTIFIER=quillmote-notifier", "QUILLMOTE_CATEGORY=%s",
-                        categoryLabel(ctx.category).toUtf8().constData(), nullptr);
+            "SYSLOG_IDENTIFIER=quillmote-notifier", "QUILLMOTE_CATEGORY=%s",
+            categoryLabel(ctx.category).toUtf8().constData(), nullptr);
     } else {
         const QByteArray line = formatLine(type, ctx.category, message).toUtf8() + '\n';
         QMutexLocker lock(&g_writeLock);
@@ -89,25 +90,38 @@ void handler(QtMsgType type, const QMessageLogContext &ctx, const QString &messa
 const QLoggingCategory &category(Category c)
 {
     switch (c) {
-    case Category::lifecycle: return lcLifecycle();
-    case Category::socket: return lcSocket();
-    case Category::notch: return lcNotch();
-    case Category::notify: return lcNotify();
-    case Category::fill: return lcFill();
-    case Category::reply: return lcReply();
-    case Category::menubar: return lcMenubar();
-    case Category::intents: return lcIntents();
-    case Category::stateclient: return lcStateclient();
-    case Category::mainwindow: return lcMainwindow();
+    case Category::lifecycle:
+        return lcLifecycle();
+    case Category::socket:
+        return lcSocket();
+    case Category::notch:
+        return lcNotch();
+    case Category::notify:
+        return lcNotify();
+    case Category::fill:
+        return lcFill();
+    case Category::reply:
+        return lcReply();
+    case Category::menubar:
+        return lcMenubar();
+    case Category::intents:
+        return lcIntents();
+    case Category::stateclient:
+        return lcStateclient();
+    case Category::mainwindow:
+        return lcMainwindow();
     }
     return lcLifecycle();
 }
 
-QString shortName(Category c) { return categoryLabel(category(c).categoryName()); }
+QString shortName(Category c)
+{
+    return categoryLabel(category(c).categoryName());
+}
 
 bool isErrorText(const QString &text)
 {
-    static const char *const words[] = {"failed", "error", "denied", "cannot", "disabled", "dropped"};
+    static const char *const words[] = { "failed", "error", "denied", "cannot", "disabled", "dropped" };
     const QString lower = text.toLower();
     for (const char *w : words) {
         if (lower.contains(QLatin1String(w)))
@@ -124,9 +138,18 @@ void emit(Category c, const QString &text)
         info(c, text);
 }
 
-void info(Category c, const QString &text) { qCInfo(category(c)).noquote() << text; }
-void error(Category c, const QString &text) { qCCritical(category(c)).noquote() << text; }
-void debug(Category c, const QString &text) { qCDebug(category(c)).noquote() << text; }
+void info(Category c, const QString &text)
+{
+    qCInfo(category(c)).noquote() << text;
+}
+void error(Category c, const QString &text)
+{
+    qCCritical(category(c)).noquote() << text;
+}
+void debug(Category c, const QString &text)
+{
+    qCDebug(category(c)).noquote() << text;
+}
 
 QString priv(const QString &value)
 {
@@ -136,8 +159,8 @@ QString priv(const QString &value)
 QString formatLine(QtMsgType type, const char *category, const QString &message)
 {
     const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-    return time + QLatin1Char(' ') + QLatin1String(levelName(type)) + QLatin1Char(' ')
-        + categoryLabel(category) + QLatin1Char(' ') + message;
+    return time + QLatin1Char(' ') + QLatin1String(levelName(type)) + QLatin1Char(' ') + categoryLabel(category)
+        + QLatin1Char(' ') + message;
 }
 
 void install()

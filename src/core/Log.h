@@ -35,7 +35,10 @@ void debug(Category c, const QString &text);
 QString priv(const QString &value);
 
 // "true"/"false", the way delivered flags are written.
-inline QString boolText(bool b) { return b ? QStringLiteral("true") : QStringLiteral("false"); }
+inline QString boolText(bool b)
+{
+    return b ? QStringLiteral("true") : QStringLiteral("false");
+}
 
 // Installs the stderr/journal message handler for the whole process.
 void install();

@@ -22,7 +22,7 @@ struct FileStamp {
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = -1;
-    timespec modified{};
+    timespec modified {};
     bool operator==(const FileStamp &o) const
     {
         return device == o.device && inode == o.inode && size == o.size && modified.tv_sec == o.modified.tv_sec
@@ -32,10 +32,11 @@ struct FileStamp {
 
 FileStamp stampOf(const QString &path)
 {
-    struct stat st {};
+    struct stat st {
+    };
     if (::stat(QFile::encodeName(path).constData(), &st) != 0)
         return {};
-    return {st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+    return { st.st_dev, st.st_ino, st.st_size, st.st_mtim };
 }
 
 FileStamp g_seen;
@@ -65,13 +66,19 @@ QString filePath()
 QString keyString(Key key)
 {
     switch (key) {
-    case Key::commNotifications: return QStringLiteral("quillmote.commNotificationsEnabled");
-    case Key::urgencyMapping: return QStringLiteral("quillmote.urgencyMappingEnabled");
-    case Key::focusFilter: return QStringLiteral("quillmote.focusFilterEnabled");
-    case Key::biometricGate: return QStringLiteral("quillmote.biometricGateEnabled");
-    case Key::sound: return QStringLiteral("quillmote.soundEnabled");
+    case Key::commNotifications:
+        return QStringLiteral("quillmote.commNotificationsEnabled");
+    case Key::urgencyMapping:
+        return QStringLiteral("quillmote.urgencyMappingEnabled");
+    case Key::focusFilter:
+        return QStringLiteral("quillmote.focusFilterEnabled");
+    case Key::biometricGate:
+        return QStringLiteral("quillmote.biometricGateEnabled");
+    case Key::sound:
+        return QStringLiteral("quillmote.soundEnabled");
     // Deliberately without the "quillmote." prefix: existing preferences use this key.
-    case Key::quietWhenFocused: return QStringLiteral("quietWhenTerminalFocused");
+    case Key::quietWhenFocused:
+        return QStringLiteral("quietWhenTerminalFocused");
     }
     return {};
 }
@@ -114,7 +121,10 @@ bool flag(Key key, bool defaultValue)
     return v ? v->toBool() : defaultValue;
 }
 
-void setFlag(Key key, bool v) { setValue(keyString(key), v); }
+void setFlag(Key key, bool v)
+{
+    setValue(keyString(key), v);
+}
 
 bool toggle(Key key, bool defaultValue)
 {

@@ -21,8 +21,8 @@ enum class Key {
     quietWhenFocused,
 };
 
-inline constexpr std::array<Key, 6> allKeys{Key::commNotifications, Key::urgencyMapping, Key::focusFilter,
-                                             Key::biometricGate,     Key::sound,          Key::quietWhenFocused};
+inline constexpr std::array<Key, 6> allKeys { Key::commNotifications, Key::urgencyMapping, Key::focusFilter,
+    Key::biometricGate, Key::sound, Key::quietWhenFocused };
 
 QString keyString(Key key);
 

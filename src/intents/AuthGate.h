@@ -16,9 +16,9 @@ public:
         // failed: what went wrong (the user dismissed the prompt, no authority, …).
         QString error;
 
-        static Answer authorized() { return {Kind::authorized, {}}; }
-        static Answer denied() { return {Kind::denied, {}}; }
-        static Answer failed(const QString &error) { return {Kind::failed, error}; }
+        static Answer authorized() { return { Kind::authorized, {} }; }
+        static Answer denied() { return { Kind::denied, {} }; }
+        static Answer failed(const QString &error) { return { Kind::failed, error }; }
     };
 
     virtual ~AuthGate() = default;

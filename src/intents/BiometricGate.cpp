@@ -18,12 +18,13 @@ void require(AuthGate &gate, const QString &action, std::function<void(bool allo
             done(true);
             return;
         case AuthGate::Answer::Kind::denied:
-            Log::error(Log::Category::intents, QStringLiteral("BiometricGate: denied (not authorized) action=%1").arg(action));
+            Log::error(
+                Log::Category::intents, QStringLiteral("BiometricGate: denied (not authorized) action=%1").arg(action));
             done(false);
             return;
         case AuthGate::Answer::Kind::failed:
             Log::error(Log::Category::intents,
-                       QStringLiteral("BiometricGate: failed action=%1 error=%2").arg(action, answer.error));
+                QStringLiteral("BiometricGate: failed action=%1 error=%2").arg(action, answer.error));
             done(false);
             return;
         }

@@ -1,7 +1,7 @@
 #include "intents/EntityQueries.h"
 
-#include "core/Log.h"
 #include "cli/CLIResponses.h"
+#include "core/Log.h"
 #include "intents/IntentCatalogue.h"
 #include "intents/ToolRunner.h"
 
@@ -41,9 +41,12 @@ QList<IntentEntity> EntityQueries::filter(const QList<IntentEntity> &all, const 
 QString EntityQueries::typeDisplayName(Kind kind)
 {
     switch (kind) {
-    case Kind::friends: return QStringLiteral("Quillmote 好友");
-    case Kind::friendRequests: return QStringLiteral("好友申请");
-    case Kind::inboxMessages: return QStringLiteral("收件箱消息");
+    case Kind::friends:
+        return QStringLiteral("Quillmote 好友");
+    case Kind::friendRequests:
+        return QStringLiteral("好友申请");
+    case Kind::inboxMessages:
+        return QStringLiteral("收件箱消息");
     }
     return {};
 }
@@ -51,9 +54,12 @@ QString EntityQueries::typeDisplayName(Kind kind)
 QString EntityQueries::countDisplayName(Kind kind, qlonglong count)
 {
     switch (kind) {
-    case Kind::friends: return QString::number(count) + QStringLiteral(" 位 Quillmote 好友");
-    case Kind::friendRequests: return QString::number(count) + QStringLiteral(" 条好友申请");
-    case Kind::inboxMessages: return QString::number(count) + QStringLiteral(" 条收件箱消息");
+    case Kind::friends:
+        return QString::number(count) + QStringLiteral(" 位 Quillmote 好友");
+    case Kind::friendRequests:
+        return QString::number(count) + QStringLiteral(" 条好友申请");
+    case Kind::inboxMessages:
+        return QString::number(count) + QStringLiteral(" 条收件箱消息");
     }
     return {};
 }
@@ -63,16 +69,18 @@ void EntityQueries::all(Kind kind, Done done)
     const auto handles = [](const QStringList &list) {
         QList<IntentEntity> out;
         for (const QString &h : list)
-            out.append({h, QLatin1Char('@') + h});
+            out.append({ h, QLatin1Char('@') + h });
         return out;
     };
     switch (kind) {
     case Kind::friends:
-        m_runner.run({QStringLiteral("friends"), QStringLiteral("--json")})
+        m_runner.run({ QStringLiteral("friends"), QStringLiteral("--json") })
             .then(this, [done, handles](const CLIOutcome<CLIResult> &run) {
-                const CLIOutcome<FriendsResponse> r = CLIRunner::decodeAs<FriendsResponse>(QStringLiteral("friends"), run);
+                const CLIOutcome<FriendsResponse> r
+                    = CLIRunner::decodeAs<FriendsResponse>(QStringLiteral("friends"), run);
                 if (!r) {
-                    Log::error(Log::Category::intents, QStringLiteral("FriendQuery: friends --json failed: %1").arg(r.error().description()));
+                    Log::error(Log::Category::intents,
+                        QStringLiteral("FriendQuery: friends --json failed: %1").arg(r.error().description()));
                     done({});
                     return;
                 }
@@ -80,12 +88,13 @@ void EntityQueries::all(Kind kind, Done done)
             });
         return;
     case Kind::friendRequests:
-        m_runner.run({QStringLiteral("requests"), QStringLiteral("--json")})
+        m_runner.run({ QStringLiteral("requests"), QStringLiteral("--json") })
             .then(this, [done, handles](const CLIOutcome<CLIResult> &run) {
-                const CLIOutcome<RequestsResponse> r = CLIRunner::decodeAs<RequestsResponse>(QStringLiteral("requests"), run);
+                const CLIOutcome<RequestsResponse> r
+                    = CLIRunner::decodeAs<RequestsResponse>(QStringLiteral("requests"), run);
                 if (!r) {
                     Log::error(Log::Category::intents,
-                               QStringLiteral("FriendRequestQuery: requests --json failed: %1").arg(r.error().description()));
+                        QStringLiteral("FriendRequestQuery: requests --json failed: %1").arg(r.error().description()));
                     done({});
                     return;
                 }
@@ -93,12 +102,13 @@ void EntityQueries::all(Kind kind, Done done)
             });
         return;
     case Kind::inboxMessages:
-        m_runner.run({QStringLiteral("inbox"), QStringLiteral("--once"), QStringLiteral("--json")})
+        m_runner.run({ QStringLiteral("inbox"), QStringLiteral("--once"), QStringLiteral("--json") })
             .then(this, [done](const CLIOutcome<CLIResult> &run) {
                 const CLIOutcome<InboxResponse> r = CLIRunner::decodeAs<InboxResponse>(QStringLiteral("inbox"), run);
                 if (!r) {
                     Log::error(Log::Category::intents,
-                               QStringLiteral("InboxMessageQuery: inbox --once --json failed: %1").arg(r.error().description()));
+                        QStringLiteral("InboxMessageQuery: inbox --once --json failed: %1")
+                            .arg(r.error().description()));
                     done({});
                     return;
                 }
@@ -107,7 +117,7 @@ void EntityQueries::all(Kind kind, Done done)
                     const InboxItem &item = r->items[i];
                     // A message the tool gave no id is still listed, by its place in the inbox.
                     const QString id = item.message.id.value_or(QStringLiteral("#%1").arg(i + 1));
-                    out.append({id, IntentCatalogue::inboxLine(item)});
+                    out.append({ id, IntentCatalogue::inboxLine(item) });
                 }
                 done(out);
             });

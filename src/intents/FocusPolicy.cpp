@@ -8,8 +8,8 @@ namespace FocusPolicy {
 Decision decide(bool doNotDisturb, bool breakthroughRecorded)
 {
     if (!doNotDisturb)
-        return {false, true};
-    return {breakthroughRecorded, breakthroughRecorded};
+        return { false, true };
+    return { breakthroughRecorded, breakthroughRecorded };
 }
 
 bool recordedBreakthrough()

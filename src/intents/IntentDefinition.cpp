@@ -1,6 +1,9 @@
 #include "intents/IntentDefinition.h"
 
-QString IntentArguments::text(const QString &name) const { return m_values.value(name).toString(); }
+QString IntentArguments::text(const QString &name) const
+{
+    return m_values.value(name).toString();
+}
 
 QString IntentArguments::handle(const QString &name) const
 {

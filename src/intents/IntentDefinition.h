@@ -54,8 +54,8 @@ struct ToolAnswer {
     QString dialog;
     QString logLine;
 
-    static ToolAnswer fail(const CLIError &e) { return {e, {}, {}}; }
-    static ToolAnswer ok(const QString &dialog, const QString &logLine) { return {std::nullopt, dialog, logLine}; }
+    static ToolAnswer fail(const CLIError &e) { return { e, {}, {} }; }
+    static ToolAnswer ok(const QString &dialog, const QString &logLine) { return { std::nullopt, dialog, logLine }; }
 };
 
 enum class Confirmation { none, send, continue_ };

@@ -14,9 +14,9 @@ struct IntentResult {
     QString dialog;
     AppIntentError::Unrecoverable error;
 
-    static IntentResult completed(const QString &dialog) { return {Status::completed, dialog, {}}; }
-    static IntentResult cancelled() { return {Status::cancelled, {}, {}}; }
-    static IntentResult failed(const QString &message) { return {Status::failed, {}, {message}}; }
+    static IntentResult completed(const QString &dialog) { return { Status::completed, dialog, {} }; }
+    static IntentResult cancelled() { return { Status::cancelled, {}, {} }; }
+    static IntentResult failed(const QString &message) { return { Status::failed, {}, { message } }; }
 
     bool isCompleted() const { return status == Status::completed; }
     bool operator==(const IntentResult &) const = default;

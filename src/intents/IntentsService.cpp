@@ -64,13 +64,13 @@ void IntentsService::perform(const IntentDefinition &intent, const IntentArgumen
     }
     // A declined confirmation is a cancellation: nothing runs and the action logs nothing.
     m_confirmer.ask(intent.confirmationText(args), IntentCatalogue::confirmLabel(intent.confirmation),
-                    [gateThenRun, done](bool accepted) {
-                        if (!accepted) {
-                            done(IntentResult::cancelled());
-                            return;
-                        }
-                        gateThenRun();
-                    });
+        [gateThenRun, done](bool accepted) {
+            if (!accepted) {
+                done(IntentResult::cancelled());
+                return;
+            }
+            gateThenRun();
+        });
 }
 
 void IntentsService::runTool(const IntentDefinition &intent, const IntentArguments &args, Done done)

@@ -5,12 +5,19 @@
 
 namespace QuillmoteFocusFilter {
 
-QString title() { return QStringLiteral("Quillmote 消息过滤"); }
-QString parameterTitle() { return QStringLiteral("允许 Quillmote 消息破限"); }
+QString title()
+{
+    return QStringLiteral("Quillmote 消息过滤");
+}
+QString parameterTitle()
+{
+    return QStringLiteral("允许 Quillmote 消息破限");
+}
 
 QString parameterSummary(bool allowBreakthrough)
 {
-    return QStringLiteral("在此专注模式下，允许 Quillmote 消息破限：") + (allowBreakthrough ? QStringLiteral("开") : QStringLiteral("关"));
+    return QStringLiteral("在此专注模式下，允许 Quillmote 消息破限：")
+        + (allowBreakthrough ? QStringLiteral("开") : QStringLiteral("关"));
 }
 
 QString displayRepresentation(bool allowBreakthrough)
@@ -28,12 +35,14 @@ void perform(bool allowBreakthrough)
 {
     if (!SettingsStore::flag(SettingsStore::Key::focusFilter, false)) {
         // The recorded value stays as it was, so turning the feature back on restores it.
-        Log::debug(Log::Category::intents, QStringLiteral("QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect)."));
+        Log::debug(Log::Category::intents,
+            QStringLiteral("QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect)."));
         return;
     }
     SettingsStore::setValue(QString::fromLatin1(recordedKey), allowBreakthrough);
     Log::info(Log::Category::intents,
-              QStringLiteral("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=%1").arg(Log::boolText(allowBreakthrough)));
+        QStringLiteral("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=%1")
+            .arg(Log::boolText(allowBreakthrough)));
 }
 
 } // namespace QuillmoteFocusFilter

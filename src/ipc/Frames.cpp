@@ -7,7 +7,10 @@ namespace {
 
 using Value = rapidjson::Value;
 
-QString toQString(const Value &v) { return QString::fromUtf8(v.GetString(), qsizetype(v.GetStringLength())); }
+QString toQString(const Value &v)
+{
+    return QString::fromUtf8(v.GetString(), qsizetype(v.GetStringLength()));
+}
 
 // Absent and null both count as absent; any other non-string makes the frame invalid.
 bool optionalString(const Value &o, const char *key, std::optional<QString> &out)
@@ -77,14 +80,30 @@ void appendJsonString(QByteArray &out, const QString &value)
     for (const char ch : utf8) {
         const auto c = static_cast<unsigned char>(ch);
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '/': out += "\\/"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '/':
+            out += "\\/";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
         default:
             if (c < 0x20) {
                 out += "\\u00";

@@ -18,6 +18,9 @@ QString directory()
     return home + QStringLiteral("/.quillmote");
 }
 
-QString socketPath() { return directory() + QStringLiteral("/notifier.sock"); }
+QString socketPath()
+{
+    return directory() + QStringLiteral("/notifier.sock");
+}
 
 } // namespace IPCPath

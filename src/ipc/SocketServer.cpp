@@ -27,14 +27,17 @@ namespace {
 // One connected terminal. The descriptor is closed when the last holder lets go, so a
 // broadcast that took a snapshot can never write into a number the kernel has reused.
 struct Client {
-    explicit Client(int f) : fd(f) {}
+    explicit Client(int f)
+        : fd(f)
+    {
+    }
     ~Client() { ::close(fd); }
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
 
     const int fd;
     // A write timed out: the line may be cut in the middle, so later broadcasts skip it.
-    std::atomic<bool> stalled{false};
+    std::atomic<bool> stalled { false };
 };
 
 using Event = std::variant<NotifyFrame, QString>;
@@ -56,9 +59,9 @@ bool writeLine(Client &client, const QByteArray &line)
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-            const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - std::chrono::steady_clock::now());
-            pollfd pfd{client.fd, POLLOUT, 0};
+            const auto remaining
+                = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            pollfd pfd { client.fd, POLLOUT, 0 };
             const int ready = remaining.count() > 0 ? ::poll(&pfd, 1, int(remaining.count())) : 0;
             if (ready > 0 || (ready < 0 && errno == EINTR))
                 continue;
@@ -81,8 +84,8 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
     QString path;
     QPointer<SocketServer> owner;
 
-    std::atomic<int> listenFD{-1};
-    int lockFD = -1;       // advisory lock beside the socket; only the holder touches the file
+    std::atomic<int> listenFD { -1 };
+    int lockFD = -1; // advisory lock beside the socket; only the holder touches the file
     bool ownsPath = false; // set on the set-up thread, read by stop() after running is false
 
     std::mutex clientsLock;
@@ -126,8 +129,7 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
         });
     }
 
-    template<typename Fn>
-    void spawn(Fn fn)
+    template<typename Fn> void spawn(Fn fn)
     {
         {
             std::lock_guard g(threadsLock);
@@ -185,7 +187,7 @@ void SocketServer::Shared::bindAndListen()
         return;
     }
 
-    sockaddr_un addr{};
+    sockaddr_un addr {};
     addr.sun_family = AF_UNIX;
     constexpr int maxPathBytes = int(sizeof(addr.sun_path)) - 1;
     if (pathBytes.size() > maxPathBytes) {
@@ -196,7 +198,9 @@ void SocketServer::Shared::bindAndListen()
     std::memcpy(addr.sun_path, pathBytes.constData(), size_t(pathBytes.size()));
 
     if (::bind(fd, reinterpret_cast<const sockaddr *>(&addr), sizeof(addr)) != 0) {
-        log(QStringLiteral("socket: bind() failed at %1 (errno %2) — IPC disabled, app still runs").arg(path).arg(errno));
+        log(QStringLiteral("socket: bind() failed at %1 (errno %2) — IPC disabled, app still runs")
+                .arg(path)
+                .arg(errno));
         ::close(fd);
         return;
     }
@@ -299,7 +303,10 @@ SocketServer::~SocketServer()
     d->threadsDone.wait_for(g, std::chrono::seconds(3), [this] { return d->activeThreads == 0; });
 }
 
-QString SocketServer::path() const { return d->path; }
+QString SocketServer::path() const
+{
+    return d->path;
+}
 
 void SocketServer::start()
 {
@@ -341,8 +348,14 @@ int SocketServer::clientCount() const
     return int(d->clients.size());
 }
 
-bool SocketServer::broadcast(const ReplyFrame &frame) { return broadcastLine(Frames::encode(frame)); }
-bool SocketServer::broadcast(const FillFrame &frame) { return broadcastLine(Frames::encode(frame)); }
+bool SocketServer::broadcast(const ReplyFrame &frame)
+{
+    return broadcastLine(Frames::encode(frame));
+}
+bool SocketServer::broadcast(const FillFrame &frame)
+{
+    return broadcastLine(Frames::encode(frame));
+}
 
 bool SocketServer::broadcastLine(QByteArray line)
 {
@@ -365,7 +378,8 @@ bool SocketServer::broadcastLine(QByteArray line)
         if (writeLine(*client, line))
             delivered = true;
         else if (client->stalled)
-            d->log(QStringLiteral("socket: a client stopped reading (write timed out after %1 s) — dropped from broadcasts")
+            d->log(QStringLiteral(
+                "socket: a client stopped reading (write timed out after %1 s) — dropped from broadcasts")
                        .arg(sendTimeoutSeconds));
     }
     return delivered;

@@ -12,7 +12,8 @@ namespace {
 QVariant fromJson(const QJsonValue &v)
 {
     switch (v.type()) {
-    case QJsonValue::Bool: return v.toBool();
+    case QJsonValue::Bool:
+        return v.toBool();
     case QJsonValue::Double: {
         // Qt keeps whole numbers that fit in 64 bits as integers; those decode as qint64.
         const QVariant raw = v.toVariant();
@@ -20,7 +21,8 @@ QVariant fromJson(const QJsonValue &v)
             return raw.toLongLong();
         return v.toDouble();
     }
-    case QJsonValue::String: return v.toString();
+    case QJsonValue::String:
+        return v.toString();
     case QJsonValue::Array: {
         QVariantList list;
         const QJsonArray a = v.toArray();
@@ -37,7 +39,8 @@ QVariant fromJson(const QJsonValue &v)
         return map;
     }
     case QJsonValue::Null:
-    case QJsonValue::Undefined: break;
+    case QJsonValue::Undefined:
+        break;
     }
     return QVariant::fromValue(nullptr);
 }
@@ -45,14 +48,17 @@ QVariant fromJson(const QJsonValue &v)
 QJsonValue toJson(const QVariant &v)
 {
     switch (v.typeId()) {
-    case QMetaType::Bool: return v.toBool();
+    case QMetaType::Bool:
+        return v.toBool();
     case QMetaType::LongLong:
-    case QMetaType::Int: return v.toLongLong();
+    case QMetaType::Int:
+        return v.toLongLong();
     case QMetaType::Double: {
         const double d = v.toDouble();
         return std::isfinite(d) ? QJsonValue(d) : QJsonValue();
     }
-    case QMetaType::QString: return v.toString();
+    case QMetaType::QString:
+        return v.toString();
     case QMetaType::QVariantList: {
         QJsonArray a;
         for (const QVariant &e : v.toList())
@@ -66,15 +72,25 @@ QJsonValue toJson(const QVariant &v)
             o.insert(it.key(), toJson(it.value()));
         return o;
     }
-    default: break;
+    default:
+        break;
     }
     return QJsonValue();
 }
 
 } // namespace
 
-AnyCodable AnyCodable::decode(const QJsonValue &json) { return AnyCodable{fromJson(json)}; }
+AnyCodable AnyCodable::decode(const QJsonValue &json)
+{
+    return AnyCodable { fromJson(json) };
+}
 
-QJsonValue AnyCodable::encode() const { return toJson(value); }
+QJsonValue AnyCodable::encode() const
+{
+    return toJson(value);
+}
 
-bool AnyCodable::isNull() const { return !value.isValid() || value.typeId() == QMetaType::Nullptr; }
+bool AnyCodable::isNull() const
+{
+    return !value.isValid() || value.typeId() == QMetaType::Nullptr;
+}

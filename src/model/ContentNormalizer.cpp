@@ -61,24 +61,24 @@ std::optional<ContentPart> part(const JSONValue &v)
         return std::nullopt;
     const QString &kind = *kindText;
     if (kind == QLatin1String("text"))
-        return TextPart{stringAt(v, u"text").value_or(QString())};
+        return TextPart { stringAt(v, u"text").value_or(QString()) };
     if (kind == QLatin1String("code"))
-        return CodePart{stringAt(v, u"code").value_or(QString()), stringAt(v, u"lang"), stringAt(v, u"path")};
+        return CodePart { stringAt(v, u"code").value_or(QString()), stringAt(v, u"lang"), stringAt(v, u"path") };
     if (kind == QLatin1String("file"))
-        return FilePart{stringAt(v, u"name").value_or(QStringLiteral("file")), stringAt(v, u"mime"),
-                        sizeAt(v, u"bytes"), stringAt(v, u"data")};
+        return FilePart { stringAt(v, u"name").value_or(QStringLiteral("file")), stringAt(v, u"mime"),
+            sizeAt(v, u"bytes"), stringAt(v, u"data") };
     if (kind == QLatin1String("image"))
-        return ImagePart{stringAt(v, u"mime"), sizeAt(v, u"bytes"), stringAt(v, u"data"), stringAt(v, u"alt")};
+        return ImagePart { stringAt(v, u"mime"), sizeAt(v, u"bytes"), stringAt(v, u"data"), stringAt(v, u"alt") };
     if (kind == QLatin1String("data"))
-        return DataPart{valueAt(v, u"json").value_or(JSONValue::null()), stringAt(v, u"mime")};
+        return DataPart { valueAt(v, u"json").value_or(JSONValue::null()), stringAt(v, u"mime") };
     if (kind == QLatin1String("tool_call"))
-        return ToolCallPart{stringAt(v, u"name").value_or(QString()), valueAt(v, u"args"), stringAt(v, u"call_id")};
+        return ToolCallPart { stringAt(v, u"name").value_or(QString()), valueAt(v, u"args"), stringAt(v, u"call_id") };
     if (kind == QLatin1String("tool_result")) {
         const JSONValue *ok = v.find(u"ok");
-        return ToolResultPart{ok && ok->isBool() && ok->toBool(), stringAt(v, u"call_id"), valueAt(v, u"result"),
-                              stringAt(v, u"error")};
+        return ToolResultPart { ok && ok->isBool() && ok->toBool(), stringAt(v, u"call_id"), valueAt(v, u"result"),
+            stringAt(v, u"error") };
     }
-    return UnknownPart{kind, v};
+    return UnknownPart { kind, v };
 }
 
 // The first value under one of keys that is a non-empty string.
@@ -92,34 +92,32 @@ std::optional<QString> firstNonEmpty(const JSONValue &content, std::initializer_
     return std::nullopt;
 }
 
-template<class... Ts>
-struct Overloaded : Ts... {
+template<class... Ts> struct Overloaded : Ts... {
     using Ts::operator()...;
 };
 
 std::optional<QString> partPreview(const ContentPart &p)
 {
-    return std::visit(
-        Overloaded{
-            [](const TextPart &t) -> std::optional<QString> {
-                return t.text.isEmpty() ? std::nullopt : std::optional<QString>(t.text);
-            },
-            [](const CodePart &c) -> std::optional<QString> {
-                return QStringLiteral("‹› ") + c.lang.value_or(QStringLiteral("code"));
-            },
-            [](const FilePart &f) -> std::optional<QString> { return QStringLiteral("▣ ") + f.name; },
-            [](const ImagePart &i) -> std::optional<QString> {
-                return QStringLiteral("▢ ") + i.alt.value_or(QStringLiteral("image"));
-            },
-            [](const ToolCallPart &t) -> std::optional<QString> {
-                return QStringLiteral("⚙ ") + (t.name.isEmpty() ? QStringLiteral("tool call") : t.name);
-            },
-            [](const ToolResultPart &r) -> std::optional<QString> {
-                return r.ok ? QStringLiteral("✓ tool result") : QStringLiteral("✕ tool result");
-            },
-            [](const DataPart &) -> std::optional<QString> { return std::nullopt; },
-            [](const UnknownPart &) -> std::optional<QString> { return std::nullopt; },
-        },
+    return std::visit(Overloaded {
+                          [](const TextPart &t) -> std::optional<QString> {
+                              return t.text.isEmpty() ? std::nullopt : std::optional<QString>(t.text);
+                          },
+                          [](const CodePart &c) -> std::optional<QString> {
+                              return QStringLiteral("‹› ") + c.lang.value_or(QStringLiteral("code"));
+                          },
+                          [](const FilePart &f) -> std::optional<QString> { return QStringLiteral("▣ ") + f.name; },
+                          [](const ImagePart &i) -> std::optional<QString> {
+                              return QStringLiteral("▢ ") + i.alt.value_or(QStringLiteral("image"));
+                          },
+                          [](const ToolCallPart &t) -> std::optional<QString> {
+                              return QStringLiteral("⚙ ") + (t.name.isEmpty() ? QStringLiteral("tool call") : t.name);
+                          },
+                          [](const ToolResultPart &r) -> std::optional<QString> {
+                              return r.ok ? QStringLiteral("✓ tool result") : QStringLiteral("✕ tool result");
+                          },
+                          [](const DataPart &) -> std::optional<QString> { return std::nullopt; },
+                          [](const UnknownPart &) -> std::optional<QString> { return std::nullopt; },
+                      },
         p);
 }
 
@@ -137,8 +135,8 @@ QList<ContentPart> parts(const JSONValue &content)
             return out;
     }
     if (const QString *text = content.stringAt(u"text"))
-        return {TextPart{*text}};
-    return {DataPart{content, std::nullopt}};
+        return { TextPart { *text } };
+    return { DataPart { content, std::nullopt } };
 }
 
 QString preview(const QString &type, const JSONValue &content)
@@ -146,15 +144,16 @@ QString preview(const QString &type, const JSONValue &content)
     if (const auto family = MessageTypeFamily::of(type)) {
         switch (*family) {
         case MessageTypeFamily::finding:
-            return QStringLiteral("⚠ ") + firstNonEmpty(content, {u"title", u"name"}).value_or(QStringLiteral("Finding"));
+            return QStringLiteral("⚠ ")
+                + firstNonEmpty(content, { u"title", u"name" }).value_or(QStringLiteral("Finding"));
         case MessageTypeFamily::task:
             return QStringLiteral("☑ ")
-                + firstNonEmpty(content, {u"name", u"task", u"title"}).value_or(QStringLiteral("Task"));
+                + firstNonEmpty(content, { u"name", u"task", u"title" }).value_or(QStringLiteral("Task"));
         case MessageTypeFamily::artifact:
             return QStringLiteral("▣ ")
-                + firstNonEmpty(content, {u"name", u"filename", u"file"}).value_or(QStringLiteral("Artifact"));
+                + firstNonEmpty(content, { u"name", u"filename", u"file" }).value_or(QStringLiteral("Artifact"));
         case MessageTypeFamily::discussion:
-            return firstNonEmpty(content, {u"text", u"message", u"content"}).value_or(QStringLiteral("Discussion"));
+            return firstNonEmpty(content, { u"text", u"message", u"content" }).value_or(QStringLiteral("Discussion"));
         }
     }
     for (const ContentPart &p : parts(content)) {
@@ -172,7 +171,7 @@ QString searchText(const JSONValue &content)
             pieces.append(*s);
     };
     for (const ContentPart &p : parts(content)) {
-        std::visit(Overloaded{
+        std::visit(Overloaded {
                        [&](const TextPart &t) { pieces.append(t.text); },
                        [&](const CodePart &c) {
                            pieces.append(c.code);
@@ -200,7 +199,7 @@ QString searchText(const JSONValue &content)
                            pieces.append(u.raw.pretty());
                        },
                    },
-                   p);
+            p);
     }
     return pieces.join(u' ').toLower();
 }
@@ -209,8 +208,9 @@ QVariantMap toVariantMap(const ContentPart &part)
 {
     QVariantMap m;
     const auto put = [&](const char *key, const auto &value) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::optional<QString>>
-                      || std::is_same_v<std::decay_t<decltype(value)>, std::optional<double>>) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(value)>,
+                          std::optional<
+                              QString>> || std::is_same_v<std::decay_t<decltype(value)>, std::optional<double>>) {
             if (value)
                 m.insert(QLatin1String(key), *value);
         } else if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::optional<JSONValue>>) {
@@ -222,7 +222,7 @@ QVariantMap toVariantMap(const ContentPart &part)
             m.insert(QLatin1String(key), value);
         }
     };
-    std::visit(Overloaded{
+    std::visit(Overloaded {
                    [&](const TextPart &t) {
                        put("kind", QStringLiteral("text"));
                        put("text", t.text);
@@ -271,7 +271,7 @@ QVariantMap toVariantMap(const ContentPart &part)
                        put("raw", u.raw);
                    },
                },
-               part);
+        part);
     return m;
 }
 

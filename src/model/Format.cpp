@@ -18,10 +18,14 @@ std::optional<QDateTime> localMoment(const QString &createdAt, const QDateTime &
         return std::nullopt;
     const auto epochMs = static_cast<qint64>(std::floor(*ms));
     switch (now.timeSpec()) {
-    case Qt::TimeZone: return QDateTime::fromMSecsSinceEpoch(epochMs, now.timeZone());
-    case Qt::UTC: return QDateTime::fromMSecsSinceEpoch(epochMs, Qt::UTC);
-    case Qt::OffsetFromUTC: return QDateTime::fromMSecsSinceEpoch(epochMs, Qt::OffsetFromUTC, now.offsetFromUtc());
-    case Qt::LocalTime: break;
+    case Qt::TimeZone:
+        return QDateTime::fromMSecsSinceEpoch(epochMs, now.timeZone());
+    case Qt::UTC:
+        return QDateTime::fromMSecsSinceEpoch(epochMs, Qt::UTC);
+    case Qt::OffsetFromUTC:
+        return QDateTime::fromMSecsSinceEpoch(epochMs, Qt::OffsetFromUTC, now.offsetFromUtc());
+    case Qt::LocalTime:
+        break;
     }
     return QDateTime::fromMSecsSinceEpoch(epochMs, Qt::LocalTime);
 }

@@ -11,11 +11,13 @@ using simdjson::dom::element_type;
 
 namespace {
 
-bool isContainer(element_type type) { return type == element_type::ARRAY || type == element_type::OBJECT; }
+bool isContainer(element_type type)
+{
+    return type == element_type::ARRAY || type == element_type::OBJECT;
+}
 
 // Objects are mostly small: insertion sort, in place and stable.
-template<typename It, typename Less>
-void sortStable(It first, It last, Less less)
+template<typename It, typename Less> void sortStable(It first, It last, Less less)
 {
     if (last - first > 16) {
         std::stable_sort(first, last, less);
@@ -33,7 +35,7 @@ JSONValue JSONTreeReader::read(element e)
 {
     m_notes.clear();
     m_members = m_elements = 0;
-    m_notes.push_back({{}, e, e.type()});
+    m_notes.push_back({ {}, e, e.type() });
     if (isContainer(m_notes[0].type))
         noteChildren(0);
     JSONValue::TreeBuilder tree(m_members, m_elements);
@@ -48,11 +50,11 @@ void JSONTreeReader::noteChildren(size_t container)
     const element e = m_notes[container].value;
     if (m_notes[container].type == element_type::ARRAY) {
         for (const element child : simdjson::dom::array(e.get_array().value_unsafe()))
-            m_notes.push_back({{}, child, child.type()});
+            m_notes.push_back({ {}, child, child.type() });
         m_elements += m_notes.size() - begin;
     } else {
         for (const auto field : simdjson::dom::object(e.get_object().value_unsafe()))
-            m_notes.push_back({field.key, field.value, field.value.type()});
+            m_notes.push_back({ field.key, field.value, field.value.type() });
         m_members += m_notes.size() - begin;
     }
     const size_t end = m_notes.size();
@@ -68,19 +70,28 @@ void JSONTreeReader::fill(JSONValue &slot, const Note &note, JSONValue::TreeBuil
 {
     const element e = note.value;
     switch (note.type) {
-    case element_type::NULL_VALUE: break;
-    case element_type::BOOL: slot = JSONValue::boolean(e.get_bool().value_unsafe()); break;
+    case element_type::NULL_VALUE:
+        break;
+    case element_type::BOOL:
+        slot = JSONValue::boolean(e.get_bool().value_unsafe());
+        break;
     case element_type::INT64:
     case element_type::UINT64:
-    case element_type::DOUBLE: slot = JSONValue::number(e.get_double().value_unsafe()); break;
-    case element_type::STRING: slot = JSONValue::string(m_interner.maybe(e.get_string().value_unsafe())); break;
+    case element_type::DOUBLE:
+        slot = JSONValue::number(e.get_double().value_unsafe());
+        break;
+    case element_type::STRING:
+        slot = JSONValue::string(m_interner.maybe(e.get_string().value_unsafe()));
+        break;
     case element_type::ARRAY: {
         const std::span<JSONValue> items = tree.makeArray(slot, note.count);
         for (uint32_t k = 0; k < note.count; ++k)
             fill(items[k], m_notes[note.children + k], tree);
         break;
     }
-    case element_type::OBJECT: fillObject(slot, note, tree); break;
+    case element_type::OBJECT:
+        fillObject(slot, note, tree);
+        break;
     }
 }
 
@@ -120,8 +131,8 @@ const JSONTreeReader::Shape &JSONTreeReader::shapeOf(std::span<const Note> field
     return shape;
 }
 
-void JSONTreeReader::learn(Shape &shape, uint64_t hash, std::span<const Note> fields,
-                           std::span<const StringInterner::Key> keys)
+void JSONTreeReader::learn(
+    Shape &shape, uint64_t hash, std::span<const Note> fields, std::span<const StringInterner::Key> keys)
 {
     shape.hash = hash;
     shape.keys.clear();

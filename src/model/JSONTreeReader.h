@@ -17,7 +17,10 @@
 class JSONTreeReader
 {
 public:
-    explicit JSONTreeReader(StringInterner &interner) : m_interner(interner) { }
+    explicit JSONTreeReader(StringInterner &interner)
+        : m_interner(interner)
+    {
+    }
 
     JSONValue read(simdjson::dom::element e);
 

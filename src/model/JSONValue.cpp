@@ -22,13 +22,27 @@ void appendEscaped(QString &out, const QString &s)
     out += u'"';
     for (const QChar c : s) {
         switch (c.unicode()) {
-        case u'"': out += QLatin1String("\\\""); break;
-        case u'\\': out += QLatin1String("\\\\"); break;
-        case u'\n': out += QLatin1String("\\n"); break;
-        case u'\r': out += QLatin1String("\\r"); break;
-        case u'\t': out += QLatin1String("\\t"); break;
-        case u'\b': out += QLatin1String("\\b"); break;
-        case u'\f': out += QLatin1String("\\f"); break;
+        case u'"':
+            out += QLatin1String("\\\"");
+            break;
+        case u'\\':
+            out += QLatin1String("\\\\");
+            break;
+        case u'\n':
+            out += QLatin1String("\\n");
+            break;
+        case u'\r':
+            out += QLatin1String("\\r");
+            break;
+        case u'\t':
+            out += QLatin1String("\\t");
+            break;
+        case u'\b':
+            out += QLatin1String("\\b");
+            break;
+        case u'\f':
+            out += QLatin1String("\\f");
+            break;
         default:
             if (c.unicode() < 0x20)
                 out += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
@@ -60,10 +74,18 @@ void write(QString &out, const JSONValue &v, int indent, int depth)
         out += QString(level * indent, u' ');
     };
     switch (v.kind()) {
-    case JSONValue::Kind::null: out += QLatin1String("null"); break;
-    case JSONValue::Kind::boolean: out += v.toBool() ? QLatin1String("true") : QLatin1String("false"); break;
-    case JSONValue::Kind::number: appendNumber(out, v.toNumber()); break;
-    case JSONValue::Kind::string: appendEscaped(out, v.toString()); break;
+    case JSONValue::Kind::null:
+        out += QLatin1String("null");
+        break;
+    case JSONValue::Kind::boolean:
+        out += v.toBool() ? QLatin1String("true") : QLatin1String("false");
+        break;
+    case JSONValue::Kind::number:
+        appendNumber(out, v.toNumber());
+        break;
+    case JSONValue::Kind::string:
+        appendEscaped(out, v.toString());
+        break;
     case JSONValue::Kind::array: {
         const auto &a = v.elements();
         if (a.empty()) {
@@ -124,7 +146,7 @@ struct alignas(alignof(JSONValue::Member)) JSONValue::Tree {
     static Tree *create(size_t members, size_t elements)
     {
         void *raw = ::operator new(sizeof(Tree) + members * sizeof(Member) + elements * sizeof(JSONValue));
-        auto *tree = new (raw) Tree{{1}, static_cast<quint32>(members), static_cast<quint32>(elements)};
+        auto *tree = new (raw) Tree { { 1 }, static_cast<quint32>(members), static_cast<quint32>(elements) };
         std::uninitialized_default_construct_n(tree->memberSlots(), members);
         std::uninitialized_default_construct_n(tree->elementSlots(), elements);
         return tree;
@@ -141,19 +163,29 @@ struct alignas(alignof(JSONValue::Member)) JSONValue::Tree {
     }
 };
 
-JSONValue::JSONValue(const JSONValue &other) : m_kind(other.m_kind), m_size(other.m_size)
+JSONValue::JSONValue(const JSONValue &other)
+    : m_kind(other.m_kind)
+    , m_size(other.m_size)
 {
     switch (m_kind) {
-    case Kind::string: new (&m_string) QString(other.m_string); break;
-    case Kind::number: m_number = other.m_number; break;
-    case Kind::boolean: m_bool = other.m_bool; break;
+    case Kind::string:
+        new (&m_string) QString(other.m_string);
+        break;
+    case Kind::number:
+        m_number = other.m_number;
+        break;
+    case Kind::boolean:
+        m_bool = other.m_bool;
+        break;
     case Kind::object:
     case Kind::array:
         m_container = other.m_container;
         if (m_container.tree)
             m_container.tree->ref();
         break;
-    case Kind::null: m_number = 0.0; break;
+    case Kind::null:
+        m_number = 0.0;
+        break;
     }
 }
 
@@ -180,11 +212,15 @@ JSONValue &JSONValue::operator=(const JSONValue &other)
     return *this;
 }
 
-void JSONValue::releaseTree() noexcept { m_container.tree->deref(); }
+void JSONValue::releaseTree() noexcept
+{
+    m_container.tree->deref();
+}
 
 JSONValue JSONValue::object(Object members)
 {
-    std::stable_sort(members.begin(), members.end(), [](const Member &a, const Member &b) { return a.first < b.first; });
+    std::stable_sort(
+        members.begin(), members.end(), [](const Member &a, const Member &b) { return a.first < b.first; });
     // Of equal keys keep the last one (the sort kept document order among twins).
     size_t unique = 0;
     for (size_t k = 0; k < members.size(); ++k) {
@@ -229,7 +265,7 @@ std::span<JSONValue::Member> JSONValue::TreeBuilder::makeObject(JSONValue &slot,
     Member *items = n ? m_tree->memberSlots() + m_membersUsed : nullptr;
     m_membersUsed += n;
     attach(slot, Kind::object, items, n);
-    return {items, n};
+    return { items, n };
 }
 
 std::span<JSONValue> JSONValue::TreeBuilder::makeArray(JSONValue &slot, size_t n)
@@ -239,7 +275,7 @@ std::span<JSONValue> JSONValue::TreeBuilder::makeArray(JSONValue &slot, size_t n
     JSONValue *items = n ? m_tree->elementSlots() + m_elementsUsed : nullptr;
     m_elementsUsed += n;
     attach(slot, Kind::array, items, n);
-    return {items, n};
+    return { items, n };
 }
 
 void JSONValue::TreeBuilder::attach(JSONValue &slot, Kind kind, const void *items, size_t n)
@@ -248,7 +284,7 @@ void JSONValue::TreeBuilder::attach(JSONValue &slot, Kind kind, const void *item
     slot.m_kind = kind;
     slot.m_size = static_cast<quint32>(n);
     Tree *tree = n ? m_tree : nullptr;
-    slot.m_container = {items, tree};
+    slot.m_container = { items, tree };
     // Containers inside the tree point at their items without counting (counting would keep
     // the tree alive forever); the root outside holds a reference.
     slot.m_inTree = tree && tree->holds(&slot);
@@ -265,21 +301,21 @@ std::span<const JSONValue::Member> JSONValue::members() const
 {
     if (m_kind != Kind::object)
         return {};
-    return {static_cast<const Member *>(m_container.items), m_size};
+    return { static_cast<const Member *>(m_container.items), m_size };
 }
 
 std::span<const JSONValue> JSONValue::elements() const
 {
     if (m_kind != Kind::array)
         return {};
-    return {static_cast<const JSONValue *>(m_container.items), m_size};
+    return { static_cast<const JSONValue *>(m_container.items), m_size };
 }
 
 const JSONValue *JSONValue::find(QStringView key) const
 {
     const auto o = members();
-    const auto it = std::lower_bound(o.begin(), o.end(), key,
-                                     [](const Member &m, QStringView k) { return QStringView(m.first) < k; });
+    const auto it = std::lower_bound(
+        o.begin(), o.end(), key, [](const Member &m, QStringView k) { return QStringView(m.first) < k; });
     if (it == o.end() || QStringView(it->first) != key)
         return nullptr;
     return &it->second;
@@ -294,9 +330,12 @@ const QString *JSONValue::stringAt(QStringView key) const
 QVariant JSONValue::toFoundation() const
 {
     switch (m_kind) {
-    case Kind::string: return toString();
-    case Kind::number: return m_number;
-    case Kind::boolean: return m_bool;
+    case Kind::string:
+        return toString();
+    case Kind::number:
+        return m_number;
+    case Kind::boolean:
+        return m_bool;
     case Kind::object: {
         QVariantMap map;
         for (const auto &[key, value] : members())
@@ -310,7 +349,8 @@ QVariant JSONValue::toFoundation() const
             list.append(e.toFoundation());
         return list;
     }
-    case Kind::null: break;
+    case Kind::null:
+        break;
     }
     return QVariant::fromValue(nullptr);
 }
@@ -319,10 +359,15 @@ QString JSONValue::pretty() const
 {
     QString out;
     switch (m_kind) {
-    case Kind::null: return QStringLiteral("null");
+    case Kind::null:
+        return QStringLiteral("null");
     case Kind::object:
-    case Kind::array: write(out, *this, 4, 0); break;
-    default: write(out, JSONValue::object({{QStringLiteral("value"), *this}}), 4, 0); break;
+    case Kind::array:
+        write(out, *this, 4, 0);
+        break;
+    default:
+        write(out, JSONValue::object({ { QStringLiteral("value"), *this } }), 4, 0);
+        break;
     }
     return out;
 }
@@ -339,10 +384,14 @@ bool operator==(const JSONValue &a, const JSONValue &b)
     if (a.m_kind != b.m_kind)
         return false;
     switch (a.m_kind) {
-    case JSONValue::Kind::null: return true;
-    case JSONValue::Kind::boolean: return a.m_bool == b.m_bool;
-    case JSONValue::Kind::number: return a.m_number == b.m_number;
-    case JSONValue::Kind::string: return a.toString() == b.toString();
+    case JSONValue::Kind::null:
+        return true;
+    case JSONValue::Kind::boolean:
+        return a.m_bool == b.m_bool;
+    case JSONValue::Kind::number:
+        return a.m_number == b.m_number;
+    case JSONValue::Kind::string:
+        return a.toString() == b.toString();
     case JSONValue::Kind::object: {
         const auto x = a.members(), y = b.members();
         return x.data() == y.data() ? x.size() == y.size() : std::equal(x.begin(), x.end(), y.begin(), y.end());

@@ -28,9 +28,14 @@ public:
     using Array = std::vector<JSONValue>;
     class TreeBuilder;
 
-    JSONValue() noexcept : m_number(0.0) { } // null
+    JSONValue() noexcept
+        : m_number(0.0)
+    {
+    } // null
     JSONValue(const JSONValue &other);
-    JSONValue(JSONValue &&other) noexcept : m_kind(other.m_kind), m_size(other.m_size)
+    JSONValue(JSONValue &&other) noexcept
+        : m_kind(other.m_kind)
+        , m_size(other.m_size)
     {
         if (m_kind == Kind::string)
             new (&m_string) QString(std::move(other.m_string));

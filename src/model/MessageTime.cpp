@@ -19,7 +19,7 @@ int64_t daysFromCivil(int64_t y, unsigned m, unsigned d)
 
 unsigned daysInMonth(int64_t y, unsigned m)
 {
-    static const unsigned days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    static const unsigned days[] = { 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31 };
     const bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
     return m == 2 && leap ? 29 : days[m - 1];
 }
@@ -27,7 +27,10 @@ unsigned daysInMonth(int64_t y, unsigned m)
 class Reader
 {
 public:
-    explicit Reader(QStringView s) : m_s(s) { }
+    explicit Reader(QStringView s)
+        : m_s(s)
+    {
+    }
     bool digits(int count, int &out)
     {
         out = 0;

@@ -12,6 +12,9 @@ namespace MessageTime {
 std::optional<double> parse(QStringView createdAt);
 
 // The same, with 0 for an unusable text (such a message sorts as the oldest).
-inline double millis(QStringView createdAt) { return parse(createdAt).value_or(0.0); }
+inline double millis(QStringView createdAt)
+{
+    return parse(createdAt).value_or(0.0);
+}
 
 } // namespace MessageTime

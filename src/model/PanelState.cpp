@@ -18,7 +18,10 @@ namespace {
 using simdjson::dom::element;
 using simdjson::dom::element_type;
 
-QString text(std::string_view sv) { return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size())); }
+QString text(std::string_view sv)
+{
+    return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size()));
+}
 
 bool readString(element e, QString &out)
 {
@@ -54,7 +57,7 @@ bool readOptionalString(element e, std::optional<QString> &out, StringInterner &
 
 // A handle and a fingerprint, both required; contacts also read an optional status.
 bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optional<QString> *status = nullptr,
-                    StringInterner *interner = nullptr)
+    StringInterner *interner = nullptr)
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -84,27 +87,30 @@ struct Context {
         // The texts the app reads by name (content keys, part kinds, directions, states) are
         // static strings, whose copies count no references.
         for (const QString &known :
-             {QStringLiteral("parts"),     QStringLiteral("kind"),        QStringLiteral("text"),
-              QStringLiteral("code"),      QStringLiteral("lang"),        QStringLiteral("path"),
-              QStringLiteral("name"),      QStringLiteral("mime"),        QStringLiteral("bytes"),
-              QStringLiteral("data"),      QStringLiteral("alt"),         QStringLiteral("json"),
-              QStringLiteral("args"),      QStringLiteral("call_id"),     QStringLiteral("ok"),
-              QStringLiteral("result"),    QStringLiteral("error"),       QStringLiteral("title"),
-              QStringLiteral("task"),      QStringLiteral("filename"),    QStringLiteral("file"),
-              QStringLiteral("message"),   QStringLiteral("content"),     QStringLiteral("image"),
-              QStringLiteral("tool_call"), QStringLiteral("tool_result"), QStringLiteral("in"),
-              QStringLiteral("out"),       QStringLiteral("queued"),      QStringLiteral("sent"),
-              QStringLiteral("delivered"), QStringLiteral("read"),        QStringLiteral("failed"),
-              QStringLiteral("connected")})
+            { QStringLiteral("parts"), QStringLiteral("kind"), QStringLiteral("text"), QStringLiteral("code"),
+                QStringLiteral("lang"), QStringLiteral("path"), QStringLiteral("name"), QStringLiteral("mime"),
+                QStringLiteral("bytes"), QStringLiteral("data"), QStringLiteral("alt"), QStringLiteral("json"),
+                QStringLiteral("args"), QStringLiteral("call_id"), QStringLiteral("ok"), QStringLiteral("result"),
+                QStringLiteral("error"), QStringLiteral("title"), QStringLiteral("task"), QStringLiteral("filename"),
+                QStringLiteral("file"), QStringLiteral("message"), QStringLiteral("content"), QStringLiteral("image"),
+                QStringLiteral("tool_call"), QStringLiteral("tool_result"), QStringLiteral("in"), QStringLiteral("out"),
+                QStringLiteral("queued"), QStringLiteral("sent"), QStringLiteral("delivered"), QStringLiteral("read"),
+                QStringLiteral("failed"), QStringLiteral("connected") })
             interner.seed(known);
     }
 
     StringInterner interner;
-    JSONTreeReader reader{interner};
+    JSONTreeReader reader { interner };
 };
 
-bool decodeRecord(element e, SelfInfo &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
-bool decodeRecord(element e, PendingConnect &out, Context &) { return decodeIdentity(e, out.handle, out.fingerprint); }
+bool decodeRecord(element e, SelfInfo &out, Context &)
+{
+    return decodeIdentity(e, out.handle, out.fingerprint);
+}
+bool decodeRecord(element e, PendingConnect &out, Context &)
+{
+    return decodeIdentity(e, out.handle, out.fingerprint);
+}
 bool decodeRecord(element e, Contact &out, Context &context)
 {
     return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &context.interner);
@@ -149,8 +155,7 @@ bool decodeRecord(element e, Message &out, Context &context)
 }
 
 // All or nothing: a missing key, a non-array or one bad element gives an empty list.
-template<typename T>
-QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Context &context)
+template<typename T> QList<T> decodeArray(simdjson::dom::object document, std::string_view key, Context &context)
 {
     simdjson::dom::array a;
     if (document.at_key(key).get_array().get(a) != simdjson::SUCCESS)
@@ -200,7 +205,10 @@ void PanelState::shareUnchanged(const PanelState &previous)
     }
 }
 
-void PanelState::releaseDecodeBuffers() { threadParser() = simdjson::dom::parser{}; }
+void PanelState::releaseDecodeBuffers()
+{
+    threadParser() = simdjson::dom::parser {};
+}
 
 std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error)
 {

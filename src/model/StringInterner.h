@@ -53,7 +53,11 @@ public:
         return key;
     }
 
-    StringInterner() : m_index(size_t(1) << kIndexBits, 0) { m_entries.reserve(256); }
+    StringInterner()
+        : m_index(size_t(1) << kIndexBits, 0)
+    {
+        m_entries.reserve(256);
+    }
 
     QString get(std::string_view text) { return get(text, keyOf(text)); }
     // The same with the text's key already at hand.
@@ -98,7 +102,8 @@ public:
     // Short texts shared, longer ones (mostly unique) converted.
     QString maybe(std::string_view text)
     {
-        return text.size() <= kCovered ? get(text) : QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+        return text.size() <= kCovered ? get(text)
+                                       : QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
     }
 
 private:
@@ -113,7 +118,7 @@ private:
     // text: the bytes, needed only where the key does not cover them.
     QString add(size_t slot, const Key &key, std::string_view text, const QString &value)
     {
-        m_entries.push_back({key, text, value});
+        m_entries.push_back({ key, text, value });
         m_index[slot] = static_cast<uint32_t>(m_entries.size());
         if (m_entries.size() * 2 > m_index.size())
             grow();

@@ -20,8 +20,14 @@ constexpr const char *kService = "com.quillmote.Notifier";
 constexpr int kNoTimeout = std::numeric_limits<int>::max();
 constexpr int kCompletionTimeoutMs = 3000;
 
-void out(const QString &text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stdout); }
-void err(const QString &text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
+void out(const QString &text)
+{
+    std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stdout);
+}
+void err(const QString &text)
+{
+    std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr);
+}
 
 QString placeholder(const IntentParameter &p)
 {
@@ -33,7 +39,7 @@ QString placeholder(const IntentParameter &p)
 
 QString usageLine(const IntentDefinition &d)
 {
-    QStringList words{d.commandName()};
+    QStringList words { d.commandName() };
     for (const IntentParameter &p : d.parameters)
         words << placeholder(p);
     return words.join(QLatin1Char(' '));
@@ -41,22 +47,24 @@ QString usageLine(const IntentDefinition &d)
 
 void printHelp()
 {
-    out(QStringLiteral("Usage: quillmote-notifier action NAME [ARGS…]\n"
-                       "Runs one action in the running Quillmote Notifier (started if needed) and prints its answer.\n"
-                       "Exit status: 0 done, 1 failed (the reason on stderr), 2 cancelled, 64 wrong usage.\n\nActions:"));
+    out(QStringLiteral(
+        "Usage: quillmote-notifier action NAME [ARGS…]\n"
+        "Runs one action in the running Quillmote Notifier (started if needed) and prints its answer.\n"
+        "Exit status: 0 done, 1 failed (the reason on stderr), 2 cancelled, 64 wrong usage.\n\nActions:"));
     for (const IntentDefinition &d : IntentCatalogue::all()) {
         QStringList params;
         for (const IntentParameter &p : d.parameters)
             params << p.name + QStringLiteral("：") + p.title;
         out(QStringLiteral("  ") + usageLine(d));
-        out(QStringLiteral("      ") + d.title + (params.isEmpty() ? QString() : QStringLiteral(" — ") + params.join(QStringLiteral("；"))));
+        out(QStringLiteral("      ") + d.title
+            + (params.isEmpty() ? QString() : QStringLiteral(" — ") + params.join(QStringLiteral("；"))));
     }
 }
 
 QDBusMessage callApp(const QString &method, const QList<QVariant> &args, int timeoutMs)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(kService), QString::fromLatin1(ActionsBus::objectPath),
-                                                       QString::fromLatin1(ActionsBus::interfaceName), method);
+    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(kService),
+        QString::fromLatin1(ActionsBus::objectPath), QString::fromLatin1(ActionsBus::interfaceName), method);
     call.setArguments(args);
     return QDBusConnection::sessionBus().call(call, QDBus::Block, timeoutMs);
 }
@@ -66,7 +74,8 @@ QString completionSource(const IntentDefinition &d, const IntentParameter &p)
 {
     switch (p.kind) {
     case IntentParameter::Kind::toggle:
-    case IntentParameter::Kind::flag: return QStringLiteral("on off");
+    case IntentParameter::Kind::flag:
+        return QStringLiteral("on off");
     case IntentParameter::Kind::handle:
         if (d.name == QLatin1String("ApproveIntent") || d.name == QLatin1String("ConnectIntent"))
             return QStringLiteral("ListFriendRequests");
@@ -77,7 +86,8 @@ QString completionSource(const IntentDefinition &d, const IntentParameter &p)
         if (d.name == QLatin1String("ForwardIntent") && p.name == QLatin1String("message"))
             return QStringLiteral("ListInboxMessages");
         return {};
-    case IntentParameter::Kind::days: return {};
+    case IntentParameter::Kind::days:
+        return {};
     }
     return {};
 }
@@ -99,7 +109,7 @@ int complete(const QStringList &args)
                 out(v);
         return ActionCommand::ok;
     }
-    const QDBusMessage reply = callApp(source, {word}, kCompletionTimeoutMs);
+    const QDBusMessage reply = callApp(source, { word }, kCompletionTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage)
         return ActionCommand::failed;
     const QList<ActionsBusEntity> found = qdbus_cast<QList<ActionsBusEntity>>(reply.arguments().value(0));
@@ -121,14 +131,17 @@ std::optional<QVariant> convert(const IntentParameter &p, const QString &word, Q
     case IntentParameter::Kind::toggle:
     case IntentParameter::Kind::flag: {
         const QString w = word.toLower();
-        if (w == QLatin1String("on") || w == QLatin1String("true") || w == QLatin1String("1") || w == QLatin1String("yes"))
+        if (w == QLatin1String("on") || w == QLatin1String("true") || w == QLatin1String("1")
+            || w == QLatin1String("yes"))
             return QVariant(true);
-        if (w == QLatin1String("off") || w == QLatin1String("false") || w == QLatin1String("0") || w == QLatin1String("no"))
+        if (w == QLatin1String("off") || w == QLatin1String("false") || w == QLatin1String("0")
+            || w == QLatin1String("no"))
             return QVariant(false);
         *problem = QStringLiteral("参数「%1」应为 on 或 off。").arg(p.title);
         return std::nullopt;
     }
-    default: return QVariant(word);
+    default:
+        return QVariant(word);
     }
 }
 
@@ -146,7 +159,9 @@ int perform(const IntentDefinition &d, const QStringList &words)
                 err(QStringLiteral("缺少参数「%1」。\nUsage: quillmote-notifier action ").arg(p.title) + usageLine(d));
                 return ActionCommand::usage;
             }
-            args << (p.kind == IntentParameter::Kind::days ? QVariant(0) : p.kind == IntentParameter::Kind::flag ? QVariant(false) : QVariant(QString()));
+            args << (p.kind == IntentParameter::Kind::days  ? QVariant(0)
+                    : p.kind == IntentParameter::Kind::flag ? QVariant(false)
+                                                            : QVariant(QString()));
             continue;
         }
         QString problem;
@@ -171,7 +186,8 @@ int perform(const IntentDefinition &d, const QStringList &words)
         err(reply.errorMessage());
         return ActionCommand::failed;
     }
-    err(QStringLiteral("quillmote-notifier: cannot reach the app (%1: %2)").arg(reply.errorName(), reply.errorMessage()));
+    err(QStringLiteral("quillmote-notifier: cannot reach the app (%1: %2)")
+            .arg(reply.errorName(), reply.errorMessage()));
     return ActionCommand::failed;
 }
 
@@ -182,7 +198,7 @@ int runActionCommand(const QStringList &args)
     std::unique_ptr<QCoreApplication> app;
     static int argc = 1;
     static char name[] = "quillmote-notifier";
-    static char *argv[] = {name, nullptr};
+    static char *argv[] = { name, nullptr };
     if (!QCoreApplication::instance())
         app = std::make_unique<QCoreApplication>(argc, argv);
     qDBusRegisterMetaType<ActionsBusEntity>();
@@ -194,7 +210,8 @@ int runActionCommand(const QStringList &args)
         return ActionCommand::ok;
     }
     if (first.isEmpty()) {
-        err(QStringLiteral("Usage: quillmote-notifier action NAME [ARGS…]   (quillmote-notifier action --help lists them)"));
+        err(QStringLiteral(
+            "Usage: quillmote-notifier action NAME [ARGS…]   (quillmote-notifier action --help lists them)"));
         return ActionCommand::usage;
     }
     if (first == QLatin1String("--names")) {
@@ -207,7 +224,8 @@ int runActionCommand(const QStringList &args)
 
     const IntentDefinition *d = IntentCatalogue::find(first);
     if (!d) {
-        err(QStringLiteral("quillmote-notifier: no action named %1 (quillmote-notifier action --help lists them)").arg(first));
+        err(QStringLiteral("quillmote-notifier: no action named %1 (quillmote-notifier action --help lists them)")
+                .arg(first));
         return ActionCommand::usage;
     }
     return perform(*d, args.mid(1));

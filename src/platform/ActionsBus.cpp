@@ -30,9 +30,9 @@ struct QueryMethod {
     EntityQueries::Kind kind;
 };
 constexpr QueryMethod kQueries[] = {
-    {"ListFriends", EntityQueries::Kind::friends},
-    {"ListFriendRequests", EntityQueries::Kind::friendRequests},
-    {"ListInboxMessages", EntityQueries::Kind::inboxMessages},
+    { "ListFriends", EntityQueries::Kind::friends },
+    { "ListFriendRequests", EntityQueries::Kind::friendRequests },
+    { "ListInboxMessages", EntityQueries::Kind::inboxMessages },
 };
 
 } // namespace
@@ -54,10 +54,13 @@ bool ActionsBus::registerOn(QDBusConnection bus)
 QString ActionsBus::dbusType(const IntentParameter &p)
 {
     switch (p.kind) {
-    case IntentParameter::Kind::days: return QStringLiteral("i");
+    case IntentParameter::Kind::days:
+        return QStringLiteral("i");
     case IntentParameter::Kind::toggle:
-    case IntentParameter::Kind::flag: return QStringLiteral("b");
-    default: return QStringLiteral("s");
+    case IntentParameter::Kind::flag:
+        return QStringLiteral("b");
+    default:
+        return QStringLiteral("s");
     }
 }
 
@@ -113,12 +116,13 @@ void ActionsBus::dispatch(const QDBusMessage &message, QDBusConnection connectio
             connection.send(message.createErrorReply(QDBusError::InvalidArgs, QStringLiteral("expected (s search)")));
             return;
         }
-        m_queries.matching(q.kind, message.arguments().value(0).toString(), [message, connection](const QList<IntentEntity> &found) {
-            QList<ActionsBusEntity> out;
-            for (const IntentEntity &e : found)
-                out.append({e.id, e.display});
-            QDBusConnection(connection).send(message.createReply(QVariant::fromValue(out)));
-        });
+        m_queries.matching(
+            q.kind, message.arguments().value(0).toString(), [message, connection](const QList<IntentEntity> &found) {
+                QList<ActionsBusEntity> out;
+                for (const IntentEntity &e : found)
+                    out.append({ e.id, e.display });
+                QDBusConnection(connection).send(message.createReply(QVariant::fromValue(out)));
+            });
         return;
     }
 
@@ -128,12 +132,13 @@ void ActionsBus::dispatch(const QDBusMessage &message, QDBusConnection connectio
             intent = &d;
     }
     if (!intent) {
-        connection.send(message.createErrorReply(QDBusError::UnknownMethod, QStringLiteral("no method %1").arg(member)));
+        connection.send(
+            message.createErrorReply(QDBusError::UnknownMethod, QStringLiteral("no method %1").arg(member)));
         return;
     }
     if (message.signature() != signatureOf(*intent)) {
-        connection.send(message.createErrorReply(QDBusError::InvalidArgs,
-                                                 QStringLiteral("%1 takes (%2)").arg(member, signatureOf(*intent))));
+        connection.send(message.createErrorReply(
+            QDBusError::InvalidArgs, QStringLiteral("%1 takes (%2)").arg(member, signatureOf(*intent))));
         return;
     }
 
@@ -159,7 +164,8 @@ void ActionsBus::dispatch(const QDBusMessage &message, QDBusConnection connectio
             bus.send(message.createErrorReply(QString::fromLatin1(cancelledError), QStringLiteral("已取消。")));
             return;
         case IntentResult::Status::failed:
-            bus.send(message.createErrorReply(QString::fromLatin1(unrecoverableError), result.error.errorDescription()));
+            bus.send(
+                message.createErrorReply(QString::fromLatin1(unrecoverableError), result.error.errorDescription()));
             return;
         }
     });

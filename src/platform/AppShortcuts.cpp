@@ -21,10 +21,17 @@ bool AppShortcuts::eventFilter(QObject *watched, QEvent *event)
         return false;
     const std::function<void()> *action = nullptr;
     switch (key->key()) {
-    case Qt::Key_0: action = &onOpenApp; break;
-    case Qt::Key_Comma: action = &onOpenPreferences; break;
-    case Qt::Key_Q: action = &onQuit; break;
-    default: return false;
+    case Qt::Key_0:
+        action = &onOpenApp;
+        break;
+    case Qt::Key_Comma:
+        action = &onOpenPreferences;
+        break;
+    case Qt::Key_Q:
+        action = &onQuit;
+        break;
+    default:
+        return false;
     }
     if (*action)
         (*action)();

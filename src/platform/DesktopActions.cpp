@@ -20,10 +20,12 @@ void DesktopActions::start(QDBusConnection bus)
         return;
     }
     if (!m_bus.registerOn(bus))
-        Log::error(Log::Category::intents, QStringLiteral("actions: cannot export %1 — %2")
-                                               .arg(QLatin1String(ActionsBus::objectPath), bus.lastError().message()));
+        Log::error(Log::Category::intents,
+            QStringLiteral("actions: cannot export %1 — %2")
+                .arg(QLatin1String(ActionsBus::objectPath), bus.lastError().message()));
     if (!m_krunner.registerOn(bus))
-        Log::error(Log::Category::intents, QStringLiteral("actions: cannot export %1 — %2")
-                                               .arg(QLatin1String(KRunnerBridge::objectPath), bus.lastError().message()));
+        Log::error(Log::Category::intents,
+            QStringLiteral("actions: cannot export %1 — %2")
+                .arg(QLatin1String(KRunnerBridge::objectPath), bus.lastError().message()));
     m_dnd.start();
 }

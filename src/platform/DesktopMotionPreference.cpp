@@ -32,8 +32,9 @@ DesktopMotionPreference::DesktopMotionPreference(QObject *parent)
     if (!bus.isConnected())
         return;
     bus.connect(kPortalService, kPortalPath, kSettingsInterface, QStringLiteral("SettingChanged"), this,
-                SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
-    QDBusMessage call = QDBusMessage::createMethodCall(kPortalService, kPortalPath, kSettingsInterface, QStringLiteral("Read"));
+        SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(kPortalService, kPortalPath, kSettingsInterface, QStringLiteral("Read"));
     call << kGnomeInterface << kAnimationsKey;
     call.setAutoStartService(false);
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 2000), this);
@@ -57,7 +58,8 @@ void DesktopMotionPreference::portalSettingChanged(const QString &ns, const QStr
 
 bool DesktopMotionPreference::kdeAnimationsOff()
 {
-    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/kdeglobals");
+    const QString path
+        = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/kdeglobals");
     if (!QFile::exists(path))
         return false;
     QSettings kde(path, QSettings::IniFormat);

@@ -44,9 +44,9 @@ void DoNotDisturbWatcher::start()
         return;
     }
     m_bus.connect(QString(), kNotificationsPath, kProperties, QStringLiteral("PropertiesChanged"), this,
-                  SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
+        SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
     m_bus.connect(QString(), kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,
-                  SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+        SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     readAll();
 }
 
@@ -68,7 +68,8 @@ void DoNotDisturbWatcher::readAll()
 
 void DoNotDisturbWatcher::readProperty(const QString &interface, const QString &property, bool *into)
 {
-    QDBusMessage get = QDBusMessage::createMethodCall(kNotifications, kNotificationsPath, kProperties, QStringLiteral("Get"));
+    QDBusMessage get
+        = QDBusMessage::createMethodCall(kNotifications, kNotificationsPath, kProperties, QStringLiteral("Get"));
     get << interface << property;
     auto *w = new QDBusPendingCallWatcher(m_bus.asyncCall(get), this);
     connect(w, &QDBusPendingCallWatcher::finished, this, [this, into, interface](QDBusPendingCallWatcher *call) {
@@ -103,7 +104,8 @@ void DoNotDisturbWatcher::set(bool *field, bool value)
     const bool after = isActive();
     if (before == after)
         return;
-    Log::info(Log::Category::intents, QStringLiteral("do-not-disturb: %1").arg(after ? QStringLiteral("on") : QStringLiteral("off")));
+    Log::info(Log::Category::intents,
+        QStringLiteral("do-not-disturb: %1").arg(after ? QStringLiteral("on") : QStringLiteral("off")));
     QuillmoteFocusFilter::perform(breakthroughChoice ? breakthroughChoice() : false);
     Q_EMIT changed(after);
 }

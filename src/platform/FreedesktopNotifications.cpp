@@ -74,8 +74,7 @@ FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection &bus, Q
     const QString iface = QString::fromLatin1(interface);
     // The signals are broadcast to every client; the controller keeps only its own ids.
     m_bus.connect(svc, p, iface, QStringLiteral("ActionInvoked"), this, SLOT(actionInvoked(uint, QString)));
-    m_bus.connect(svc, p, iface, QStringLiteral("NotificationReplied"), this,
-                  SLOT(notificationReplied(uint, QString)));
+    m_bus.connect(svc, p, iface, QStringLiteral("NotificationReplied"), this, SLOT(notificationReplied(uint, QString)));
     m_bus.connect(svc, p, iface, QStringLiteral("NotificationClosed"), this, SLOT(notificationClosed(uint, uint)));
     m_watcher = new QDBusServiceWatcher(svc, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &FreedesktopNotifications::ownerChanged);
@@ -96,8 +95,8 @@ void FreedesktopNotifications::probe(std::function<void(const ServerInfo &)> don
         return;
     }
     auto call = [this](const QString &method) {
-        return m_bus.asyncCall(QDBusMessage::createMethodCall(QString::fromLatin1(service), QString::fromLatin1(path),
-                                                              QString::fromLatin1(interface), method));
+        return m_bus.asyncCall(QDBusMessage::createMethodCall(
+            QString::fromLatin1(service), QString::fromLatin1(path), QString::fromLatin1(interface), method));
     };
     auto *infoWatch = new QDBusPendingCallWatcher(call(QStringLiteral("GetServerInformation")), this);
     connect(infoWatch, &QDBusPendingCallWatcher::finished, this, [this, call, done](QDBusPendingCallWatcher *w) {
@@ -131,7 +130,9 @@ void FreedesktopNotifications::probe(std::function<void(const ServerInfo &)> don
 QVariantMap FreedesktopNotifications::hints(const Banner &banner)
 {
     QVariantMap h;
-    const uchar urgency = banner.urgency == Banner::Urgency::low ? 0 : banner.urgency == Banner::Urgency::normal ? 1 : 2;
+    const uchar urgency = banner.urgency == Banner::Urgency::low ? 0
+        : banner.urgency == Banner::Urgency::normal              ? 1
+                                                                 : 2;
     h.insert(QStringLiteral("urgency"), QVariant::fromValue(urgency));
     if (!banner.category.isEmpty())
         h.insert(QStringLiteral("category"), banner.category);
@@ -157,7 +158,7 @@ void FreedesktopNotifications::post(const Banner &banner, std::function<void(qui
     for (const auto &[key, label] : banner.actions)
         actions << key << label;
     QDBusMessage msg = QDBusMessage::createMethodCall(QString::fromLatin1(service), QString::fromLatin1(path),
-                                                      QString::fromLatin1(interface), QStringLiteral("Notify"));
+        QString::fromLatin1(interface), QStringLiteral("Notify"));
     msg << QString::fromLatin1(appName) << uint(banner.replacesId) << QString() << banner.summary << banner.body
         << actions << hints(banner) << int(-1);
     auto *watch = new QDBusPendingCallWatcher(m_bus.asyncCall(msg), this);

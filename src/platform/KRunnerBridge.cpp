@@ -100,13 +100,20 @@ QList<KRunnerMatch> KRunnerBridge::matches(const QString &query, const QString &
             break; // one match per shortcut
         }
     }
-    std::stable_sort(out.begin(), out.end(), [](const KRunnerMatch &a, const KRunnerMatch &b) { return a.relevance > b.relevance; });
+    std::stable_sort(
+        out.begin(), out.end(), [](const KRunnerMatch &a, const KRunnerMatch &b) { return a.relevance > b.relevance; });
     return out;
 }
 
-QList<KRunnerMatch> KRunnerBridge::Match(const QString &query) { return matches(query); }
+QList<KRunnerMatch> KRunnerBridge::Match(const QString &query)
+{
+    return matches(query);
+}
 
-QList<KRunnerAction> KRunnerBridge::Actions() { return {}; }
+QList<KRunnerAction> KRunnerBridge::Actions()
+{
+    return {};
+}
 
 void KRunnerBridge::Run(const QString &matchId, const QString &)
 {
@@ -133,6 +140,8 @@ void KRunnerBridge::Run(const QString &matchId, const QString &)
         if (onResult)
             onResult(title, text, failed);
         else
-            Log::emit(Log::Category::intents, QStringLiteral("krunner: %1 %2").arg(title, failed ? QStringLiteral("failed") : QStringLiteral("done")));
+            Log::emit(Log::Category::intents,
+                QStringLiteral("krunner: %1 %2")
+                    .arg(title, failed ? QStringLiteral("failed") : QStringLiteral("done")));
     });
 }

@@ -18,12 +18,13 @@ NotchOverlayWindow::NotchOverlayWindow(NotchViewModel &model, QObject *parent)
 {
     const QString platform = QGuiApplication::platformName();
     m_x11 = platform == QLatin1String("xcb");
-    Qt::WindowFlags flags = Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::Tool | Qt::WindowDoesNotAcceptFocus;
+    Qt::WindowFlags flags
+        = Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::Tool | Qt::WindowDoesNotAcceptFocus;
     if (m_x11)
         flags |= Qt::X11BypassWindowManagerHint;
     else if (platform.startsWith(QLatin1String("wayland")))
         Log::info(Log::Category::notch,
-                  QStringLiteral("notch: Wayland session, the compositor places the overlay (no layer-shell)"));
+            QStringLiteral("notch: Wayland session, the compositor places the overlay (no layer-shell)"));
     m_view->setFlags(flags);
     m_view->setTitle(QStringLiteral("Quillmote"));
     m_view->setColor(Qt::transparent);
@@ -33,13 +34,14 @@ NotchOverlayWindow::NotchOverlayWindow(NotchViewModel &model, QObject *parent)
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
 
     QmlViews::ensureImported(*m_view->engine());
-    m_view->setInitialProperties({{QStringLiteral("notch"), QVariant::fromValue(&m_model)}});
+    m_view->setInitialProperties({ { QStringLiteral("notch"), QVariant::fromValue(&m_model) } });
     m_view->setSource(QUrl(QString::fromLatin1(QmlViews::baseUrl()) + QStringLiteral("NotchOverlayView.qml")));
     if (m_view->status() != QQuickView::Ready) {
         QStringList errors;
         for (const auto &e : m_view->errors())
             errors.append(e.toString());
-        Log::error(Log::Category::notch, QStringLiteral("notch: overlay view failed to load: ") + errors.join(QStringLiteral("; ")));
+        Log::error(Log::Category::notch,
+            QStringLiteral("notch: overlay view failed to load: ") + errors.join(QStringLiteral("; ")));
     }
     connect(&m_model, &NotchViewModel::stateChanged, this, &NotchOverlayWindow::updateMask);
 }
@@ -57,8 +59,8 @@ void NotchOverlayWindow::updateMask()
     if (!m_x11)
         return;
     const QSize size = m_view->size();
-    const QPainterPath path =
-        NotchGeometry::shapePath(QRectF(QPointF(0, 0), size), m_model.topRadius(), m_model.bottomRadius());
+    const QPainterPath path
+        = NotchGeometry::shapePath(QRectF(QPointF(0, 0), size), m_model.topRadius(), m_model.bottomRadius());
     m_view->setMask(QRegion(path.toFillPolygon().toPolygon()));
 }
 
@@ -87,4 +89,7 @@ void NotchOverlayWindow::setKeyboardFocus(bool wanted)
         m_view->requestActivate();
 }
 
-bool NotchOverlayWindow::isVisible() const { return m_view->isVisible(); }
+bool NotchOverlayWindow::isVisible() const
+{
+    return m_view->isVisible();
+}

@@ -50,7 +50,8 @@ void PolkitAuthGate::authenticate(const QString &reason, std::function<void(cons
 {
     QDBusConnection connection = bus();
     if (!connection.isConnected()) {
-        const QString why = connection.lastError().isValid() ? connection.lastError().message() : QStringLiteral("no bus");
+        const QString why
+            = connection.lastError().isValid() ? connection.lastError().message() : QStringLiteral("no bus");
         done(Answer::failed(QStringLiteral("polkit unavailable: ") + why));
         return;
     }
@@ -62,11 +63,11 @@ void PolkitAuthGate::authenticate(const QString &reason, std::function<void(cons
     subject.details.insert(QStringLiteral("uid"), QVariant::fromValue(qint32(::getuid())));
 
     // Agents show the details under the prompt: the action the user is about to allow.
-    QMap<QString, QString> details{{QStringLiteral("quillmote.action"), reason}};
+    QMap<QString, QString> details { { QStringLiteral("quillmote.action"), reason } };
 
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.PolicyKit1"), QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-        QStringLiteral("org.freedesktop.PolicyKit1.Authority"), QStringLiteral("CheckAuthorization"));
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
+        QStringLiteral("/org/freedesktop/PolicyKit1/Authority"), QStringLiteral("org.freedesktop.PolicyKit1.Authority"),
+        QStringLiteral("CheckAuthorization"));
     call << QVariant::fromValue(subject) << QString::fromLatin1(actionId) << QVariant::fromValue(details)
          << kAllowUserInteraction << QString();
 

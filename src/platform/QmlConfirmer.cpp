@@ -34,11 +34,13 @@ void QmlConfirmer::ask(const QString &text, const QString &confirmLabel, std::fu
         m_engine = std::make_unique<QQmlEngine>();
     QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/quillmote/platform/qml/ConfirmationDialog.qml")));
     auto *request = new ConfirmationRequest(text, confirmLabel, this);
-    QObject *created = component.createWithInitialProperties({{QStringLiteral("request"), QVariant::fromValue<QObject *>(request)}});
+    QObject *created = component.createWithInitialProperties(
+        { { QStringLiteral("request"), QVariant::fromValue<QObject *>(request) } });
     auto *window = qobject_cast<QQuickWindow *>(created);
     if (!window) {
         // Without a dialog nobody can say yes: the action is declined, not run unasked.
-        Log::error(Log::Category::intents, QStringLiteral("confirmation dialog failed: %1").arg(component.errorString().trimmed()));
+        Log::error(Log::Category::intents,
+            QStringLiteral("confirmation dialog failed: %1").arg(component.errorString().trimmed()));
         delete created;
         request->deleteLater();
         done(false);

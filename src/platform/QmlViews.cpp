@@ -13,6 +13,9 @@ void ensureImported(QQmlEngine &engine)
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
 }
 
-const char *baseUrl() { return "qrc:/qt/qml/Quillmote/Ui/"; }
+const char *baseUrl()
+{
+    return "qrc:/qt/qml/Quillmote/Ui/";
+}
 
 } // namespace QmlViews

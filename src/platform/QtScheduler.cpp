@@ -15,7 +15,10 @@ QtScheduler::~QtScheduler()
     qDeleteAll(m_timers);
 }
 
-double QtScheduler::now() const { return double(m_clock.nsecsElapsed()) / 1e9; }
+double QtScheduler::now() const
+{
+    return double(m_clock.nsecsElapsed()) / 1e9;
+}
 
 Scheduler::TaskId QtScheduler::schedule(double seconds, std::function<void()> task)
 {

@@ -7,7 +7,7 @@ QList<NotchScreen> QtScreenSource::screens() const
 {
     QList<NotchScreen> out;
     for (QScreen *s : QGuiApplication::screens())
-        out.append({s->name(), s->geometry(), s->availableGeometry(), 0, {}, {}});
+        out.append({ s->name(), s->geometry(), s->availableGeometry(), 0, {}, {} });
     return out;
 }
 

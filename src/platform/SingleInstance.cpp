@@ -15,8 +15,7 @@ SingleInstance::Role SingleInstance::claim()
     if (!bus.isConnected() || !bus.interface())
         return Role::noBus;
     const auto reply = bus.interface()->registerService(QString::fromLatin1(serviceName),
-                                                        QDBusConnectionInterface::DontQueueService,
-                                                        QDBusConnectionInterface::DontAllowReplacement);
+        QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered)
         return Role::secondary;
     bus.registerObject(QString::fromLatin1(objectPath), this, QDBusConnection::ExportScriptableSlots);
@@ -25,9 +24,9 @@ SingleInstance::Role SingleInstance::claim()
 
 bool SingleInstance::handOff(const QString &url, QString *error)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(serviceName), QString::fromLatin1(objectPath),
-                                                       QStringLiteral("com.quillmote.Notifier"),
-                                                       url.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("OpenURL"));
+    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(serviceName),
+        QString::fromLatin1(objectPath), QStringLiteral("com.quillmote.Notifier"),
+        url.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("OpenURL"));
     if (!url.isEmpty())
         call << url;
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 5000);

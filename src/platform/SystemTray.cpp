@@ -59,8 +59,8 @@ SystemTray::SystemTray(QObject *parent)
     if (!m_available) {
         // Qt adds the icon by itself if a host shows up later.
         Log::emit(Log::Category::menubar,
-                  QStringLiteral("menubar: no system tray host on platform %1 — tray icon disabled until one appears")
-                      .arg(QGuiApplication::platformName()));
+            QStringLiteral("menubar: no system tray host on platform %1 — tray icon disabled until one appears")
+                .arg(QGuiApplication::platformName()));
     }
     m_icon = new QSystemTrayIcon(this);
     m_icon->setToolTip(QStringLiteral("Quillmote"));
@@ -86,7 +86,10 @@ SystemTray::~SystemTray()
     delete m_icon.data();
 }
 
-bool SystemTray::isAvailable() const { return m_available; }
+bool SystemTray::isAvailable() const
+{
+    return m_available;
+}
 
 QImage SystemTray::drawIcon(const TrayIconState &state, int size)
 {
@@ -117,8 +120,8 @@ void SystemTray::setIcon(const TrayIconState &state)
     m_state = state;
     if (m_icon && m_shown) {
         m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon(state))));
-        m_icon->setToolTip(state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(state.badge)
-                                           : QStringLiteral("Quillmote"));
+        m_icon->setToolTip(
+            state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(state.badge) : QStringLiteral("Quillmote"));
     }
     // Hosts that read the exported menu without opening it must see current rows.
     if (!m_menu->isVisible())
@@ -131,7 +134,10 @@ void SystemTray::setMenuSource(std::function<QList<MenuEntry>()> source)
     scheduleRebuild();
 }
 
-void SystemTray::refreshMenu() { scheduleRebuild(); }
+void SystemTray::refreshMenu()
+{
+    scheduleRebuild();
+}
 
 void SystemTray::scheduleRebuild()
 {

@@ -10,7 +10,7 @@
 namespace UnixSignals {
 namespace {
 
-int g_pipe[2] = {-1, -1};
+int g_pipe[2] = { -1, -1 };
 
 void onSignal(int signo)
 {
@@ -28,11 +28,11 @@ void quitOnTermination()
     auto *notifier = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] {
         char buf[16];
-        while (::read(g_pipe[0], buf, sizeof(buf)) > 0) {
-        }
+        while (::read(g_pipe[0], buf, sizeof(buf)) > 0) { }
         QCoreApplication::quit();
     });
-    struct sigaction sa {};
+    struct sigaction sa {
+    };
     sa.sa_handler = onSignal;
     sigemptyset(&sa.sa_mask);
     sa.sa_flags = SA_RESTART;

@@ -16,7 +16,10 @@ QString entryPath()
     return base + QStringLiteral("/autostart/quillmote-notifier.desktop");
 }
 
-QString templateText() { return QString::fromUtf8(kAutostartTemplate); }
+QString templateText()
+{
+    return QString::fromUtf8(kAutostartTemplate);
+}
 
 Status status(QString *why)
 {

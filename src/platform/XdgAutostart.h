@@ -6,8 +6,8 @@
 namespace XdgAutostart {
 
 enum class Status {
-    notRegistered,  // no entry: ours to write
-    enabled,        // an entry that starts us at login
+    notRegistered, // no entry: ours to write
+    enabled, // an entry that starts us at login
     turnedOffByUser // Hidden=true or X-GNOME-Autostart-enabled=false: the user's choice, left alone
 };
 

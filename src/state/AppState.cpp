@@ -139,16 +139,17 @@ std::shared_ptr<const AppState::Derived> AppState::derive(const PanelState &stat
     for (qsizetype i = 0; i < messages.size(); ++i) {
         const Message &m = messages[i];
         std::shared_ptr<const MessageInfo> info;
-        if (const auto old = previous.infoById.constFind(m.id); old != previous.infoById.constEnd() && (*old)->message == m)
+        if (const auto old = previous.infoById.constFind(m.id);
+            old != previous.infoById.constEnd() && (*old)->message == m)
             info = *old;
         else
             info = std::make_shared<const MessageInfo>(
-                MessageInfo{m, MessageTime::parse(m.createdAt), ContentNormalizer::searchText(m.content)});
+                MessageInfo { m, MessageTime::parse(m.createdAt), ContentNormalizer::searchText(m.content) });
         infos.insert(m.id, info);
 
         auto peer = peers.find(m.peer);
         if (peer == peers.end()) {
-            peer = peers.insert(m.peer, PeerInfo{});
+            peer = peers.insert(m.peer, PeerInfo {});
             peerOrder.append(m.peer);
         }
         peer->messages.append(i);
@@ -171,10 +172,9 @@ std::shared_ptr<const AppState::Derived> AppState::derive(const PanelState &stat
         PeerInfo &peer = peers[handle];
         const Message &last = messages[peer.last];
         const auto contactIndex = next->contactByHandle.constFind(handle);
-        sessions.append(Session{handle, last, peer.lastTime,
-                                contactIndex == next->contactByHandle.constEnd()
-                                    ? std::nullopt
-                                    : std::optional<Contact>(contacts[*contactIndex])});
+        sessions.append(Session { handle, last, peer.lastTime,
+            contactIndex == next->contactByHandle.constEnd() ? std::nullopt
+                                                             : std::optional<Contact>(contacts[*contactIndex]) });
 
         // A peer whose messages are all the same as before keeps its texts.
         const auto old = previous.peers.constFind(handle);
@@ -200,9 +200,8 @@ std::shared_ptr<const AppState::Derived> AppState::derive(const PanelState &stat
         QList<std::pair<double, qsizetype>> order;
         order.reserve(peer.messages.size());
         for (qsizetype k = 0; k < peer.messages.size(); ++k)
-            order.append({peer.infos[k]->time.value_or(0), peer.messages[k]});
-        std::stable_sort(order.begin(), order.end(),
-                         [](const auto &a, const auto &b) { return a.first < b.first; });
+            order.append({ peer.infos[k]->time.value_or(0), peer.messages[k] });
+        std::stable_sort(order.begin(), order.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
         for (qsizetype k = 0; k < order.size(); ++k)
             peer.messages[k] = order[k].second;
     }
@@ -213,10 +212,10 @@ std::shared_ptr<const AppState::Derived> AppState::derive(const PanelState &stat
         PeerInfo peer;
         peer.peerLower = c.handle.toLower();
         peers.insert(c.handle, std::move(peer));
-        sessions.append(Session{c.handle, std::nullopt, 0, c});
+        sessions.append(Session { c.handle, std::nullopt, 0, c });
     }
     std::stable_sort(sessions.begin(), sessions.end(),
-                     [](const Session &a, const Session &b) { return a.lastTimeMillis > b.lastTimeMillis; });
+        [](const Session &a, const Session &b) { return a.lastTimeMillis > b.lastTimeMillis; });
 
     next->infoById = std::move(infos);
     next->peers = std::move(peers);
@@ -241,8 +240,8 @@ bool AppState::matches(const PeerInfo &peer, const QString &needle) const
         return true;
     if (!needle.contains(kSeparator))
         return peer.haystack.contains(needle);
-    return std::any_of(peer.infos.begin(), peer.infos.end(),
-                       [&](const auto &info) { return info->searchText.contains(needle); });
+    return std::any_of(
+        peer.infos.begin(), peer.infos.end(), [&](const auto &info) { return info->searchText.contains(needle); });
 }
 
 const QList<Session> &AppState::filteredSessions() const

@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 
-
 // The main window's model: the latest state document turned into sorted, searchable
 // conversations with unread counts, plus the detail selection and the sidebar's search
 // text. Whoever fetches the document hands it over with setState().

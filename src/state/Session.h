@@ -34,7 +34,11 @@ public:
     friend size_t qHash(const DetailSelection &s, size_t seed = 0) { return qHashMulti(seed, int(s.m_kind), s.m_peer); }
 
 private:
-    DetailSelection(Kind kind, const QString &peer) : m_kind(kind), m_peer(peer) { }
+    DetailSelection(Kind kind, const QString &peer)
+        : m_kind(kind)
+        , m_peer(peer)
+    {
+    }
     Kind m_kind;
     QString m_peer;
 };

@@ -13,7 +13,7 @@ SessionListModel::SessionListModel(AppState *state, QObject *parent)
     });
     connect(m_state, &AppState::unreadChanged, this, [this] {
         if (rowCount() > 0)
-            Q_EMIT dataChanged(index(0), index(rowCount() - 1), {UnreadRole});
+            Q_EMIT dataChanged(index(0), index(rowCount() - 1), { UnreadRole });
     });
 }
 
@@ -29,19 +29,26 @@ QVariant SessionListModel::data(const QModelIndex &index, int role) const
         return {};
     const Session &s = sessions[index.row()];
     switch (role) {
-    case PeerRole: return s.peer;
+    case PeerRole:
+        return s.peer;
     case Qt::DisplayRole:
-    case TitleRole: return QStringLiteral("@") + s.peer;
-    case InitialsRole: return s.peer.left(1).toUpper();
-    case PreviewRole: return m_state->preview(s.peer);
-    case ListTimeRole: return s.last ? Format::listTime(s.last->createdAt) : QString();
-    case UnreadRole: return m_state->unreadCount(s.peer);
-    default: return {};
+    case TitleRole:
+        return QStringLiteral("@") + s.peer;
+    case InitialsRole:
+        return s.peer.left(1).toUpper();
+    case PreviewRole:
+        return m_state->preview(s.peer);
+    case ListTimeRole:
+        return s.last ? Format::listTime(s.last->createdAt) : QString();
+    case UnreadRole:
+        return m_state->unreadCount(s.peer);
+    default:
+        return {};
     }
 }
 
 QHash<int, QByteArray> SessionListModel::roleNames() const
 {
-    return {{PeerRole, "peer"},         {TitleRole, "title"},       {InitialsRole, "initials"},
-            {PreviewRole, "preview"},   {ListTimeRole, "listTime"}, {UnreadRole, "unread"}};
+    return { { PeerRole, "peer" }, { TitleRole, "title" }, { InitialsRole, "initials" }, { PreviewRole, "preview" },
+        { ListTimeRole, "listTime" }, { UnreadRole, "unread" } };
 }

@@ -20,12 +20,18 @@ constexpr int kSSEReconnectMs = 3000;
 constexpr int kSpawnProbes = 20;
 constexpr int kSpawnProbeIntervalMs = 500;
 
-void logInfo(const QString &line) { Log::info(Log::Category::stateclient, line); }
-void logDaemon(const QString &line) { Log::emit(Log::Category::stateclient, line); }
+void logInfo(const QString &line)
+{
+    Log::info(Log::Category::stateclient, line);
+}
+void logDaemon(const QString &line)
+{
+    Log::emit(Log::Category::stateclient, line);
+}
 
 QNetworkRequest getRequest(const QString &url, int timeoutMs)
 {
-    QNetworkRequest request{QUrl(url)};
+    QNetworkRequest request { QUrl(url) };
     request.setTransferTimeout(timeoutMs);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
@@ -200,8 +206,8 @@ void StateClient::handleFetchReply(QNetworkReply *reply, const QByteArray &body)
     });
 }
 
-void StateClient::applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error,
-                               bool differs, quint64 generation)
+void StateClient::applyDecoded(
+    const QByteArray &body, std::optional<PanelState> decoded, const QString &error, bool differs, quint64 generation)
 {
     if (m_decodingBody == body)
         m_decodingBody.clear();
@@ -226,7 +232,8 @@ void StateClient::fetchSucceeded()
     if (m_connection == Connection::connected)
         return;
     m_connection = Connection::connected;
-    logInfo(QStringLiteral("connected: %1 msgs, %2 contacts").arg(m_state.messages.size()).arg(m_state.contacts.size()));
+    logInfo(
+        QStringLiteral("connected: %1 msgs, %2 contacts").arg(m_state.messages.size()).arg(m_state.contacts.size()));
     Q_EMIT connectionChanged(m_connection);
 }
 
@@ -256,7 +263,8 @@ void StateClient::isServerResponding(std::function<void(bool)> done)
     QNetworkReply *reply = m_http->get(getRequest(m_baseURL + QStringLiteral("/api/state"), kProbeTimeoutMs));
     connect(reply, &QNetworkReply::finished, this, [reply, done = std::move(done)] {
         reply->deleteLater();
-        const bool ok = (reply->error() == QNetworkReply::NoError || reply->error() >= QNetworkReply::ContentAccessDenied)
+        const bool ok
+            = (reply->error() == QNetworkReply::NoError || reply->error() >= QNetworkReply::ContentAccessDenied)
             && reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
         done(ok);
     });

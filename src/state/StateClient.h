@@ -68,7 +68,7 @@ private:
     void closeSSE();
     void handleFetchReply(QNetworkReply *reply, const QByteArray &body);
     void applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error, bool differs,
-                      quint64 generation);
+        quint64 generation);
     void fetchSucceeded();
     void fetchFailed(const QString &reason);
     void probeUntilAnswer(int attempt, std::function<void(bool)> done);

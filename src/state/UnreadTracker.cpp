@@ -18,8 +18,10 @@ bool isNumber(const QVariant &v)
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::LongLong:
-    case QMetaType::ULongLong: return true;
-    default: return false;
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
     }
 }
 

@@ -1,6 +1,5 @@
 #include "ui/ContentImageProvider.h"
 
-
 ContentImageProvider::ContentImageProvider()
     : QQuickImageProvider(QQuickImageProvider::Image)
 {

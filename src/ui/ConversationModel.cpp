@@ -67,7 +67,7 @@ void ConversationModel::reload()
     // The message that used to open the newest day may no longer do so.
     if (added > 0 && old > 0) {
         const QModelIndex row = index(int(added));
-        Q_EMIT dataChanged(row, row, {SeparatorRole});
+        Q_EMIT dataChanged(row, row, { SeparatorRole });
     }
 }
 
@@ -85,7 +85,7 @@ QVariantList ConversationModel::partsOf(const Message &message) const
         const auto *image = std::get_if<ImagePart>(&parts[i]);
         if (image && image->dataBase64 && m_images)
             map.insert(QStringLiteral("source"),
-                       m_images->insert(message.id + QLatin1Char('/') + QString::number(i), *image->dataBase64));
+                m_images->insert(message.id + QLatin1Char('/') + QString::number(i), *image->dataBase64));
         // Raw payloads stay in C++: the view needs only the decoded picture or the size.
         map.remove(QStringLiteral("dataBase64"));
         if (map.contains(QStringLiteral("bytes")))
@@ -101,10 +101,14 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
         return {};
     const Message &m = messageAt(index.row());
     switch (role) {
-    case IdRole: return m.id;
-    case OutgoingRole: return m.direction == QLatin1String("out");
-    case TypeRole: return m.type;
-    case PartsRole: return partsOf(m);
+    case IdRole:
+        return m.id;
+    case OutgoingRole:
+        return m.direction == QLatin1String("out");
+    case TypeRole:
+        return m.type;
+    case PartsRole:
+        return partsOf(m);
     case TimeRole: {
         const auto millis = MessageTime::parse(m.createdAt);
         return millis ? QDateTime::fromMSecsSinceEpoch(qint64(*millis)).toString(QStringLiteral("HH:mm")) : QString();
@@ -115,13 +119,15 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
             return QString();
         return Format::daySeparator(m.createdAt);
     }
-    case StatusRole: return m.status.value_or(QString());
-    default: return {};
+    case StatusRole:
+        return m.status.value_or(QString());
+    default:
+        return {};
     }
 }
 
 QHash<int, QByteArray> ConversationModel::roleNames() const
 {
-    return {{IdRole, "messageId"}, {OutgoingRole, "outgoing"}, {TypeRole, "messageType"}, {PartsRole, "parts"},
-            {TimeRole, "time"},    {SeparatorRole, "separator"}, {StatusRole, "status"}};
+    return { { IdRole, "messageId" }, { OutgoingRole, "outgoing" }, { TypeRole, "messageType" }, { PartsRole, "parts" },
+        { TimeRole, "time" }, { SeparatorRole, "separator" }, { StatusRole, "status" } };
 }

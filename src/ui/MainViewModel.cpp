@@ -57,13 +57,25 @@ QString MainViewModel::selectedFingerprint() const
     return contact ? groupsOfFour(contact->fingerprint) : QString();
 }
 
-QString MainViewModel::searchText() const { return m_state.searchText(); }
+QString MainViewModel::searchText() const
+{
+    return m_state.searchText();
+}
 
-void MainViewModel::setSearchText(const QString &text) { m_state.setSearchText(text); }
+void MainViewModel::setSearchText(const QString &text)
+{
+    m_state.setSearchText(text);
+}
 
-QObject *MainViewModel::sessions() const { return m_sessions; }
+QObject *MainViewModel::sessions() const
+{
+    return m_sessions;
+}
 
-QObject *MainViewModel::conversation() const { return m_conversation; }
+QObject *MainViewModel::conversation() const
+{
+    return m_conversation;
+}
 
 QString MainViewModel::selfHandle() const
 {
@@ -92,10 +104,9 @@ QString MainViewModel::groupsOfFour(const QString &fingerprint)
 namespace {
 QVariantMap personRow(const QString &handle, const QString &fingerprint, const QString &status)
 {
-    return {{QStringLiteral("handle"), handle},
-            {QStringLiteral("initials"), handle.left(1).toUpper()},
-            {QStringLiteral("fingerprint"), MainViewModel::groupsOfFour(fingerprint)},
-            {QStringLiteral("status"), status}};
+    return { { QStringLiteral("handle"), handle }, { QStringLiteral("initials"), handle.left(1).toUpper() },
+        { QStringLiteral("fingerprint"), MainViewModel::groupsOfFour(fingerprint) },
+        { QStringLiteral("status"), status } };
 }
 } // namespace
 
@@ -120,7 +131,10 @@ void MainViewModel::selectConversation(const QString &peer)
     m_state.setSelection(DetailSelection::conversation(peer));
 }
 
-void MainViewModel::openProfile() { m_state.setSelection(DetailSelection::profile()); }
+void MainViewModel::openProfile()
+{
+    m_state.setSelection(DetailSelection::profile());
+}
 
 void MainViewModel::launchServer()
 {

@@ -15,8 +15,8 @@ MainWindowController::MainWindowController(AppState &state, StateClient &client,
     , m_state(state)
     , m_client(client)
 {
-    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup{QStringLiteral("Quillmote"), QSize(980, 640), QSize(820, 480),
-                                                              QStringLiteral("QuillmoteMainWindow"), QStringLiteral("MainView")});
+    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote"), QSize(980, 640),
+        QSize(820, 480), QStringLiteral("QuillmoteMainWindow"), QStringLiteral("MainView") });
     auto *images = new ContentImageProvider;
     m_window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
     m_model = new MainViewModel(state, &client, images, this);
@@ -24,7 +24,7 @@ MainWindowController::MainWindowController(AppState &state, StateClient &client,
         if (onOpenPreferences)
             onOpenPreferences();
     };
-    m_window->load({{QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model))}});
+    m_window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
     m_window->onClosed = [this] {
         if (onClosed)
             onClosed();
@@ -42,7 +42,10 @@ void MainWindowController::open(const std::optional<QString> &focusPeer)
         m_state.setSelection(DetailSelection::conversation(*focusPeer));
     m_window->bringToFront();
     Log::info(Log::Category::mainwindow,
-              QStringLiteral("open: window foregrounded") + (focusPeer ? QStringLiteral(", focus deep-link") : QString()));
+        QStringLiteral("open: window foregrounded") + (focusPeer ? QStringLiteral(", focus deep-link") : QString()));
 }
 
-QQuickWindow *MainWindowController::window() const { return m_window->window(); }
+QQuickWindow *MainWindowController::window() const
+{
+    return m_window->window();
+}

@@ -16,13 +16,12 @@ NativePreviewWindowController::NativePreviewWindowController(QObject *parent)
     , m_state(new AppState(this, UnreadTracker::Storage::scratch))
 {
     m_state->setState(NativeSampleData::state());
-    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup{QStringLiteral("Quillmote — Native Preview"), QSize(980, 640),
-                                                              QSize(820, 480), QStringLiteral("QuillmoteNativePreviewWindow"),
-                                                              QStringLiteral("MainView")});
+    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote — Native Preview"),
+        QSize(980, 640), QSize(820, 480), QStringLiteral("QuillmoteNativePreviewWindow"), QStringLiteral("MainView") });
     auto *images = new ContentImageProvider;
     m_window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
     m_model = new MainViewModel(*m_state, nullptr, images, this);
-    m_window->load({{QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model))}});
+    m_window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
     m_window->onClosed = [this] {
         if (onClosed)
             onClosed();
@@ -37,4 +36,7 @@ void NativePreviewWindowController::open()
     Log::info(Log::Category::mainwindow, QStringLiteral("native-preview: window opened with sample data"));
 }
 
-QQuickWindow *NativePreviewWindowController::window() const { return m_window->window(); }
+QQuickWindow *NativePreviewWindowController::window() const
+{
+    return m_window->window();
+}

@@ -15,12 +15,12 @@ struct Row {
 
 // Same labels and defaults as the tray's quick switches.
 constexpr Row kRows[] = {
-    {K::quietWhenFocused, false, "聚焦终端时安静", "通知"},
-    {K::commNotifications, true, "好友身份通知 + 头像", "通知"},
-    {K::urgencyMapping, true, "紧迫度自适应", "通知"},
-    {K::sound, true, "新消息提示音", "通知"},
-    {K::focusFilter, false, "按好友配专注打断", "权限与高级（默认关）"},
-    {K::biometricGate, false, "敏感操作需 Touch ID", "权限与高级（默认关）"},
+    { K::quietWhenFocused, false, "聚焦终端时安静", "通知" },
+    { K::commNotifications, true, "好友身份通知 + 头像", "通知" },
+    { K::urgencyMapping, true, "紧迫度自适应", "通知" },
+    { K::sound, true, "新消息提示音", "通知" },
+    { K::focusFilter, false, "按好友配专注打断", "权限与高级（默认关）" },
+    { K::biometricGate, false, "敏感操作需 Touch ID", "权限与高级（默认关）" },
 };
 static_assert(std::size(kRows) == SettingsStore::allKeys.size(), "every switch of the store has a row");
 } // namespace
@@ -34,16 +34,22 @@ QVariantList PreferencesModel::switches() const
 {
     QVariantList rows;
     for (const Row &r : kRows)
-        rows.append(QVariantMap{{QStringLiteral("key"), SettingsStore::keyString(r.key)},
-                                {QStringLiteral("label"), QString::fromUtf8(r.label)},
-                                {QStringLiteral("group"), QString::fromUtf8(r.group)},
-                                {QStringLiteral("checked"), SettingsStore::flag(r.key, r.defaultValue)}});
+        rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(r.key) },
+            { QStringLiteral("label"), QString::fromUtf8(r.label) },
+            { QStringLiteral("group"), QString::fromUtf8(r.group) },
+            { QStringLiteral("checked"), SettingsStore::flag(r.key, r.defaultValue) } });
     return rows;
 }
 
-bool PreferencesModel::breakthrough() const { return QuillmoteFocusFilter::breakthroughChoice(); }
+bool PreferencesModel::breakthrough() const
+{
+    return QuillmoteFocusFilter::breakthroughChoice();
+}
 
-QString PreferencesModel::version() const { return QStringLiteral(QM_VERSION); }
+QString PreferencesModel::version() const
+{
+    return QStringLiteral(QM_VERSION);
+}
 
 QString PreferencesModel::logCommand() const
 {
@@ -67,4 +73,7 @@ void PreferencesModel::setBreakthrough(bool on)
     Q_EMIT changed();
 }
 
-void PreferencesModel::reload() { Q_EMIT changed(); }
+void PreferencesModel::reload()
+{
+    Q_EMIT changed();
+}

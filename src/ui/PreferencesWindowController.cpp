@@ -9,10 +9,9 @@ PreferencesWindowController::PreferencesWindowController(QObject *parent)
     : QObject(parent)
     , m_model(new PreferencesModel(this))
 {
-    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup{QStringLiteral("Quillmote 偏好设置"), QSize(520, 560),
-                                                              QSize(460, 480), QStringLiteral("QuillmotePreferencesWindow"),
-                                                              QStringLiteral("PreferencesView")});
-    m_window->load({{QStringLiteral("prefs"), QVariant::fromValue(static_cast<QObject *>(m_model))}});
+    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote 偏好设置"), QSize(520, 560),
+        QSize(460, 480), QStringLiteral("QuillmotePreferencesWindow"), QStringLiteral("PreferencesView") });
+    m_window->load({ { QStringLiteral("prefs"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
     m_window->onClosed = [this] {
         if (onClosed)
             onClosed();
@@ -27,4 +26,7 @@ void PreferencesWindowController::open()
     m_window->bringToFront();
 }
 
-QQuickWindow *PreferencesWindowController::window() const { return m_window->window(); }
+QQuickWindow *PreferencesWindowController::window() const
+{
+    return m_window->window();
+}

@@ -53,13 +53,19 @@ void ViewWindow::load(const QVariantMap &properties)
         for (const auto &e : m_view->errors())
             errors.append(e.toString());
         Log::error(Log::Category::mainwindow,
-                   m_setup.view + QStringLiteral(": view failed to load: ") + errors.join(QStringLiteral("; ")));
+            m_setup.view + QStringLiteral(": view failed to load: ") + errors.join(QStringLiteral("; ")));
     }
 }
 
-QQuickWindow *ViewWindow::window() const { return m_view.get(); }
+QQuickWindow *ViewWindow::window() const
+{
+    return m_view.get();
+}
 
-QQmlEngine *ViewWindow::engine() const { return m_view->engine(); }
+QQmlEngine *ViewWindow::engine() const
+{
+    return m_view->engine();
+}
 
 void ViewWindow::bringToFront()
 {

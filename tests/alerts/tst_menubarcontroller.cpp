@@ -65,9 +65,9 @@ private Q_SLOTS:
         m_menu->addMessage("alice", "@alice", "3");
         m_menu->markRead("alice");
         QCOMPARE(m_menu->unread(), 2);
-        QVERIFY(m_menu->recents()[0].read);   // alice "3"
-        QVERIFY(!m_menu->recents()[1].read);  // bob
-        QVERIFY(!m_menu->recents()[2].read);  // alice "1"
+        QVERIFY(m_menu->recents()[0].read); // alice "3"
+        QVERIFY(!m_menu->recents()[1].read); // bob
+        QVERIFY(!m_menu->recents()[2].read); // alice "1"
         m_menu->markRead("alice");
         m_menu->markRead("bob");
         QCOMPARE(m_menu->unread(), 0);
@@ -80,10 +80,10 @@ private Q_SLOTS:
 
     void iconShowsTheLastSenderWithBadgeAndPulsesUntilReadOrCleared()
     {
-        QCOMPARE(m_tray->icon(), TrayIconState{});
+        QCOMPARE(m_tray->icon(), TrayIconState {});
         m_menu->addMessage("alice", "@alice", "x");
         m_menu->addMessage("bob", "@bob", "y");
-        QCOMPARE(m_tray->icon(), (TrayIconState{"bob", 2, false}));
+        QCOMPARE(m_tray->icon(), (TrayIconState { "bob", 2, false }));
         QVERIFY(m_menu->isPulsing());
 
         // The pulse alternates dimmed and full icons.
@@ -95,7 +95,7 @@ private Q_SLOTS:
         QVERIFY(m_menu->isPulsing());
         m_menu->markRead("alice");
         QVERIFY(!m_menu->isPulsing());
-        QCOMPARE(m_tray->icon(), TrayIconState{});
+        QCOMPARE(m_tray->icon(), TrayIconState {});
 
         // Clearing restores the generic icon; unread mail after it pulses again.
         LogCapture log;
@@ -104,7 +104,7 @@ private Q_SLOTS:
         QCOMPARE(m_menu->unread(), 0);
         QVERIFY(!m_menu->lastSender());
         QVERIFY(!m_menu->isPulsing());
-        QCOMPARE(m_tray->icon(), TrayIconState{});
+        QCOMPARE(m_tray->icon(), TrayIconState {});
         QCOMPARE(m_tray->refreshes, 1);
         QVERIFY(log.contains("menubar: clear (unread reset)"));
         m_menu->addMessage("bob", "@bob", "y");
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QStringList opened;
         m_menu->onOpenSender = [&](const QString &s) { opened << s; };
         rows[2].trigger();
-        QCOMPARE(opened, QStringList{"alice"});
+        QCOMPARE(opened, QStringList { "alice" });
     }
 
     void quickSwitchesShowAndToggleTheSettings()
@@ -145,13 +145,14 @@ private Q_SLOTS:
         const MenuEntry *quick = find(rows, "快捷开关");
         QVERIFY(quick);
         QCOMPARE(quick->kind, MenuEntry::Kind::Submenu);
-        QCOMPARE(texts(quick->children), (QStringList{"通知", "聚焦终端时安静", "好友身份通知 + 头像", "紧迫度自适应",
-                                                      "权限与高级（默认关）", "按好友配专注打断", "敏感操作需 Touch ID"}));
+        QCOMPARE(texts(quick->children),
+            (QStringList { "通知", "聚焦终端时安静", "好友身份通知 + 头像", "紧迫度自适应", "权限与高级（默认关）",
+                "按好友配专注打断", "敏感操作需 Touch ID" }));
         QList<bool> checks;
         for (const MenuEntry &e : quick->children)
             checks << (e.checkable ? e.checked : false);
         // Unset keys read as their defaults: identity banners on, the two advanced ones off.
-        QCOMPARE(checks, (QList<bool>{false, true, true, false, false, false, false}));
+        QCOMPARE(checks, (QList<bool> { false, true, true, false, false, false, false }));
         QVERIFY(!quick->children[0].enabled);
         QVERIFY(!quick->children[4].enabled);
 

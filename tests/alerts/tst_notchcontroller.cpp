@@ -143,11 +143,11 @@ private Q_SLOTS:
         Rig r;
         r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
         r.notch->hoverChanged(true);
-        r.notch->handle({NotchAction::Kind::beginReply, {}});
+        r.notch->handle({ NotchAction::Kind::beginReply, {} });
         r.model().setReplyText(QStringLiteral("draft"));
         r.clock->advance(299);
         QCOMPARE(r.state(), QStringLiteral("expanded"));
-        r.notch->handle({NotchAction::Kind::dismiss, {}});
+        r.notch->handle({ NotchAction::Kind::dismiss, {} });
         QCOMPARE(r.log.last(), QStringLiteral("notch: dismiss (red dot) m1"));
         QCOMPARE(r.state(), QStringLiteral("hidden"));
         QVERIFY(!r.model().replyVisible());
@@ -164,7 +164,7 @@ private Q_SLOTS:
         QCOMPARE(r.panel.orderOuts, 0);
 
         // Closing with nothing waiting orders the panel out once the close has run.
-        r.notch->handle({NotchAction::Kind::dismiss, {}});
+        r.notch->handle({ NotchAction::Kind::dismiss, {} });
         r.clock->advance(0.32);
         QVERIFY(!r.panel.visible);
         QCOMPARE(r.model().queued(), 0);
@@ -178,7 +178,7 @@ private Q_SLOTS:
     {
         Rig r;
         r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
-        r.notch->handle({NotchAction::Kind::expand, {}});
+        r.notch->handle({ NotchAction::Kind::expand, {} });
         QVERIFY(r.notch->pinned());
         r.notch->hoverChanged(true);
         r.notch->hoverChanged(false);
@@ -188,8 +188,8 @@ private Q_SLOTS:
         Rig s;
         s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
         s.notch->hoverChanged(true);
-        s.notch->handle({NotchAction::Kind::beginReply, {}});
-        QCOMPARE(s.panel.focusRequests, QList<bool>{true});
+        s.notch->handle({ NotchAction::Kind::beginReply, {} });
+        QCOMPARE(s.panel.focusRequests, QList<bool> { true });
         s.notch->hoverChanged(false);
         QCOMPARE(s.state(), QStringLiteral("expanded"));
         QCOMPARE(s.notch->pendingDismissDelay(), std::nullopt);
@@ -206,16 +206,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("flash");
         QTest::addColumn<QString>("logLine");
         using K = NotchAction::Kind;
-        QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << "" << "notch: expand+pin (click) m1";
-        QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制" << "notch: copy body m1";
+        QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << ""
+                                << "notch: expand+pin (click) m1";
+        QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制"
+                                   << "notch: copy body m1";
         QTest::newRow("copy code") << int(K::copyCode) << "" << true << 300.0 << "代码已复制"
                                    << "notch: copy code (13 chars) m1";
-        QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << "" << "notch: reply cancelled (esc) m1";
+        QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << ""
+                                      << "notch: reply cancelled (esc) m1";
         QTest::newRow("fill delivered") << int(K::fill) << "" << true << 1.6 << "已发送到终端 ⤵"
                                         << "notch: fill (user-initiated, 13 chars, delivered=true) m1";
         QTest::newRow("fill, no terminal") << int(K::fill) << "" << false << 3.0 << "终端未连接"
                                            << "notch: fill (user-initiated, 13 chars, delivered=false) m1";
-        QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓" << "";
+        QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓"
+                                         << "";
         QTest::newRow("reply, no terminal") << int(K::submitReply) << "ok" << false << 4.0 << "终端未连接，未发送"
                                             << "notch: reply NOT delivered (no client connected) m1";
     }
@@ -232,20 +236,20 @@ private Q_SLOTS:
         r.terminalListening = listening;
         r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
         r.log.clear();
-        r.notch->handle({NotchAction::Kind(kind), text});
+        r.notch->handle({ NotchAction::Kind(kind), text });
         QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
         QCOMPARE(r.model().feedbackText(), flash);
         if (logLine.isEmpty())
             QVERIFY2(r.log.isEmpty(), qPrintable(r.log.join('\n')));
         else
-            QCOMPARE(r.log, QStringList{logLine});
+            QCOMPARE(r.log, QStringList { logLine });
         if (kind == int(NotchAction::Kind::fill))
-            QCOMPARE(r.fills, (QList<FillFrame>{{QStringLiteral("git push -f\n "), QStringLiteral("m1")}}));
+            QCOMPARE(r.fills, (QList<FillFrame> { { QStringLiteral("git push -f\n "), QStringLiteral("m1") } }));
         if (kind == int(NotchAction::Kind::submitReply))
             QCOMPARE(r.replies,
                 (QList<ReplyFrame> { { QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1") } }));
         if (kind == int(NotchAction::Kind::copyCode))
-            QCOMPARE(r.pasteboard->copies, QStringList{QStringLiteral("git push -f\n ")});
+            QCOMPARE(r.pasteboard->copies, QStringList { QStringLiteral("git push -f\n ") });
     }
 
     void debugSwitch_data()
@@ -269,7 +273,9 @@ private Q_SLOTS:
             QCOMPARE(r.state(), QStringLiteral("expanded"));
             QCOMPARE(r.msgId(), std::optional<QString>("m2"));
             QCOMPARE(r.notch->queueLength(), 0);
-            QCOMPARE(r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")), 2);
+            QCOMPARE(
+                r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")),
+                2);
             r.clock->advance(100000);
             QCOMPARE(r.state(), QStringLiteral("expanded"));
         } else {

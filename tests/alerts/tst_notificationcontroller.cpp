@@ -120,7 +120,7 @@ private Q_SLOTS:
         QList<quint32> replaces;
         for (const auto &p : m_server->posts)
             replaces << p.banner.replacesId;
-        QCOMPARE(replaces, (QList<quint32>{0, 1, 0, 0, 0, 0}));
+        QCOMPARE(replaces, (QList<quint32> { 0, 1, 0, 0, 0, 0 }));
         QCOMPARE(m_ctl->trackedBanners(), 5);
     }
 
@@ -168,15 +168,48 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected"); // "open:x", "reply:…", or nothing
         QTest::addColumn<QString>("logLine");
-        QTest::newRow("default opens") << "default" << "alice" << "m" << "" << "open:alice" << "";
-        QTest::newRow("open action") << "QUILLMOTE_OPEN" << "alice" << "" << "" << "open:alice" << "";
-        QTest::newRow("trimmed reply") << "QUILLMOTE_REPLY" << "alice" << "m1" << "  好的 \n" << "reply:alice|好的|m1" << "";
-        QTest::newRow("reply without id") << "QUILLMOTE_REPLY" << "alice" << "" << "ok" << "reply:alice|ok|-" << "";
-        QTest::newRow("only spaces") << "QUILLMOTE_REPLY" << "alice" << "m" << " \t\n " << ""
+        QTest::newRow("default opens") << "default"
+                                       << "alice"
+                                       << "m"
+                                       << ""
+                                       << "open:alice"
+                                       << "";
+        QTest::newRow("open action") << "QUILLMOTE_OPEN"
+                                     << "alice"
+                                     << ""
+                                     << ""
+                                     << "open:alice"
+                                     << "";
+        QTest::newRow("trimmed reply") << "QUILLMOTE_REPLY"
+                                       << "alice"
+                                       << "m1"
+                                       << "  好的 \n"
+                                       << "reply:alice|好的|m1"
+                                       << "";
+        QTest::newRow("reply without id") << "QUILLMOTE_REPLY"
+                                          << "alice"
+                                          << ""
+                                          << "ok"
+                                          << "reply:alice|ok|-"
+                                          << "";
+        QTest::newRow("only spaces") << "QUILLMOTE_REPLY"
+                                     << "alice"
+                                     << "m"
+                                     << " \t\n "
+                                     << ""
                                      << "reply: empty text from alice";
-        QTest::newRow("no sender") << "QUILLMOTE_REPLY" << "" << "m" << "hi" << ""
+        QTest::newRow("no sender") << "QUILLMOTE_REPLY"
+                                   << ""
+                                   << "m"
+                                   << "hi"
+                                   << ""
                                    << "reply: missing sender — dropped";
-        QTest::newRow("dismissed") << "dismiss" << "alice" << "m" << "" << "" << "";
+        QTest::newRow("dismissed") << "dismiss"
+                                   << "alice"
+                                   << "m"
+                                   << ""
+                                   << ""
+                                   << "";
     }
     void dispatch()
     {
@@ -193,7 +226,7 @@ private Q_SLOTS:
             return true;
         };
         m_ctl->dispatch(action, sender, msgId, text);
-        QCOMPARE(seen, expected.isEmpty() ? QStringList{} : QStringList{expected});
+        QCOMPARE(seen, expected.isEmpty() ? QStringList {} : QStringList { expected });
         if (!logLine.isEmpty())
             QVERIFY2(m_lines.contains(logLine), qPrintable(m_lines.join('\n')));
     }

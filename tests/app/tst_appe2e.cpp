@@ -58,13 +58,16 @@ QString secondStart(const TestEnv &env, const QString &url, int *exitCode)
 {
     QProcess p;
     p.setProcessEnvironment(appEnvironment(env));
-    p.start(QStringLiteral(QM_APP_BINARY), {url});
+    p.start(QStringLiteral(QM_APP_BINARY), { url });
     p.waitForFinished(10000);
     *exitCode = p.exitCode();
     return QString::fromUtf8(p.readAllStandardError());
 }
 
-bool onBus(const QString &name) { return QDBusConnection::sessionBus().interface()->isServiceRegistered(name); }
+bool onBus(const QString &name)
+{
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(name);
+}
 
 } // namespace
 
@@ -79,8 +82,8 @@ private Q_SLOTS:
         TestEnv env;
         App app(env);
         QVERIFY2(app.waitFor("launched (menu-bar accessory)"), qPrintable(app.log()));
-        QVERIFY(app.log().contains("login-item: registered via XDG autostart " + env.configHome()
-                                   + "/autostart/quillmote-notifier.desktop"));
+        QVERIFY(app.log().contains(
+            "login-item: registered via XDG autostart " + env.configHome() + "/autostart/quillmote-notifier.desktop"));
         QVERIFY(QFile::exists(env.configHome() + "/autostart/quillmote-notifier.desktop"));
         QTRY_VERIFY(onBus("com.quillmote.Notifier"));
 
@@ -88,10 +91,10 @@ private Q_SLOTS:
             const char *url;
             const char *line;
         } cases[] = {
-            {"quillmote://conversation/x", "url-scheme: deep-link → opened + selected @x"},
-            {"quillmote://open?conversation=y", "url-scheme: deep-link → opened + selected @y"},
-            {"quillmote://open?sender=z", "url-scheme: open?sender=@z — legacy wakeup, no-op on receive"},
-            {"quillmote://conversation/", "url-scheme: no conversation target in quillmote://conversation/"},
+            { "quillmote://conversation/x", "url-scheme: deep-link → opened + selected @x" },
+            { "quillmote://open?conversation=y", "url-scheme: deep-link → opened + selected @y" },
+            { "quillmote://open?sender=z", "url-scheme: open?sender=@z — legacy wakeup, no-op on receive" },
+            { "quillmote://conversation/", "url-scheme: no conversation target in quillmote://conversation/" },
         };
         for (const auto &c : cases) {
             int code = -1;
@@ -120,13 +123,13 @@ private Q_SLOTS:
     {
         TestEnv env;
         {
-            App app(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "1"}, {"QUILLMOTE_PREVIEW", "1"}});
+            App app(env, {}, { { "QUILLMOTE_OPEN_WINDOW", "1" }, { "QUILLMOTE_PREVIEW", "1" } });
             QVERIFY(app.waitFor("native-preview: controller created"));
             const QString log = app.log();
             QVERIFY(log.indexOf("launched (menu-bar accessory)") < log.indexOf("mainwindow: controller created"));
             QVERIFY(log.indexOf("mainwindow: controller created") < log.indexOf("native-preview: controller created"));
         }
-        App other(env, {}, {{"QUILLMOTE_OPEN_WINDOW", "true"}, {"QUILLMOTE_PREVIEW", "yes"}});
+        App other(env, {}, { { "QUILLMOTE_OPEN_WINDOW", "true" }, { "QUILLMOTE_PREVIEW", "yes" } });
         QVERIFY(other.waitFor("launched (menu-bar accessory)"));
         QTest::qWait(500);
         QVERIFY(!other.log().contains("controller created"));
@@ -136,7 +139,7 @@ private Q_SLOTS:
     {
         TestEnv env;
         QProcess dunst;
-        dunst.start("dunst", {"-config", "/dev/null"});
+        dunst.start("dunst", { "-config", "/dev/null" });
         QVERIFY(QTest::qWaitFor([] { return onBus("org.freedesktop.Notifications"); }, 5000));
         QDir().mkpath(env.configHome() + "/quillmote");
         QFile conf(env.configHome() + "/quillmote/notifier.conf");
@@ -145,28 +148,34 @@ private Q_SLOTS:
         conf.close();
 
         QProcess monitor;
-        monitor.start("dbus-monitor", {"--session", "interface='org.freedesktop.Notifications',member='Notify'"});
+        monitor.start("dbus-monitor", { "--session", "interface='org.freedesktop.Notifications',member='Notify'" });
         QVERIFY(monitor.waitForStarted());
-        App app(env, {}, {{"QT_LOGGING_RULES", "com.quillmote.notifier.*.debug=true"}});
+        App app(env, {}, { { "QT_LOGGING_RULES", "com.quillmote.notifier.*.debug=true" } });
         QVERIFY(app.waitFor("socket: listening at"));
-        QProcess::execute("dunstctl", {"set-paused", "true"});
+        QProcess::execute("dunstctl", { "set-paused", "true" });
         QVERIFY2(app.waitFor("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), qPrintable(app.log()));
 
         UnixClient terminal;
         QVERIFY(terminal.connectTo(env.socketPath()));
-        terminal.write(R"({"type":"notify","sender":"alice","body":"urgent","msgId":"d1"})" "\n");
+        terminal.write(R"({"type":"notify","sender":"alice","body":"urgent","msgId":"d1"})"
+                       "\n");
         QVERIFY(app.waitFor("socket: onNotify d1"));
-        QVERIFY(QTest::qWaitFor([&] { return monitor.readAllStandardOutput().contains("\"urgency\"\n         variant             byte 2"); }, 5000));
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                return monitor.readAllStandardOutput().contains("\"urgency\"\n         variant             byte 2");
+            },
+            5000));
         QVERIFY(app.log().contains("notch: chime"));
 
         // The user lets do-not-disturb win: the next change records it; no chime any more.
         conf.open(QIODevice::WriteOnly);
         conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=false\n");
         conf.close();
-        QProcess::execute("dunstctl", {"set-paused", "false"});
-        QProcess::execute("dunstctl", {"set-paused", "true"});
+        QProcess::execute("dunstctl", { "set-paused", "false" });
+        QProcess::execute("dunstctl", { "set-paused", "true" });
         QVERIFY(app.waitFor("recorded allowBreakthrough=false"));
-        terminal.write(R"({"type":"notify","sender":"bob","body":"later","msgId":"d2"})" "\n");
+        terminal.write(R"({"type":"notify","sender":"bob","body":"later","msgId":"d2"})"
+                       "\n");
         QVERIFY(app.waitFor("notch: chime held back (do-not-disturb, no breakthrough)"));
         monitor.kill();
         dunst.terminate();

@@ -57,7 +57,8 @@ private Q_SLOTS:
         App app(env);
         QVERIFY2(app.waitFor(" info socket socket: listening at " + env.socketPath()), qPrintable(app.log()));
         QVERIFY(app.waitFor("launched (menu-bar accessory)"));
-        struct stat st {};
+        struct stat st {
+        };
         QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
         QCOMPARE(st.st_mode & 0777, 0600u);
 
@@ -65,9 +66,12 @@ private Q_SLOTS:
         QVERIFY(c.connectTo(env.socketPath()));
         QVERIFY(c.write("garbage\n"));
         QVERIFY(app.waitFor(" info socket socket: ignored unparseable frame (7 bytes)"));
-        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})" "\n"
-                        R"({"type":"notify","sender":"alice","body":"hi","msgId":"m1"})" "\n"
-                        R"({"type":"notify","sender":"bob","title":"Build","body":"ok"})" "\n"));
+        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})"
+                        "\n"
+                        R"({"type":"notify","sender":"alice","body":"hi","msgId":"m1"})"
+                        "\n"
+                        R"({"type":"notify","sender":"bob","title":"Build","body":"ok"})"
+                        "\n"));
         QVERIFY(app.waitFor(" info notify socket: onNotify m1 from @alice"));
         QVERIFY(app.waitFor("socket: onNotify <no-id> from Build"));
         QCOMPARE(app.log().count("onNotify"), 2); // the ping left no line

@@ -53,7 +53,7 @@ QList<MonitoredCall> notifyCalls(const QString &monitorOutput)
         if (!b.contains(QStringLiteral("member=Notify")) || !b.trimmed().endsWith(QStringLiteral("int32 -1")))
             continue;
         const auto m = replaces.match(b);
-        out.append({b, m.hasMatch() ? m.captured(1).toUInt() : 0});
+        out.append({ b, m.hasMatch() ? m.captured(1).toUInt() : 0 });
     }
     return out;
 }
@@ -63,7 +63,7 @@ class Dunst
 public:
     Dunst()
     {
-        proc.start(QStringLiteral("dunst"), {QStringLiteral("-config"), QStringLiteral("/dev/null")});
+        proc.start(QStringLiteral("dunst"), { QStringLiteral("-config"), QStringLiteral("/dev/null") });
         up = QTest::qWaitFor(serverOnBus, 5000);
     }
     ~Dunst()
@@ -73,7 +73,7 @@ public:
             proc.kill();
         (void)QTest::qWaitFor([] { return !serverOnBus(); }, 3000);
     }
-    int displayed() const { return run("dunstctl", {"count", "displayed"}).toInt(); }
+    int displayed() const { return run("dunstctl", { "count", "displayed" }).toInt(); }
     QProcess proc;
     bool up = false;
 };
@@ -98,7 +98,8 @@ private Q_SLOTS:
         QVERIFY(dunst.up);
 
         QProcess monitor;
-        monitor.start("dbus-monitor", {"type='method_call',interface='org.freedesktop.Notifications',member='Notify'"});
+        monitor.start(
+            "dbus-monitor", { "type='method_call',interface='org.freedesktop.Notifications',member='Notify'" });
         QVERIFY(monitor.waitForStarted());
         QVERIFY(QTest::qWaitFor([&] { return monitor.bytesAvailable() > 0 || !monitor.peek(1).isEmpty(); }, 3000));
         QString monitored;
@@ -114,15 +115,16 @@ private Q_SLOTS:
 
         UnixClient terminal;
         QVERIFY(terminal.connectTo(env.socketPath()));
-        QVERIFY(terminal.write(R"({"type":"notify","sender":"alice","title":"Build","body":"done","msgId":"m1","focused":true})"
-                               "\n"));
+        QVERIFY(terminal.write(
+            R"({"type":"notify","sender":"alice","title":"Build","body":"done","msgId":"m1","focused":true})"
+            "\n"));
         QVERIFY2(QTest::qWaitFor([&] { return calls().size() == 1; }, 5000), qPrintable(monitored));
         QTRY_COMPARE_WITH_TIMEOUT(dunst.displayed(), 1, 5000);
         const QString first = calls().first().text;
         QCOMPARE(calls().first().replacesId, 0u);
-        for (const char *expected : {"string \"Build\"", "string \"done\"", "string \"default\"", "string \"QUILLMOTE_OPEN\"",
-                                     "string \"QUILLMOTE_REPLY\"", "string \"回复\"", "string \"im.received\"",
-                                     "string \"quillmote-notifier\"", "string \"suppress-sound\""})
+        for (const char *expected : { "string \"Build\"", "string \"done\"", "string \"default\"",
+                 "string \"QUILLMOTE_OPEN\"", "string \"QUILLMOTE_REPLY\"", "string \"回复\"", "string \"im.received\"",
+                 "string \"quillmote-notifier\"", "string \"suppress-sound\"" })
             QVERIFY2(first.contains(QString::fromUtf8(expected)), expected);
         // Focused terminal, urgency mapping on by default: low urgency.
         QVERIFY(first.contains(QRegularExpression("string \"urgency\"\\s+variant\\s+byte 0")));
@@ -132,7 +134,8 @@ private Q_SLOTS:
         QVERIFY(log.contains("comms-notif: enriched banner from @alice"));
 
         // The same message again replaces the banner instead of adding one.
-        QVERIFY(terminal.write(R"({"type":"notify","sender":"alice","title":"Build","body":"done twice","msgId":"m1"})" "\n"));
+        QVERIFY(terminal.write(R"({"type":"notify","sender":"alice","title":"Build","body":"done twice","msgId":"m1"})"
+                               "\n"));
         QVERIFY(QTest::qWaitFor([&] { return calls().size() == 2; }, 5000));
         QVERIFY(calls()[1].replacesId != 0);
         QVERIFY(calls()[1].text.contains("string \"done twice\""));
@@ -142,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(app.menuBar().unread(), 2);
 
         // What dunst does on a middle click: the default action, which opens and marks read.
-        run("dunstctl", {"action", "0"});
+        run("dunstctl", { "action", "0" });
         QVERIFY2(log.waitFor("menubar: markRead @alice unread=1"), qPrintable(log.dump()));
         QVERIFY(log.contains("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"));
         QVERIFY(app.menuBar().recents().first().read);
@@ -154,7 +157,7 @@ private Q_SLOTS:
     {
         TestEnv env;
         LogCapture log;
-        FakeNotificationServer server({"actions", "body", "inline-reply"});
+        FakeNotificationServer server({ "actions", "body", "inline-reply" });
         QVERIFY(server.start());
 
         AppController app;
@@ -164,8 +167,9 @@ private Q_SLOTS:
         QVERIFY(app.notifications().hasInlineReply());
 
         QProcess sim;
-        sim.start("node", {simPath(), "notify", "--sender", "alice", "--title", "Alice", "--body", "在哪", "--msg-id", "m1",
-                           "--listen"});
+        sim.start("node",
+            { simPath(), "notify", "--sender", "alice", "--title", "Alice", "--body", "在哪", "--msg-id", "m1",
+                "--listen" });
         QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 1; }, 5000));
         const FakeNotificationServer::Call call = server.calls.first();
         QCOMPARE(call.appName, QStringLiteral("Quillmote Notifier"));
@@ -184,7 +188,8 @@ private Q_SLOTS:
 
         server.emitReplied(call.id, "  马上到 \n");
         QVERIFY(QTest::qWaitFor([&] { return sim.canReadLine(); }, 5000));
-        QCOMPARE(sim.readLine().trimmed(), QByteArray(R"({"type":"reply","sender":"alice","text":"马上到","msgId":"m1"})"));
+        QCOMPARE(
+            sim.readLine().trimmed(), QByteArray(R"({"type":"reply","sender":"alice","text":"马上到","msgId":"m1"})"));
         QVERIFY(log.waitFor("reply → CLI: @alice \"<private>\" msgId=m1 delivered=true"));
         QCOMPARE(log.find("reply → CLI").category, QStringLiteral("reply"));
         QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 2; }, 5000));
@@ -214,7 +219,7 @@ private Q_SLOTS:
         LogCapture log;
         // With no server at all the bus would start one by activation; so the test begins
         // with a server of its own (no inline reply, like dunst) and replaces it by another.
-        FakeNotificationServer first({"actions", "body"}, "fake-first");
+        FakeNotificationServer first({ "actions", "body" }, "fake-first");
         QVERIFY(first.start());
         SettingsStore::setFlag(SettingsStore::Key::quietWhenFocused, true);
         env.set("QUILLMOTE_OPEN_PROFILE", "1");
@@ -247,11 +252,12 @@ private Q_SLOTS:
         first.stop();
         QVERIFY(log.waitFor("notifications: server left the bus — banners disabled until it returns"));
         QVERIFY(!app.notifications().isEnabled());
-        FakeNotificationServer second({"actions", "body", "inline-reply"}, "fake-second");
+        FakeNotificationServer second({ "actions", "body", "inline-reply" }, "fake-second");
         QVERIFY(second.start());
         QVERIFY(log.waitFor("notifications: authorization granted", 5000, 2));
         QVERIFY2(app.notifications().hasInlineReply(), qPrintable(log.dump()));
-        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"hi"})" "\n"));
+        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"hi"})"
+                               "\n"));
         QVERIFY(QTest::qWaitFor([&] { return second.calls.size() == 1; }, 5000));
         QCOMPARE(second.calls.first().summary, QStringLiteral("@bob"));
         QCOMPARE(first.calls.size(), 1);

@@ -21,9 +21,9 @@ private Q_SLOTS:
         QTest::newRow("conversation wins over sender")
             << "quillmote://open?sender=s&conversation=c" << int(K::conversation) << "c"
             << "url-scheme: deep-link → opened + selected @c";
-        QTest::newRow("empty conversation falls to sender") << "quillmote://open?conversation=&sender=y"
-                                                            << int(K::legacyWakeup) << "y"
-                                                            << "url-scheme: open?sender=@y — legacy wakeup, no-op on receive";
+        QTest::newRow("empty conversation falls to sender")
+            << "quillmote://open?conversation=&sender=y" << int(K::legacyWakeup) << "y"
+            << "url-scheme: open?sender=@y — legacy wakeup, no-op on receive";
         QTest::newRow("other scheme") << "https://conversation/alice" << int(K::notQuillmote) << ""
                                       << "url-scheme: ignoring non-quillmote URL";
     }

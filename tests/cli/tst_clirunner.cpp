@@ -28,10 +28,10 @@ QString writeFile(const QString &path, const QByteArray &content, bool executabl
 
 // A tool that prints $FAKE_OUT (or the file $FAKE_OUT_FILE), then $FAKE_ERR on stderr, and
 // exits with $FAKE_EXIT.
-const QByteArray kFakeTool = "#!/bin/sh\n[ -n \"$FAKE_OUT_FILE\" ] && cat \"$FAKE_OUT_FILE\"\nprintf '%s' \"$FAKE_OUT\"\nprintf '%s' \"$FAKE_ERR\" >&2\nexit ${FAKE_EXIT:-0}\n";
+const QByteArray kFakeTool = "#!/bin/sh\n[ -n \"$FAKE_OUT_FILE\" ] && cat \"$FAKE_OUT_FILE\"\nprintf '%s' "
+                             "\"$FAKE_OUT\"\nprintf '%s' \"$FAKE_ERR\" >&2\nexit ${FAKE_EXIT:-0}\n";
 
-template <typename T>
-CLIOutcome<T> await(QFuture<CLIOutcome<T>> future)
+template<typename T> CLIOutcome<T> await(QFuture<CLIOutcome<T>> future)
 {
     if (!QTest::qWaitFor([&] { return future.isFinished(); }, 15000))
         return CLIError::spawnFailed(QStringLiteral("test timed out"));
@@ -85,21 +85,21 @@ private Q_SLOTS:
             const QStringList scripts = CLIRunner::candidateCliJsPaths();
             QCOMPARE(scripts.last(), env.root() + "/home/Documents/AI/Quillmote/packages/cli/dist/cli.js");
             // The walk upwards reaches the root once (this test's folder is less than eight deep).
-            QCOMPARE(scripts.filter(QRegularExpression("^/+packages/")), QStringList{"/packages/cli/dist/cli.js"});
+            QCOMPARE(scripts.filter(QRegularExpression("^/+packages/")), QStringList { "/packages/cli/dist/cli.js" });
             expected << scripts;
         } else {
             expected << QStringLiteral("node(not found)");
         }
         QCOMPARE(r.error().tried(), expected);
         QCOMPARE(r.error().description(),
-                 QStringLiteral("找不到 quillmote CLI（已尝试：") + expected.join(QStringLiteral(", "))
-                     + QStringLiteral("）。请确认已安装或设置 QUILLMOTE_BIN。"));
+            QStringLiteral("找不到 quillmote CLI（已尝试：") + expected.join(QStringLiteral(", "))
+                + QStringLiteral("）。请确认已安装或设置 QUILLMOTE_BIN。"));
         const LogCapture::Line line = log.find(QStringLiteral("cli: binary not found — tried "));
         QCOMPARE(line.text, QStringLiteral("cli: binary not found — tried ") + expected.join(QStringLiteral(", ")));
         QCOMPARE(line.level, QStringLiteral("error"));
         QCOMPARE(line.category, QStringLiteral("intents"));
         // A run fails at once, without starting anything.
-        const QFuture<CLIOutcome<CLIResult>> run = CLIRunner::run({QStringLiteral("friends")});
+        const QFuture<CLIOutcome<CLIResult>> run = CLIRunner::run({ QStringLiteral("friends") });
         QVERIFY(run.isFinished());
         QCOMPARE(run.result().error().kind(), CLIError::Kind::binaryNotFound);
 
@@ -113,11 +113,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("setup");
         QTest::addColumn<QString>("expected"); // relative to the test root; "|" separates node and script
         QTest::addColumn<QString>("logLine");
-        QTest::newRow("QUILLMOTE_BIN before PATH") << "bin" << "bin/quillmote" << "cli: resolved via QUILLMOTE_BIN ";
-        QTest::newRow("PATH in order, skipping folders named quillmote")
-            << "path" << "b/quillmote" << "cli: resolved on PATH ";
+        QTest::newRow("QUILLMOTE_BIN before PATH") << "bin"
+                                                   << "bin/quillmote"
+                                                   << "cli: resolved via QUILLMOTE_BIN ";
+        QTest::newRow("PATH in order, skipping folders named quillmote") << "path"
+                                                                         << "b/quillmote"
+                                                                         << "cli: resolved on PATH ";
         QTest::newRow("node fallback with the first script that exists")
-            << "node" << "n/node|home/Documents/AI/Quillmote/packages/cli/dist/cli.js" << "cli: resolved via node fallback ";
+            << "node"
+            << "n/node|home/Documents/AI/Quillmote/packages/cli/dist/cli.js"
+            << "cli: resolved via node fallback ";
     }
 
     void resolvesInOrder()
@@ -142,7 +147,10 @@ private Q_SLOTS:
         } else {
             env.set("QUILLMOTE_BIN", (root + QStringLiteral("missing")).toUtf8());
             if (setup == u"path")
-                env.set("PATH", (QStringLiteral("::") + root + QStringLiteral("a:") + root + QStringLiteral("b:") + root + QStringLiteral("c")).toUtf8());
+                env.set("PATH",
+                    (QStringLiteral("::") + root + QStringLiteral("a:") + root + QStringLiteral("b:") + root
+                        + QStringLiteral("c"))
+                        .toUtf8());
             else
                 env.set("PATH", (root + QStringLiteral("a:") + root + QStringLiteral("n")).toUtf8());
         }
@@ -168,16 +176,26 @@ private Q_SLOTS:
         QTest::addColumn<QString>("description"); // when it does not
 
         const QStringList none;
-        QTest::newRow("progress, then the answer") << 0 << "› contacting relay…\n› done\n{\"friends\":[\"a\"]}\n" << "" << QStringList{"a"} << "";
-        QTest::newRow("two answers: the last wins") << 0 << "{\"friends\":[\"a\"]}\n{\"friends\":[\"b\"]}\n" << "" << QStringList{"b"} << "";
-        QTest::newRow("pretty over several lines") << 0 << "{\n  \"friends\": [\n    \"a\"\n  ]\n}\n" << "" << QStringList{"a"} << "";
-        QTest::newRow("blanks and tabs around the line") << 0 << "noise\n \t{\"friends\":[]}\t \r\n\n" << "" << QStringList{} << "";
-        QTest::newRow("last line of another shape is skipped") << 0 << "{\"friends\":[\"a\"]}\n{\"other\":1}\n" << "" << QStringList{"a"} << "";
-        QTest::newRow("exit 3, empty stderr") << 3 << "{\"friends\":[]}" << "" << none << "quillmote 退出码 3。";
-        QTest::newRow("exit 1, a word between blanks") << 1 << "" << "  \t nope \n" << none << "nope";
-        QTest::newRow("not JSON") << 0 << "  hello\n" << "" << none << "无法解析 quillmote 输出：  hello\n";
-        QTest::newRow("long output cut to 200 characters") << 0 << QString(1000, QLatin1Char('x')) << "" << none
-                                                       << QStringLiteral("无法解析 quillmote 输出：") + QString(200, QLatin1Char('x'));
+        QTest::newRow("progress, then the answer") << 0 << "› contacting relay…\n› done\n{\"friends\":[\"a\"]}\n"
+                                                   << "" << QStringList { "a" } << "";
+        QTest::newRow("two answers: the last wins") << 0 << "{\"friends\":[\"a\"]}\n{\"friends\":[\"b\"]}\n"
+                                                    << "" << QStringList { "b" } << "";
+        QTest::newRow("pretty over several lines") << 0 << "{\n  \"friends\": [\n    \"a\"\n  ]\n}\n"
+                                                   << "" << QStringList { "a" } << "";
+        QTest::newRow("blanks and tabs around the line") << 0 << "noise\n \t{\"friends\":[]}\t \r\n\n"
+                                                         << "" << QStringList {} << "";
+        QTest::newRow("last line of another shape is skipped") << 0 << "{\"friends\":[\"a\"]}\n{\"other\":1}\n"
+                                                               << "" << QStringList { "a" } << "";
+        QTest::newRow("exit 3, empty stderr") << 3 << "{\"friends\":[]}"
+                                              << "" << none << "quillmote 退出码 3。";
+        QTest::newRow("exit 1, a word between blanks") << 1 << ""
+                                                       << "  \t nope \n"
+                                                       << none << "nope";
+        QTest::newRow("not JSON") << 0 << "  hello\n"
+                                  << "" << none << "无法解析 quillmote 输出：  hello\n";
+        QTest::newRow("long output cut to 200 characters")
+            << 0 << QString(1000, QLatin1Char('x')) << "" << none
+            << QStringLiteral("无法解析 quillmote 输出：") + QString(200, QLatin1Char('x'));
         QString emoji;
         for (int i = 0; i < 300; ++i)
             emoji += QStringLiteral("😀");
@@ -193,7 +211,7 @@ private Q_SLOTS:
         QFETCH(QStringList, friends);
         QFETCH(QString, description);
         LogCapture log;
-        const CLIOutcome<CLIResult> run(CLIResult{exitCode, out, err});
+        const CLIOutcome<CLIResult> run(CLIResult { exitCode, out, err });
         const CLIOutcome<FriendsResponse> r = CLIRunner::decodeAs<FriendsResponse>(QStringLiteral("friends"), run);
         if (description.isEmpty()) {
             QVERIFY2(r, r ? "" : qPrintable(r.error().description()));
@@ -226,7 +244,7 @@ private Q_SLOTS:
         env.set("FAKE_OUT_FILE", writeFile(env.root() + QStringLiteral("/out"), big, false).toUtf8());
         env.set("FAKE_ERR", "warn: 注意\n");
         env.set("FAKE_EXIT", "7");
-        const CLIOutcome<CLIResult> r = await(CLIRunner::run({QStringLiteral("anything")}));
+        const CLIOutcome<CLIResult> r = await(CLIRunner::run({ QStringLiteral("anything") }));
         QVERIFY(r);
         QCOMPARE(r->exitCode, 7);
         QCOMPARE(r->standardOutput, QString::fromUtf8(big));
@@ -241,15 +259,17 @@ private Q_SLOTS:
         const QString tool = writeFile(env.root() + QStringLiteral("/t/quillmote"), kFakeTool, true);
         env.set("QUILLMOTE_BIN", tool.toUtf8());
         env.set("FAKE_OUT", "{\"ok\":true}");
-        QVERIFY(await(CLIRunner::runJSON<DoctorReport>({QStringLiteral("doctor"), QStringLiteral("--json")})));
+        QVERIFY(await(CLIRunner::runJSON<DoctorReport>({ QStringLiteral("doctor"), QStringLiteral("--json") })));
         QVERIFY(QFile::remove(tool));
 
-        const CLIOutcome<DoctorReport> r = await(CLIRunner::runJSON<DoctorReport>({QStringLiteral("doctor"), QStringLiteral("--json")}));
+        const CLIOutcome<DoctorReport> r
+            = await(CLIRunner::runJSON<DoctorReport>({ QStringLiteral("doctor"), QStringLiteral("--json") }));
         QVERIFY(!r);
         QCOMPARE(r.error().kind(), CLIError::Kind::spawnFailed);
-        QVERIFY2(r.error().description().startsWith(QStringLiteral("无法启动 quillmote：")), qPrintable(r.error().description()));
+        QVERIFY2(r.error().description().startsWith(QStringLiteral("无法启动 quillmote：")),
+            qPrintable(r.error().description()));
         QCOMPARE(log.count(QStringLiteral("cli: resolved")), 1);
-        QCOMPARE(CLIRunner::resolveInvocation().value(), QStringList{tool});
+        QCOMPARE(CLIRunner::resolveInvocation().value(), QStringList { tool });
     }
 };
 

@@ -18,11 +18,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("level");
-        QTest::newRow("plain") << "socket: listening at /x" << "info";
-        QTest::newRow("failed") << "socket: bind() failed at /x" << "error";
-        QTest::newRow("upper case") << "Authorization DENIED" << "error";
-        QTest::newRow("error inside a word") << "terrors ahead" << "error";
-        QTest::newRow("not a failure word") << "fail fast" << "info";
+        QTest::newRow("plain") << "socket: listening at /x"
+                               << "info";
+        QTest::newRow("failed") << "socket: bind() failed at /x"
+                                << "error";
+        QTest::newRow("upper case") << "Authorization DENIED"
+                                    << "error";
+        QTest::newRow("error inside a word") << "terrors ahead"
+                                             << "error";
+        QTest::newRow("not a failure word") << "fail fast"
+                                            << "info";
     }
 
     void levelFollowsTheFailureWords()
@@ -77,9 +82,11 @@ private Q_SLOTS:
         QVERIFY(SettingsStore::toggle(Key::biometricGate, false)); // the file exists now
         // Another process rewrites the file (as a second instance or the user would).
         QProcess sh;
-        sh.start("sh", {"-c", "sleep 0.05; printf '[General]\\nquillmote.soundEnabled=false\\n"
-                              "quillmote.urgencyMappingEnabled=yes\\n' > \"$0\"",
-                        SettingsStore::filePath()});
+        sh.start("sh",
+            { "-c",
+                "sleep 0.05; printf '[General]\\nquillmote.soundEnabled=false\\n"
+                "quillmote.urgencyMappingEnabled=yes\\n' > \"$0\"",
+                SettingsStore::filePath() });
         QVERIFY(sh.waitForFinished(5000));
         QCOMPARE(sh.exitCode(), 0);
         QVERIFY(!SettingsStore::flag(Key::sound, true));

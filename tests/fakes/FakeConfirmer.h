@@ -14,7 +14,7 @@ public:
 
     void ask(const QString &text, const QString &confirmLabel, std::function<void(bool)> done) override
     {
-        asked.append({text, confirmLabel});
+        asked.append({ text, confirmLabel });
         done(accept);
     }
 };

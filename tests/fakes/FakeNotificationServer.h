@@ -36,7 +36,7 @@ public:
     bool start()
     {
         return m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), this)
-               && m_bus.registerService(QStringLiteral("org.freedesktop.Notifications"));
+            && m_bus.registerService(QStringLiteral("org.freedesktop.Notifications"));
     }
     void stop()
     {
@@ -44,8 +44,8 @@ public:
         m_bus.unregisterObject(QStringLiteral("/org/freedesktop/Notifications"));
     }
 
-    void emitAction(quint32 id, const QString &key) { emitSignal("ActionInvoked", {id, key}); }
-    void emitReplied(quint32 id, const QString &text) { emitSignal("NotificationReplied", {id, text}); }
+    void emitAction(quint32 id, const QString &key) { emitSignal("ActionInvoked", { id, key }); }
+    void emitReplied(quint32 id, const QString &text) { emitSignal("NotificationReplied", { id, text }); }
 
     QString introspect(const QString &) const override { return {}; }
 
@@ -53,7 +53,7 @@ public:
     {
         const QString member = message.member();
         if (member == QLatin1String("GetServerInformation")) {
-            connection.send(message.createReply(QVariantList{"fake", "quillmote-tests", "1.0", "1.2"}));
+            connection.send(message.createReply(QVariantList { "fake", "quillmote-tests", "1.0", "1.2" }));
         } else if (member == QLatin1String("GetCapabilities")) {
             connection.send(message.createReply(QVariant(m_capabilities)));
         } else if (member == QLatin1String("Notify")) {
@@ -86,8 +86,7 @@ private:
     void emitSignal(const char *name, const QVariantList &args)
     {
         QDBusMessage s = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
-                                                    QStringLiteral("org.freedesktop.Notifications"),
-                                                    QString::fromLatin1(name));
+            QStringLiteral("org.freedesktop.Notifications"), QString::fromLatin1(name));
         s.setArguments(args);
         m_bus.send(s);
     }
@@ -117,9 +116,14 @@ private:
         arg.endStructure();
         if (bits != 8 || channels != (alpha ? 4 : 3) || data.size() < qsizetype(stride) * h)
             return QStringLiteral("bad image-data %1x%2 stride %3 bits %4 channels %5 bytes %6")
-                .arg(w).arg(h).arg(stride).arg(bits).arg(channels).arg(data.size());
+                .arg(w)
+                .arg(h)
+                .arg(stride)
+                .arg(bits)
+                .arg(channels)
+                .arg(data.size());
         QImage img(reinterpret_cast<const uchar *>(data.constData()), w, h, stride,
-                   alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
+            alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
         return img.copy();
     }
 

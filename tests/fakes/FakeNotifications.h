@@ -21,7 +21,7 @@ public:
     }
     void post(const Banner &banner, std::function<void(quint32, const QString &)> done) override
     {
-        posts.append(Post{banner, std::move(done)});
+        posts.append(Post { banner, std::move(done) });
         if (autoAnswer)
             answer(posts.size() - 1);
     }
@@ -41,7 +41,7 @@ public:
     }
     const Banner &last() const { return posts.last().banner; }
 
-    ServerInfo server{true, {}, "fake", {}, "1", {"actions", "body"}};
+    ServerInfo server { true, {}, "fake", {}, "1", { "actions", "body" } };
     bool autoAnswer = true;
     std::function<void(const ServerInfo &)> pendingProbe;
     QList<Post> posts;

@@ -24,7 +24,7 @@ public:
         m_r.visible = false;
         ++m_r.orderOuts;
     }
-    void setFrame(const QRect &) override {}
+    void setFrame(const QRect &) override { }
     void setKeyboardFocus(bool wanted) override
     {
         m_r.focus = wanted;

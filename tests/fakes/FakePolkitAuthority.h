@@ -47,9 +47,9 @@ public:
             result.details.insert(QStringLiteral("polkit.dismissed"), QStringLiteral("true"));
             break;
         case Mode::notRegistered:
-            QDBusConnection(connection).send(message.createErrorReply(
-                QStringLiteral("org.freedesktop.PolicyKit1.Error.Failed"),
-                QStringLiteral("Action %1 is not registered").arg(actionId)));
+            QDBusConnection(connection)
+                .send(message.createErrorReply(QStringLiteral("org.freedesktop.PolicyKit1.Error.Failed"),
+                    QStringLiteral("Action %1 is not registered").arg(actionId)));
             return true;
         }
         QDBusConnection(connection).send(message.createReply(QVariant::fromValue(result)));

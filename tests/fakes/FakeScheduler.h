@@ -15,7 +15,7 @@ public:
     TaskId schedule(double seconds, std::function<void()> task) override
     {
         const TaskId id = ++m_next;
-        m_tasks[id] = {m_now + seconds, std::move(task)};
+        m_tasks[id] = { m_now + seconds, std::move(task) };
         return id;
     }
 

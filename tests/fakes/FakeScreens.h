@@ -8,7 +8,7 @@ class FakeScreens : public ScreenSource
 public:
     FakeScreens()
     {
-        list.append({QStringLiteral("XVFB-1"), QRect(0, 0, 1440, 900), QRect(0, 28, 1440, 872), 0, {}, {}});
+        list.append({ QStringLiteral("XVFB-1"), QRect(0, 0, 1440, 900), QRect(0, 28, 1440, 872), 0, {}, {} });
     }
     QList<NotchScreen> screens() const override { return list; }
     int primaryIndex() const override { return list.isEmpty() ? -1 : primary; }

@@ -11,8 +11,8 @@ public:
     void setMenuSource(std::function<QList<MenuEntry>()> source) override { m_source = std::move(source); }
     void refreshMenu() override { ++refreshes; }
 
-    QList<MenuEntry> open() const { return m_source ? m_source() : QList<MenuEntry>{}; }
-    TrayIconState icon() const { return icons.isEmpty() ? TrayIconState{} : icons.last(); }
+    QList<MenuEntry> open() const { return m_source ? m_source() : QList<MenuEntry> {}; }
+    TrayIconState icon() const { return icons.isEmpty() ? TrayIconState {} : icons.last(); }
 
     bool available = true;
     QList<TrayIconState> icons;

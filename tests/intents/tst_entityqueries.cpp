@@ -1,8 +1,8 @@
 // The searches behind pickers and completion, against the stand-in tool.
 #include "intents/EntityQueries.h"
-#include "support/SimWorld.h"
 #include "intents/ToolRunner.h"
 #include "support/LogCapture.h"
+#include "support/SimWorld.h"
 
 #include <QJsonArray>
 #include <QTest>
@@ -16,7 +16,7 @@ QList<IntentEntity> await(const std::function<void(EntityQueries::Done)> &start)
     std::optional<QList<IntentEntity>> out;
     start([&](const QList<IntentEntity> &r) { out = r; });
     if (!QTest::qWaitFor([&] { return out.has_value(); }, 15000))
-        return {{"test", "no answer"}};
+        return { { "test", "no answer" } };
     return *out;
 }
 
@@ -31,7 +31,7 @@ QStringList ids(const QList<IntentEntity> &entities)
 // The stand-in tool and the queries that run it.
 struct World : SimWorld {
     CLIToolRunner runner;
-    EntityQueries queries{runner};
+    EntityQueries queries { runner };
 };
 
 } // namespace
@@ -44,12 +44,14 @@ private Q_SLOTS:
     void friendsAndRequestsComeFromTheTool()
     {
         World world;
-        world.setState({{"friends", QJsonArray{"Abby", "bob", "cab"}}, {"requests", QJsonArray{"carol", "dan"}}});
+        world.setState(
+            { { "friends", QJsonArray { "Abby", "bob", "cab" } }, { "requests", QJsonArray { "carol", "dan" } } });
 
         QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friends, "@AB ", done); }),
-                 (QList<IntentEntity>{{"Abby", "@Abby"}, {"cab", "@cab"}}));
-        QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })), (QStringList{"carol", "dan"}));
-        QCOMPARE(world.argvs(), (QList<QStringList>{{"friends", "--json"}, {"requests", "--json"}}));
+            (QList<IntentEntity> { { "Abby", "@Abby" }, { "cab", "@cab" } }));
+        QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })),
+            (QStringList { "carol", "dan" }));
+        QCOMPARE(world.argvs(), (QList<QStringList> { { "friends", "--json" }, { "requests", "--json" } }));
         // Saved identifiers of friends who are gone resolve to nothing.
         QCOMPARE(ids(await([&](auto done) {
             world.queries.entitiesFor(Kind::friends, { "bob", "gone", "Abby" }, done);
@@ -61,9 +63,11 @@ private Q_SLOTS:
     {
         World world;
         const QList<IntentEntity> all = await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); });
-        QCOMPARE(all, (QList<IntentEntity>{{"in-1", "@alice：hello from alice"}, {"in-2", "@bob：（结构化消息）"}}));
-        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })), QStringList{"in-1"});
-        QCOMPARE(world.argvs().first(), (QStringList{"inbox", "--once", "--json"}));
+        QCOMPARE(
+            all, (QList<IntentEntity> { { "in-1", "@alice：hello from alice" }, { "in-2", "@bob：（结构化消息）" } }));
+        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })),
+            QStringList { "in-1" });
+        QCOMPARE(world.argvs().first(), (QStringList { "inbox", "--once", "--json" }));
     }
 
     void toolFailureIsOneLineAndAnEmptyList()
@@ -71,7 +75,8 @@ private Q_SLOTS:
         World world;
         world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:not logged in");
         LogCapture log;
-        QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity>{});
+        QCOMPARE(
+            await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity> {});
         const QString line = "FriendRequestQuery: requests --json failed: not logged in";
         QCOMPARE(log.count(line), 1);
         QCOMPARE(log.find(line).level, QStringLiteral("error"));

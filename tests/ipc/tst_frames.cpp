@@ -47,11 +47,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("encoded");
         QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("reply, no msgId") << Frames::encode(ReplyFrame{QStringLiteral("a"), QStringLiteral("ok"), {}})
+        QTest::newRow("reply, no msgId") << Frames::encode(ReplyFrame { QStringLiteral("a"), QStringLiteral("ok"), {} })
                                          << QByteArray(R"({"type":"reply","sender":"a","text":"ok"})");
         // Slash escaped as the tool's encoder does; non-ASCII raw UTF-8; controls escaped.
-        QTest::newRow("escaping") << Frames::encode(FillFrame{QStringLiteral("a/b \"q\" \\ \n\t中文\x01"), {}})
-                                  << QByteArray("{\"type\":\"fill\",\"text\":\"a\\/b \\\"q\\\" \\\\ \\n\\t\xe4\xb8\xad\xe6\x96\x87\\u0001\"}");
+        QTest::newRow("escaping")
+            << Frames::encode(FillFrame { QStringLiteral("a/b \"q\" \\ \n\t中文\x01"), {} })
+            << QByteArray(
+                   "{\"type\":\"fill\",\"text\":\"a\\/b \\\"q\\\" \\\\ \\n\\t\xe4\xb8\xad\xe6\x96\x87\\u0001\"}");
     }
 
     void encodesRepliesAndFillsByteForByte()

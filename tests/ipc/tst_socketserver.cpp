@@ -52,7 +52,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(env.quillmoteHome()));
         {
             const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-            sockaddr_un addr{};
+            sockaddr_un addr {};
             addr.sun_family = AF_UNIX;
             qstrncpy(addr.sun_path, env.socketPath().toUtf8().constData(), sizeof(addr.sun_path));
             QCOMPARE(::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr)), 0);
@@ -60,7 +60,8 @@ private Q_SLOTS:
         }
         Harness h(env.socketPath());
         QVERIFY2(h.start(log), qPrintable(log.dump()));
-        struct stat st {};
+        struct stat st {
+        };
         QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
         QVERIFY(S_ISSOCK(st.st_mode));
         QCOMPARE(st.st_mode & 0777, 0600u);
@@ -95,15 +96,17 @@ private Q_SLOTS:
         QTest::qWait(20);
         QVERIFY(c.write(split.mid(cut)));
         // Other types are dropped silently.
-        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})" "\n"
-                        R"({"type":"reply","sender":"a","body":"x"})" "\n"));
+        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})"
+                        "\n"
+                        R"({"type":"reply","sender":"a","body":"x"})"
+                        "\n"));
         QVERIFY(c.write(notifyLine("c", "last", "4")));
 
         QTRY_COMPARE(h.frames.size(), 4);
         QStringList ids;
         for (const NotifyFrame &f : h.frames)
             ids << *f.msgId;
-        QCOMPARE(ids, QStringList({"1", "2", "3", "4"}));
+        QCOMPARE(ids, QStringList({ "1", "2", "3", "4" }));
         QCOMPARE(h.frames[2].body, QStringLiteral("三 \n lines"));
         QCOMPARE(log.count(QStringLiteral("ignored")), 1);
     }
@@ -138,7 +141,7 @@ private Q_SLOTS:
         QTRY_COMPARE(h.server.clientCount(), 2);
 
         constexpr int frames = 40;
-        std::atomic<int> received{0};
+        std::atomic<int> received { 0 };
         std::thread reader([&] {
             while (received < frames && !live.readLine(15000).isNull())
                 ++received;
@@ -149,7 +152,7 @@ private Q_SLOTS:
         int delivered = 0;
         for (int i = 0; i < frames; ++i) {
             longest.start();
-            delivered += h.server.broadcast(FillFrame{big, QString::number(i)}) ? 1 : 0;
+            delivered += h.server.broadcast(FillFrame { big, QString::number(i) }) ? 1 : 0;
             worst = qMax(worst, longest.elapsed());
         }
         reader.join();

@@ -57,7 +57,7 @@ private Q_SLOTS:
         QCOMPARE(parts.size(), 1);
         if (expected == QLatin1String("data")) {
             QVERIFY(std::holds_alternative<DataPart>(parts[0]));
-            QVERIFY(std::get<DataPart>(parts[0]) == (DataPart{value, std::nullopt}));
+            QVERIFY(std::get<DataPart>(parts[0]) == (DataPart { value, std::nullopt }));
         } else {
             QVERIFY(std::holds_alternative<TextPart>(parts[0]));
             QCOMPARE(std::get<TextPart>(parts[0]).text, expected.mid(5));
@@ -78,13 +78,14 @@ private Q_SLOTS:
             "not a part"
         ]})"));
         QCOMPARE(parts.size(), 8);
-        QVERIFY(parts[0] == ContentPart(TextPart{QString()}));
-        QVERIFY(parts[1] == ContentPart(CodePart{"ls", QStringLiteral("sh"), std::nullopt}));
-        QVERIFY(parts[2] == ContentPart(FilePart{"file", QStringLiteral("text/plain"), std::nullopt, QStringLiteral("aGk=")}));
-        QVERIFY(parts[3] == ContentPart(ImagePart{std::nullopt, 12.0, std::nullopt, QStringLiteral("cat")}));
-        QVERIFY(parts[4] == ContentPart(DataPart{JSONValue::null(), std::nullopt}));
-        QVERIFY(parts[5] == ContentPart(ToolCallPart{QString(), json(R"({"q":1})"), QStringLiteral("c1")}));
-        QVERIFY(parts[6] == ContentPart(ToolResultPart{false, std::nullopt, json("[1]"), QStringLiteral("e")}));
+        QVERIFY(parts[0] == ContentPart(TextPart { QString() }));
+        QVERIFY(parts[1] == ContentPart(CodePart { "ls", QStringLiteral("sh"), std::nullopt }));
+        QVERIFY(parts[2]
+            == ContentPart(FilePart { "file", QStringLiteral("text/plain"), std::nullopt, QStringLiteral("aGk=") }));
+        QVERIFY(parts[3] == ContentPart(ImagePart { std::nullopt, 12.0, std::nullopt, QStringLiteral("cat") }));
+        QVERIFY(parts[4] == ContentPart(DataPart { JSONValue::null(), std::nullopt }));
+        QVERIFY(parts[5] == ContentPart(ToolCallPart { QString(), json(R"({"q":1})"), QStringLiteral("c1") }));
+        QVERIFY(parts[6] == ContentPart(ToolResultPart { false, std::nullopt, json("[1]"), QStringLiteral("e") }));
         QVERIFY(std::holds_alternative<UnknownPart>(parts[7]));
         QCOMPARE(std::get<UnknownPart>(parts[7]).kind, QStringLiteral("Text"));
         QVERIFY(std::get<UnknownPart>(parts[7]).raw == json(R"({"kind":"Text","text":"case matters"})"));
@@ -105,7 +106,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         QFETCH(double, expected);
-        const auto parts = ContentNormalizer::parts(json(R"({"parts":[{"kind":"file","name":"a","bytes":)" + bytes + "}]}"));
+        const auto parts
+            = ContentNormalizer::parts(json(R"({"parts":[{"kind":"file","name":"a","bytes":)" + bytes + "}]}"));
         const auto &file = std::get<FilePart>(parts.at(0));
         QCOMPARE(file.bytes.value_or(-1.0), expected);
     }
@@ -117,12 +119,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::newRow("text") << "text" << QByteArray(R"({"text":"Hello"})") << "Hello";
         QTest::newRow("data only") << "text" << QByteArray(R"({"a":1})") << "{ } structured data";
-        QTest::newRow("code without lang") << "text" << QByteArray(R"({"parts":[{"kind":"code","code":"x"}]})") << "‹› code";
+        QTest::newRow("code without lang")
+            << "text" << QByteArray(R"({"parts":[{"kind":"code","code":"x"}]})") << "‹› code";
         QTest::newRow("empty text then code")
             << "text" << QByteArray(R"({"parts":[{"kind":"text","text":""},{"kind":"code","lang":"py"}]})") << "‹› py";
         QTest::newRow("data then unknown then image")
             << "text" << QByteArray(R"({"parts":[{"kind":"data"},{"kind":"x"},{"kind":"image"}]})") << "▢ image";
-        QTest::newRow("tool call") << "tool_call" << QByteArray(R"({"parts":[{"kind":"tool_call","name":"grep"}]})") << "⚙ grep";
+        QTest::newRow("tool call") << "tool_call" << QByteArray(R"({"parts":[{"kind":"tool_call","name":"grep"}]})")
+                                   << "⚙ grep";
         QTest::newRow("finding title") << "Agent.Finding" << QByteArray(R"({"title":"Cache"})") << "⚠ Cache";
         QTest::newRow("finding neither") << "agent.finding" << QByteArray(R"({"text":"t"})") << "⚠ Finding";
         QTest::newRow("task") << "agent.task.done" << QByteArray(R"({"task":"Ship","title":"T"})") << "☑ Ship";
@@ -142,17 +146,18 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QString>("expected");
         QTest::newRow("text lowercased") << QByteArray(R"({"text":"Hello ÄÖ"})") << "hello äö";
-        QTest::newRow("code lang path")
-            << QByteArray(R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})") << "ls -la sh /bin";
-        QTest::newRow("file and image")
-            << QByteArray(R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})")
-            << "a.pdf application/pdf cat";
+        QTest::newRow("code lang path") << QByteArray(
+            R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})")
+                                        << "ls -la sh /bin";
+        QTest::newRow("file and image") << QByteArray(
+            R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})")
+                                        << "a.pdf application/pdf cat";
         QTest::newRow("data") << QByteArray(R"({"K":"V"})") << "{\n    \"k\" : \"v\"\n}";
-        QTest::newRow("tool call")
-            << QByteArray(R"({"parts":[{"kind":"tool_call","name":"Grep","args":{"p":"X"}}]})") << "grep {\n    \"p\" : \"x\"\n}";
-        QTest::newRow("tool result")
-            << QByteArray(R"({"parts":[{"kind":"tool_result","result":"Done","error":"Late"}]})")
-            << "{\n    \"value\" : \"done\"\n} late";
+        QTest::newRow("tool call") << QByteArray(R"({"parts":[{"kind":"tool_call","name":"Grep","args":{"p":"X"}}]})")
+                                   << "grep {\n    \"p\" : \"x\"\n}";
+        QTest::newRow("tool result") << QByteArray(
+            R"({"parts":[{"kind":"tool_result","result":"Done","error":"Late"}]})")
+                                     << "{\n    \"value\" : \"done\"\n} late";
         QTest::newRow("unknown") << QByteArray(R"({"parts":[{"kind":"Blob"}]})")
                                  << "blob {\n    \"kind\" : \"blob\"\n}";
     }

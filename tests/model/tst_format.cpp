@@ -46,13 +46,31 @@ private Q_SLOTS:
         QTest::addColumn<QString>("separator");
         QTest::addColumn<QString>("dayKey");
         // 2024-05-01 09:05 in UTC+8.
-        QTest::newRow("earlier today") << "2024-05-01T01:05:00Z" << "09:05" << "今天" << "2024-5-1";
+        QTest::newRow("earlier today") << "2024-05-01T01:05:00Z"
+                                       << "09:05"
+                                       << "今天"
+                                       << "2024-5-1";
         // 23:59 UTC on 30 April is already 1 May in UTC+8.
-        QTest::newRow("UTC yesterday, local today") << "2024-04-30T23:59:00Z" << "07:59" << "今天" << "2024-5-1";
-        QTest::newRow("yesterday") << "2024-04-30T10:00:00Z" << "4/30" << "昨天" << "2024-4-30";
-        QTest::newRow("this year") << "2024-02-03T10:00:00+08:00" << "2/3" << "2月3日" << "2024-2-3";
-        QTest::newRow("earlier year") << "2023-12-31T10:00:00Z" << "12/31" << "2023年12月31日" << "2023-12-31";
-        QTest::newRow("unparseable") << "soon" << "" << "soon" << "soon";
+        QTest::newRow("UTC yesterday, local today") << "2024-04-30T23:59:00Z"
+                                                    << "07:59"
+                                                    << "今天"
+                                                    << "2024-5-1";
+        QTest::newRow("yesterday") << "2024-04-30T10:00:00Z"
+                                   << "4/30"
+                                   << "昨天"
+                                   << "2024-4-30";
+        QTest::newRow("this year") << "2024-02-03T10:00:00+08:00"
+                                   << "2/3"
+                                   << "2月3日"
+                                   << "2024-2-3";
+        QTest::newRow("earlier year") << "2023-12-31T10:00:00Z"
+                                      << "12/31"
+                                      << "2023年12月31日"
+                                      << "2023-12-31";
+        QTest::newRow("unparseable") << "soon"
+                                     << ""
+                                     << "soon"
+                                     << "soon";
     }
 
     void dates()

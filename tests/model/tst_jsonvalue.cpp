@@ -22,9 +22,12 @@ JSONValue json(const QByteArray &text)
 JSONValue viaQt(const QJsonValue &v)
 {
     switch (v.type()) {
-    case QJsonValue::Bool: return JSONValue::boolean(v.toBool());
-    case QJsonValue::Double: return JSONValue::number(v.toDouble());
-    case QJsonValue::String: return JSONValue::string(v.toString());
+    case QJsonValue::Bool:
+        return JSONValue::boolean(v.toBool());
+    case QJsonValue::Double:
+        return JSONValue::number(v.toDouble());
+    case QJsonValue::String:
+        return JSONValue::string(v.toString());
     case QJsonValue::Array: {
         JSONValue::Array elements;
         for (const QJsonValue &e : v.toArray())
@@ -38,7 +41,8 @@ JSONValue viaQt(const QJsonValue &v)
             members.emplace_back(it.key(), viaQt(it.value()));
         return JSONValue::object(std::move(members));
     }
-    default: return JSONValue::null();
+    default:
+        return JSONValue::null();
     }
 }
 
@@ -85,9 +89,9 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, text);
         const JSONValue decoded = json(text);
-        const JSONValue expected = viaQt(QJsonDocument::fromJson(text).isArray()
-                                             ? QJsonValue(QJsonDocument::fromJson(text).array())
-                                             : QJsonValue(QJsonDocument::fromJson(text).object()));
+        const JSONValue expected
+            = viaQt(QJsonDocument::fromJson(text).isArray() ? QJsonValue(QJsonDocument::fromJson(text).array())
+                                                            : QJsonValue(QJsonDocument::fromJson(text).object()));
         QVERIFY(decoded == expected);
         if (decoded.isObject()) {
             QStringList sorted = keys(decoded);
@@ -103,8 +107,10 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QStringList>("keys");
         QTest::addColumn<QByteArray>("values"); // the members' values in key order, as compact JSON
-        QTest::newRow("twice") << QByteArray(R"({"a":1,"b":2,"a":3})") << QStringList{"a", "b"} << QByteArray("[3,2]");
-        QTest::newRow("escaped twin") << QByteArray(R"({"a":1,"\u0061":[2]})") << QStringList{"a"} << QByteArray("[[2]]");
+        QTest::newRow("twice") << QByteArray(R"({"a":1,"b":2,"a":3})") << QStringList { "a", "b" }
+                               << QByteArray("[3,2]");
+        QTest::newRow("escaped twin") << QByteArray(R"({"a":1,"\u0061":[2]})") << QStringList { "a" }
+                                      << QByteArray("[[2]]");
         QByteArray many = "{";
         for (int i = 0; i < 40; ++i)
             many += QByteArray(i ? "," : "") + "\"k" + QByteArray::number(i % 20) + "\":" + QByteArray::number(i);

@@ -5,7 +5,8 @@
 
 namespace {
 
-const char *kMessage = R"({"id":"m1","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:00:00Z","content":{"text":"hi"}})";
+const char *kMessage
+    = R"({"id":"m1","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:00:00Z","content":{"text":"hi"}})";
 
 QByteArray documentWithMessages(const QByteArray &messages)
 {
@@ -55,8 +56,8 @@ private Q_SLOTS:
 
     void aNewStateSharesWhatDidNotChange()
     {
-        const auto before = PanelState::decode(documentWithMessages(
-            QByteArray("[") + kMessage + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}}])"));
+        const auto before = PanelState::decode(documentWithMessages(QByteArray("[") + kMessage
+            + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}}])"));
         // m1 moved behind a new message, m2 was edited, m3 is new.
         auto after = PanelState::decode(documentWithMessages(
             R"([{"id":"m3","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:02:00Z","content":{"text":"new"}},)"
@@ -102,8 +103,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("count");
         const QByteArray good(kMessage);
         QTest::newRow("good") << "[" + good + "]" << 1;
-        QTest::newRow("missing content") << "[" + good + R"(,{"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x"}])" << 0;
-        QTest::newRow("number id") << "[" + good + R"(,{"id":2,"peer":"b","direction":"in","type":"t","createdAt":"x","content":1}])" << 0;
+        QTest::newRow("missing content") << "[" + good
+                + R"(,{"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x"}])"
+                                         << 0;
+        QTest::newRow("number id") << "[" + good
+                + R"(,{"id":2,"peer":"b","direction":"in","type":"t","createdAt":"x","content":1}])"
+                                   << 0;
         QTest::newRow("element not object") << "[" + good + ",5]" << 0;
         QTest::newRow("not an array") << QByteArray(R"({"m1":1})") << 0;
         QTest::newRow("null") << QByteArray("null") << 0;
@@ -130,12 +135,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<JSONValue>("expected");
         QTest::newRow("text object") << QByteArray(R"({"text":"hi"})")
-                                     << JSONValue::object({{QStringLiteral("text"), JSONValue::string(QStringLiteral("hi"))}});
+                                     << JSONValue::object(
+                                            { { QStringLiteral("text"), JSONValue::string(QStringLiteral("hi")) } });
         QTest::newRow("null") << QByteArray("null") << JSONValue::null();
         QTest::newRow("nested array") << QByteArray(R"([1,"a",[false],{}])")
-                                      << JSONValue::array({JSONValue::number(1), JSONValue::string(QStringLiteral("a")),
-                                                           JSONValue::array({JSONValue::boolean(false)}),
-                                                           JSONValue::object({})});
+                                      << JSONValue::array({ JSONValue::number(1),
+                                             JSONValue::string(QStringLiteral("a")),
+                                             JSONValue::array({ JSONValue::boolean(false) }), JSONValue::object({}) });
         QTest::newRow("duplicate keys keep the last")
             << QByteArray(R"({"a":1,"a":2})") << JSONValue::object({ { QStringLiteral("a"), JSONValue::number(2) } });
     }

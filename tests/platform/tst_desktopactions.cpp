@@ -6,12 +6,12 @@
 #include "fakes/FakePolkitAuthority.h"
 #include "intents/EntityQueries.h"
 #include "intents/IntentsService.h"
-#include "support/SimWorld.h"
 #include "intents/ToolRunner.h"
 #include "platform/ActionsBus.h"
 #include "platform/PolkitAuthGate.h"
 #include "platform/QmlConfirmer.h"
 #include "support/LogCapture.h"
+#include "support/SimWorld.h"
 
 #include <QDBusConnectionInterface>
 #include <QProcess>
@@ -48,7 +48,8 @@ private Q_SLOTS:
         QTest::newRow("not authorized") << int(M::deny) << int(K::denied) << QString();
         QTest::newRow("dismissed") << int(M::dismiss) << int(K::failed) << "dismissed by the user";
         QTest::newRow("policy not installed") << int(M::notRegistered) << int(K::failed)
-                                              << "org.freedesktop.PolicyKit1.Error.Failed: Action com.quillmote.Notifier.sensitive-action is not registered";
+                                              << "org.freedesktop.PolicyKit1.Error.Failed: Action "
+                                                 "com.quillmote.Notifier.sensitive-action is not registered";
     }
 
     void polkitGateAsksForOurActionAndReadsTheAnswer()
@@ -97,17 +98,22 @@ private Q_SLOTS:
         QTest::addColumn<QString>("stdoutText");
         QTest::addColumn<QString>("stderrText");
 
-        QTest::newRow("lookup") << QStringList{"whoami"} << QByteArray() << true << 0 << "你是 @me。\n" << "";
+        QTest::newRow("lookup") << QStringList { "whoami" } << QByteArray() << true << 0 << "你是 @me。\n"
+                                << "";
         QTest::newRow("confirmed send") << QStringList { "send-message", "@alice", "晚上见" } << QByteArray() << true
                                         << 0 << "已发送给 @alice。\n"
                                         << "";
-        QTest::newRow("declined") << QStringList{"send-message", "alice", "hi"} << QByteArray() << false << 2 << "" << "已取消。\n";
-        QTest::newRow("tool failure") << QStringList{"friends"} << QByteArray("exit:1:not logged in") << true << 1 << ""
+        QTest::newRow("declined") << QStringList { "send-message", "alice", "hi" } << QByteArray() << false << 2 << ""
+                                  << "已取消。\n";
+        QTest::newRow("tool failure") << QStringList { "friends" } << QByteArray("exit:1:not logged in") << true << 1
+                                      << ""
                                       << "not logged in\n";
-        QTest::newRow("missing argument") << QStringList{"reply", "alice"} << QByteArray() << true << 64 << ""
-                                          << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
-        QTest::newRow("complete friends") << QStringList{"--complete", "reply", "0", "AL"} << QByteArray() << true << 0
-                                          << "alice\n" << "";
+        QTest::newRow("missing argument")
+            << QStringList { "reply", "alice" } << QByteArray() << true << 64 << ""
+            << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
+        QTest::newRow("complete friends")
+            << QStringList { "--complete", "reply", "0", "AL" } << QByteArray() << true << 0 << "alice\n"
+            << "";
     }
 
     void actionCommandTalksToTheRunningApp()
@@ -135,7 +141,7 @@ private Q_SLOTS:
 
         // The command blocks on its call, so it runs as a process while this thread serves it.
         QProcess cli;
-        cli.start(QStringLiteral(QM_ACTION_CLI), QStringList{"action"} + args);
+        cli.start(QStringLiteral(QM_ACTION_CLI), QStringList { "action" } + args);
         QVERIFY(QTest::qWaitFor([&] { return cli.state() == QProcess::NotRunning; }, 20000));
         QCOMPARE(QString::fromUtf8(cli.readAllStandardError()), stderrText);
         QCOMPARE(QString::fromUtf8(cli.readAllStandardOutput()), stdoutText);
@@ -178,7 +184,8 @@ private Q_SLOTS:
             window->close();
         } else {
             QQuickItem *item = button == "confirmButton" ? confirm : cancel;
-            QTest::mouseClick(window, Qt::LeftButton, {}, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint());
+            QTest::mouseClick(
+                window, Qt::LeftButton, {}, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint());
         }
         QTRY_VERIFY(answer.has_value());
         QCOMPARE(*answer, accepted);

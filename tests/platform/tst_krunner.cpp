@@ -16,12 +16,18 @@ private Q_SLOTS:
         QTest::newRow("start of a Chinese phrase") << "用 Quillmote 发"
                                                    << "SendMessageIntent\n"
                                                    << 30 << "发送消息";
-        QTest::newRow("whole phrase with words") << "用 quillmote 发消息 alice 晚上 见" << "SendMessageIntent\nalice 晚上 见" << 100
-                                                 << "发送消息：alice 晚上 见";
-        QTest::newRow("English, any case") << "MY QUILLMOTE FRIENDS" << "FriendsIntent\n" << 100 << "我的好友";
-        QTest::newRow("phrase run into a word") << "reply with quillmotex" << "" << 0 << "";
-        QTest::newRow("too short") << "用 " << "" << 0 << "";
-        QTest::newRow("unrelated") << "firefox" << "" << 0 << "";
+        QTest::newRow("whole phrase with words")
+            << "用 quillmote 发消息 alice 晚上 见"
+            << "SendMessageIntent\nalice 晚上 见" << 100 << "发送消息：alice 晚上 见";
+        QTest::newRow("English, any case") << "MY QUILLMOTE FRIENDS"
+                                           << "FriendsIntent\n"
+                                           << 100 << "我的好友";
+        QTest::newRow("phrase run into a word") << "reply with quillmotex"
+                                                << "" << 0 << "";
+        QTest::newRow("too short") << "用 "
+                                   << "" << 0 << "";
+        QTest::newRow("unrelated") << "firefox"
+                                   << "" << 0 << "";
     }
 
     void phrasesOfferTheirShortcut()

@@ -24,10 +24,7 @@ class TestNotchOverlay : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(qgetenv("QT_QPA_PLATFORM") == "xcb", "run under tests/support/session.sh");
-    }
+    void initTestCase() { QVERIFY2(qgetenv("QT_QPA_PLATFORM") == "xcb", "run under tests/support/session.sh"); }
 
     void init()
     {
@@ -65,14 +62,15 @@ private Q_SLOTS:
         m_server->stop();
         m_server.reset();
         m_env.reset();
-        xdotool({QStringLiteral("mousemove"), QStringLiteral("1400"), QStringLiteral("880")});
+        xdotool({ QStringLiteral("mousemove"), QStringLiteral("1400"), QStringLiteral("880") });
     }
 
     void arrivesCompactCentredWithoutTakingFocus()
     {
         SettingsStore::setFlag(SettingsStore::Key::sound, true);
         LogCapture log;
-        QVERIFY(startSim({"--sender", "lin-wei", "--title", "构建完成", "--body", "main 分支的测试全部通过了", "--msg-id", "m1"}));
+        QVERIFY(startSim(
+            { "--sender", "lin-wei", "--title", "构建完成", "--body", "main 分支的测试全部通过了", "--msg-id", "m1" }));
         QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
         QTRY_VERIFY(settled());
         QCOMPARE(m_notch->model().stateName(), QStringLiteral("compact"));
@@ -86,7 +84,7 @@ private Q_SLOTS:
         // Out of the taskbar: the window manager never sees it.
         const QString info = QString::fromUtf8([&] {
             QProcess p;
-            p.start(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::number(view()->winId())});
+            p.start(QStringLiteral("xwininfo"), { QStringLiteral("-id"), QString::number(view()->winId()) });
             p.waitForFinished(5000);
             return p.readAllStandardOutput();
         }());
@@ -124,7 +122,7 @@ private Q_SLOTS:
 
     void replyAndFillReachTheListeningTerminal()
     {
-        QVERIFY(startSim({"--sender", "alice", "--body", "能帮我看一下 PR #42 吗？", "--msg-id", "m3", "--listen"}));
+        QVERIFY(startSim({ "--sender", "alice", "--body", "能帮我看一下 PR #42 吗？", "--msg-id", "m3", "--listen" }));
         QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
         QTRY_VERIFY(settled());
         clickAt(view()->geometry().center()); // hover expands, the click pins
@@ -135,18 +133,20 @@ private Q_SLOTS:
         QTRY_VERIFY(m_notch->model().replyVisible());
         QTRY_COMPARE(QGuiApplication::focusWindow(), view());
         QTRY_VERIFY(item("replyField")->hasActiveFocus());
-        xdotool({"type", "--delay", "20", "on it, 5 min"});
+        xdotool({ "type", "--delay", "20", "on it, 5 min" });
         QTRY_COMPARE(m_notch->model().replyText(), QStringLiteral("on it, 5 min"));
         QTRY_VERIFY(settled());
         capture(QStringLiteral("notch-reply.png"));
-        xdotool({"key", "Return"});
-        QTRY_COMPARE(m_simOut, QByteArray("{\"type\":\"reply\",\"sender\":\"alice\",\"text\":\"on it, 5 min\",\"msgId\":\"m3\"}\n"));
+        xdotool({ "key", "Return" });
+        QTRY_COMPARE(m_simOut,
+            QByteArray("{\"type\":\"reply\",\"sender\":\"alice\",\"text\":\"on it, 5 min\",\"msgId\":\"m3\"}\n"));
         QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("已回复 ✓"));
         QVERIFY(!m_notch->model().replyVisible());
 
         m_simOut.clear();
         clickItem("fill");
-        QTRY_COMPARE(m_simOut, QByteArray("{\"type\":\"fill\",\"text\":\"能帮我看一下 PR #42 吗？\",\"msgId\":\"m3\"}\n"));
+        QTRY_COMPARE(
+            m_simOut, QByteArray("{\"type\":\"fill\",\"text\":\"能帮我看一下 PR #42 吗？\",\"msgId\":\"m3\"}\n"));
         QCOMPARE(m_notch->model().feedbackText(), QStringLiteral("已发送到终端 ⤵"));
         QVERIFY(m_log.contains(QStringLiteral("notch: fill (user-initiated, 16 chars, delivered=true) m3")));
         QTRY_VERIFY(settled());
@@ -155,7 +155,7 @@ private Q_SLOTS:
 
     void withoutTerminalFlashesThenEscapeAndRedDot()
     {
-        QVERIFY(startSim({"--sender", "bob", "--body", "ping", "--msg-id", "m4"}));
+        QVERIFY(startSim({ "--sender", "bob", "--body", "ping", "--msg-id", "m4" }));
         QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
         QTRY_VERIFY(m_sim->state() == QProcess::NotRunning);
         QTRY_COMPARE(m_server->clientCount(), 0);
@@ -167,7 +167,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("终端未连接"));
         clickItem("beginReply");
         QTRY_VERIFY(item("replyField")->hasActiveFocus());
-        xdotool({"type", "hello"});
+        xdotool({ "type", "hello" });
         QTRY_COMPARE(m_notch->model().replyText(), QStringLiteral("hello"));
         QTRY_VERIFY(settled());
         clickItem("send");
@@ -176,7 +176,7 @@ private Q_SLOTS:
         QVERIFY(m_log.contains(QStringLiteral("notch: reply NOT delivered (no client connected) m4")));
         capture(QStringLiteral("notch-offline.png"));
         // Escape closes the field, the red dot the card.
-        xdotool({"key", "Escape"});
+        xdotool({ "key", "Escape" });
         QTRY_VERIFY(!m_notch->model().replyVisible());
         QVERIFY(m_log.contains(QStringLiteral("notch: reply cancelled (esc) m4")));
         QTRY_VERIFY(settled());
@@ -210,9 +210,9 @@ bool TestNotchOverlay::startSim(const QStringList &args)
 {
     m_sim = std::make_unique<QProcess>();
     m_sim->setProcessChannelMode(QProcess::SeparateChannels);
-    connect(m_sim.get(), &QProcess::readyReadStandardOutput, this,
-            [this] { m_simOut += m_sim->readAllStandardOutput(); });
-    m_sim->start(QStringLiteral("node"), QStringList{simPath(), QStringLiteral("notify")} + args);
+    connect(
+        m_sim.get(), &QProcess::readyReadStandardOutput, this, [this] { m_simOut += m_sim->readAllStandardOutput(); });
+    m_sim->start(QStringLiteral("node"), QStringList { simPath(), QStringLiteral("notify") } + args);
     return m_sim->waitForStarted(5000);
 }
 
@@ -233,7 +233,10 @@ QString TestNotchOverlay::xdotool(const QStringList &args)
     return QString::fromUtf8(p.readAllStandardOutput());
 }
 
-QQuickView *TestNotchOverlay::view() const { return m_window ? m_window->view() : nullptr; }
+QQuickView *TestNotchOverlay::view() const
+{
+    return m_window ? m_window->view() : nullptr;
+}
 
 QQuickItem *TestNotchOverlay::item(const char *name) const
 {
@@ -242,13 +245,13 @@ QQuickItem *TestNotchOverlay::item(const char *name) const
 
 void TestNotchOverlay::moveTo(QPoint p)
 {
-    xdotool({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y())});
+    xdotool({ QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y()) });
 }
 
 void TestNotchOverlay::clickAt(QPoint p)
 {
-    xdotool({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y()), QStringLiteral("click"),
-             QStringLiteral("1")});
+    xdotool({ QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y()), QStringLiteral("click"),
+        QStringLiteral("1") });
 }
 
 void TestNotchOverlay::clickItem(const char *name)
@@ -277,7 +280,8 @@ bool TestNotchOverlay::settled() const
     const QVariant w = view()->rootObject()->property("targetWidth");
     const QVariant h = view()->rootObject()->property("targetHeight");
     return qAbs(shape->width() - w.toReal()) < 0.5 && qAbs(shape->height() - h.toReal()) < 0.5
-           && qAbs(view()->height() - std::ceil(shape->height())) <= 1 && qAbs(view()->width() - std::ceil(shape->width())) <= 1;
+        && qAbs(view()->height() - std::ceil(shape->height())) <= 1
+        && qAbs(view()->width() - std::ceil(shape->width())) <= 1;
 }
 
 // The overlay as it sits on a light desktop, top edge and all.

@@ -25,7 +25,7 @@ namespace {
 QString gdbus(const QStringList &args)
 {
     QProcess p;
-    p.start("gdbus", QStringList{"call", "--session"} + args);
+    p.start("gdbus", QStringList { "call", "--session" } + args);
     if (!QTest::qWaitFor([&] { return p.state() == QProcess::NotRunning; }, 5000))
         p.kill();
     return QString::fromUtf8(p.readAllStandardOutput()) + QString::fromUtf8(p.readAllStandardError());
@@ -33,13 +33,13 @@ QString gdbus(const QStringList &args)
 
 QString watcherProperty(const QString &name)
 {
-    return gdbus({"-d", "org.kde.StatusNotifierWatcher", "-o", "/StatusNotifierWatcher", "-m",
-                  "org.freedesktop.DBus.Properties.Get", "org.kde.StatusNotifierWatcher", name});
+    return gdbus({ "-d", "org.kde.StatusNotifierWatcher", "-o", "/StatusNotifierWatcher", "-m",
+        "org.freedesktop.DBus.Properties.Get", "org.kde.StatusNotifierWatcher", name });
 }
 
 QString layoutOf(const QString &service, const QString &menuPath)
 {
-    return gdbus({"-d", service, "-o", menuPath, "-m", "com.canonical.dbusmenu.GetLayout", "--", "0", "-1", "[]"});
+    return gdbus({ "-d", service, "-o", menuPath, "-m", "com.canonical.dbusmenu.GetLayout", "--", "0", "-1", "[]" });
 }
 
 void keep(const QImage &image, const QString &name)
@@ -68,14 +68,14 @@ private Q_SLOTS:
         QVERIFY(m_wm.waitForStarted());
         m_panel.start("xfce4-panel", {});
         QVERIFY(m_panel.waitForStarted());
-        QVERIFY2(QTest::qWaitFor([] { return watcherProperty("IsStatusNotifierHostRegistered").contains("true"); },
-                                 15000),
-                 "xfce4-panel registered no StatusNotifierItem host");
+        QVERIFY2(
+            QTest::qWaitFor([] { return watcherProperty("IsStatusNotifierHostRegistered").contains("true"); }, 15000),
+            "xfce4-panel registered no StatusNotifierItem host");
     }
 
     void cleanupTestCase()
     {
-        for (QProcess *p : {&m_panel, &m_wm}) {
+        for (QProcess *p : { &m_panel, &m_wm }) {
             p->terminate();
             if (!p->waitForFinished(3000))
                 p->kill();
@@ -93,9 +93,12 @@ private Q_SLOTS:
 
         UnixClient terminal;
         QVERIFY(terminal.connectTo(env.socketPath()));
-        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"早上好"})" "\n"
-                               R"({"type":"notify","sender":"carol","title":"Build","body":"done & dusted"})" "\n"
-                               R"({"type":"notify","sender":"ada lovelace","body":"新的想法"})" "\n"));
+        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"早上好"})"
+                               "\n"
+                               R"({"type":"notify","sender":"carol","title":"Build","body":"done & dusted"})"
+                               "\n"
+                               R"({"type":"notify","sender":"ada lovelace","body":"新的想法"})"
+                               "\n"));
         QVERIFY(log.waitFor("menubar: add @ada lovelace unread=3"));
 
         // The item the host knows about, and the menu it exports.
@@ -107,8 +110,8 @@ private Q_SLOTS:
         QVERIFY2(m.hasMatch(), qPrintable(items));
         const QString service = m.captured(1);
         const QString itemPath = m.captured(2);
-        const QString menuProp = gdbus({"-d", service, "-o", itemPath, "-m", "org.freedesktop.DBus.Properties.Get",
-                                        "org.kde.StatusNotifierItem", "Menu"});
+        const QString menuProp = gdbus({ "-d", service, "-o", itemPath, "-m", "org.freedesktop.DBus.Properties.Get",
+            "org.kde.StatusNotifierItem", "Menu" });
         const auto pm = QRegularExpression("objectpath '([^']+)'").match(menuProp);
         QVERIFY2(pm.hasMatch(), qPrintable(menuProp));
 
@@ -119,12 +122,12 @@ private Q_SLOTS:
                          return layout.contains("3 条未读");
                      },
                      5000),
-                 qPrintable(layout));
+            qPrintable(layout));
         // Rows in order, as the host reads them (Qt writes a literal "&" as "_&" in dbusmenu labels).
-        const QStringList rows{"最近消息 · 3 条未读", "● @ada lovelace — 新的想法 · 刚刚", "● Build — done _& dusted · 刚刚",
-                               "● @bob — 早上好 · 刚刚", "清除全部", "快捷开关", "聚焦终端时安静", "好友身份通知 + 头像",
-                               "紧迫度自适应", "按好友配专注打断", "敏感操作需 Touch ID", "打开 Quillmote", "偏好设置…",
-                               "退出 Quillmote"};
+        const QStringList rows { "最近消息 · 3 条未读", "● @ada lovelace — 新的想法 · 刚刚",
+            "● Build — done _& dusted · 刚刚", "● @bob — 早上好 · 刚刚", "清除全部", "快捷开关", "聚焦终端时安静",
+            "好友身份通知 + 头像", "紧迫度自适应", "按好友配专注打断", "敏感操作需 Touch ID", "打开 Quillmote",
+            "偏好设置…", "退出 Quillmote" };
         qsizetype at = 0;
         for (const QString &row : rows) {
             const qsizetype found = layout.indexOf("'" + row + "'", at);
@@ -134,7 +137,7 @@ private Q_SLOTS:
         QVERIFY(layout.contains("'toggle-type': <'checkmark'>"));
 
         // The icon the host shows: avatar with badge (full step of the pulse).
-        const QImage icon = SystemTray::drawIcon({"ada lovelace", 3, false});
+        const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });
         QCOMPARE(icon.pixelColor(32, 32).alpha(), 255);
         keep(icon, "tray-icon-avatar-badge.png");
         QTest::qWait(1500); // let the panel draw the newest icon
@@ -149,12 +152,7 @@ private Q_SLOTS:
         app.tray().menu()->hide();
 
         app.menuBar().clearAll();
-        QVERIFY(QTest::qWaitFor(
-            [&] {
-                return layoutOf(service, pm.captured(1))
-                    .contains("最近消息 · 无未读");
-            },
-            5000));
+        QVERIFY(QTest::qWaitFor([&] { return layoutOf(service, pm.captured(1)).contains("最近消息 · 无未读"); }, 5000));
     }
 
 private:

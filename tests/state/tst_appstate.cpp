@@ -8,13 +8,16 @@
 
 namespace {
 
-Message msg(const QString &id, const QString &peer, const QString &createdAt, const QByteArray &content = R"({"text":"hi"})",
-            const QString &direction = "in", const QString &type = "text")
+Message msg(const QString &id, const QString &peer, const QString &createdAt,
+    const QByteArray &content = R"({"text":"hi"})", const QString &direction = "in", const QString &type = "text")
 {
-    return Message{id, peer, direction, type, std::nullopt, createdAt, *JSONValue::fromJson(content)};
+    return Message { id, peer, direction, type, std::nullopt, createdAt, *JSONValue::fromJson(content) };
 }
 
-Contact contactOf(const QString &handle) { return Contact{handle, "F-" + handle, QStringLiteral("connected")}; }
+Contact contactOf(const QString &handle)
+{
+    return Contact { handle, "F-" + handle, QStringLiteral("connected") };
+}
 
 QStringList peers(const QList<Session> &sessions)
 {
@@ -35,10 +38,11 @@ QStringList ids(const QList<Message> &messages)
 PanelState sample()
 {
     PanelState s;
-    s.contacts = {contactOf("bob"), contactOf("carol")};
+    s.contacts = { contactOf("bob"), contactOf("carol") };
     s.messages = {
         msg("b1", "bob", "2024-05-01T10:00:00Z", R"({"text":"Morning"})"),
-        msg("a1", "amy", "2024-05-01T11:00:00Z", R"({"parts":[{"kind":"code","code":"SELECT needle FROM t","lang":"sql"}]})"),
+        msg("a1", "amy", "2024-05-01T11:00:00Z",
+            R"({"parts":[{"kind":"code","code":"SELECT needle FROM t","lang":"sql"}]})"),
         msg("a2", "amy", "2024-05-01T12:00:00Z", R"({"text":"later"})", "out"),
         msg("b2", "bob", "2024-05-01T09:00:00Z", R"({"text":"Earlier but later in the document"})"),
         msg("d1", "dave", "not a date", R"({"text":"undated"})"),
@@ -62,7 +66,7 @@ private Q_SLOTS:
         app.setState(sample());
         QCOMPARE(changed.count(), 1);
         // dave's only message has no usable time (0); carol has no messages and sorts last.
-        QCOMPARE(peers(app.sessions()), QStringList({"amy", "bob", "dave", "carol"}));
+        QCOMPARE(peers(app.sessions()), QStringList({ "amy", "bob", "dave", "carol" }));
         QCOMPARE(app.sessions()[0].last->id, QStringLiteral("a2"));
         QCOMPARE(app.sessions()[1].last->id, QStringLiteral("b1")); // the dated newest, not the last in the document
         QCOMPARE(app.sessions()[1].contact->handle, QStringLiteral("bob"));
@@ -80,8 +84,8 @@ private Q_SLOTS:
         s.messages.append(msg("b3", "bob", "2024-05-01T10:00:00.000Z"));
         AppState app;
         app.setState(s);
-        QCOMPARE(ids(app.conversation("bob")), QStringList({"b2", "b1", "b3"}));
-        QCOMPARE(ids(app.conversation("dave")), QStringList({"d1"}));
+        QCOMPARE(ids(app.conversation("bob")), QStringList({ "b2", "b1", "b3" }));
+        QCOMPARE(ids(app.conversation("dave")), QStringList({ "d1" }));
         QVERIFY(app.conversation("nobody").isEmpty());
     }
 
@@ -89,10 +93,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("search");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("empty") << "" << QStringList({"amy", "bob", "dave", "carol"});
-        QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({"carol"});
-        QTest::newRow("preview") << "morn" << QStringList({"bob"});
-        QTest::newRow("code in an older message") << "NEEDLE" << QStringList({"amy"});
+        QTest::newRow("empty") << "" << QStringList({ "amy", "bob", "dave", "carol" });
+        QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({ "carol" });
+        QTest::newRow("preview") << "morn" << QStringList({ "bob" });
+        QTest::newRow("code in an older message") << "NEEDLE" << QStringList({ "amy" });
         QTest::newRow("across two messages matches nothing") << "hi\x1fmorning" << QStringList();
     }
 
@@ -119,7 +123,7 @@ private Q_SLOTS:
         QSignalSpy filtered(&app, &AppState::filteredSessionsChanged);
         app.setState(s);
         QCOMPARE(filtered.count(), 1);
-        QCOMPARE(peers(app.filteredSessions()), QStringList({"bob"}));
+        QCOMPARE(peers(app.filteredSessions()), QStringList({ "bob" }));
         QCOMPARE(app.preview("bob"), QStringLiteral("Walrus sighted"));
 
         // A change of blanks or case only does not re-filter.
@@ -191,7 +195,7 @@ private Q_SLOTS:
         PanelState s = sample();
         app.submitState(s);
         QVERIFY(app.sessions().isEmpty()); // nothing is derived on the caller's thread
-        for (const char *id : {"x1", "x2", "x3"}) {
+        for (const char *id : { "x1", "x2", "x3" }) {
             s.messages.append(msg(id, "zoe", "2024-06-01T10:00:00Z"));
             app.submitState(s);
         }
@@ -202,7 +206,7 @@ private Q_SLOTS:
 
         // A state taken at once outdates whatever is still being derived.
         app.submitState(sample());
-        app.setState(PanelState{});
+        app.setState(PanelState {});
         QTest::qWait(200);
         QVERIFY(app.sessions().isEmpty());
     }

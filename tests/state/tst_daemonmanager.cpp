@@ -34,7 +34,8 @@ private Q_SLOTS:
         QVERIFY(log.contains(QStringLiteral("daemon: state server silent — attempting to spawn `quillmote web`")));
         const std::optional<pid_t> pid = DaemonManager::shared().childPid();
         QVERIFY(pid);
-        QVERIFY(log.contains(QStringLiteral("daemon: spawned `%1 web --port %2` (pid %3)").arg(simPath()).arg(port).arg(*pid)));
+        QVERIFY(log.contains(
+            QStringLiteral("daemon: spawned `%1 web --port %2` (pid %3)").arg(simPath()).arg(port).arg(*pid)));
         QVERIFY(log.contains(QStringLiteral("daemon: spawned server is now responding")));
         QCOMPARE(log.find(QStringLiteral("daemon: spawned `")).category, QStringLiteral("stateclient"));
 

@@ -76,8 +76,8 @@ private:
             s->write("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-cache\r\n\r\n: hi\n\n");
         } else {
             ++stateRequests;
-            s->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " + QByteArray::number(body.size())
-                     + "\r\n\r\n" + body);
+            s->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: "
+                + QByteArray::number(body.size()) + "\r\n\r\n" + body);
         }
         s->flush();
     }
@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(state.size(), 1);
 
         // The server answers 500 for several polls in a row: offline once.
-        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500")}));
+        QVERIFY(sim.command({ QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500") }));
         QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
         const int fetches = client.fetchCount();
         QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
@@ -147,7 +147,7 @@ private Q_SLOTS:
 
         // Back: the connected line once more, with the counts; the unchanged document is not
         // published again.
-        QVERIFY(sim.command({QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200")}));
+        QVERIFY(sim.command({ QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200") }));
         QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
         const int fetchesBack = client.fetchCount();
         QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
@@ -205,7 +205,7 @@ private Q_SLOTS:
         const QString file = env.root() + QStringLiteral("/state.json");
         QVERIFY(writeFile(file, documentWith(5)));
         auto sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+        QVERIFY(sim->start(port, { QStringLiteral("--state"), file }));
 
         StateClient client;
         client.start();
@@ -229,7 +229,7 @@ private Q_SLOTS:
 
         QVERIFY(writeFile(file, documentWith(8)));
         sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port, {QStringLiteral("--state"), file}));
+        QVERIFY(sim->start(port, { QStringLiteral("--state"), file }));
         QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
         QCOMPARE(client.connection(), StateClient::Connection::connected);
         QCOMPARE(log.count(QStringLiteral("offline: ")), 2);

@@ -30,7 +30,7 @@ void LogCapture::handler(QtMsgType type, const QMessageLogContext &ctx, const QS
                                             : QStringLiteral("error");
     {
         QMutexLocker lock(&self->m_lock);
-        self->m_lines.append({level, category, msg});
+        self->m_lines.append({ level, category, msg });
     }
     // Qt's own warnings still reach the console; ours too with QM_TEST_VERBOSE=1.
     static const bool verbose = qgetenv("QM_TEST_VERBOSE") == "1";

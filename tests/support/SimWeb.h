@@ -30,7 +30,8 @@ public:
     {
         m_port = port;
         m_process.setProgram(simPath());
-        m_process.setArguments(QStringList{QStringLiteral("web"), QStringLiteral("--port"), QString::number(port)} + extra);
+        m_process.setArguments(
+            QStringList { QStringLiteral("web"), QStringLiteral("--port"), QString::number(port) } + extra);
         m_process.setProcessChannelMode(QProcess::SeparateChannels);
         m_process.start();
         if (!m_process.waitForStarted(5000))
@@ -51,7 +52,7 @@ public:
     bool command(const QStringList &args)
     {
         QProcess p;
-        p.start(simPath(), args + QStringList{QStringLiteral("--port"), QString::number(m_port)});
+        p.start(simPath(), args + QStringList { QStringLiteral("--port"), QString::number(m_port) });
         return p.waitForFinished(10000) && p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
     }
 

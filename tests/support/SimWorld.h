@@ -46,11 +46,10 @@ struct SimWorld {
     // Replaces some top-level fields of the stand-in's state (the rest keep their defaults).
     void setState(const QJsonObject &fields)
     {
-        QJsonObject state{{"me", "me"},          {"friends", QJsonArray{"alice", "bob"}},
-                          {"requests", QJsonArray{"carol"}},
-                          {"contacts", QJsonArray{}}, {"shares", QJsonArray{}}, {"devices", QJsonArray{}},
-                          {"inbox", QJsonArray{}},   {"blocked", QJsonArray{}}, {"acceptStrangers", false},
-                          {"capabilities", QJsonValue()}, {"sent", QJsonArray{}}};
+        QJsonObject state { { "me", "me" }, { "friends", QJsonArray { "alice", "bob" } },
+            { "requests", QJsonArray { "carol" } }, { "contacts", QJsonArray {} }, { "shares", QJsonArray {} },
+            { "devices", QJsonArray {} }, { "inbox", QJsonArray {} }, { "blocked", QJsonArray {} },
+            { "acceptStrangers", false }, { "capabilities", QJsonValue() }, { "sent", QJsonArray {} } };
         for (auto it = fields.begin(); it != fields.end(); ++it)
             state.insert(it.key(), it.value());
         QFile f(statePath());

@@ -24,7 +24,7 @@ TestEnv::~TestEnv()
 
 void TestEnv::remember(const char *name)
 {
-    m_saved.append({QByteArray(name), qEnvironmentVariableIsSet(name) ? qgetenv(name) : kUnset});
+    m_saved.append({ QByteArray(name), qEnvironmentVariableIsSet(name) ? qgetenv(name) : kUnset });
 }
 
 void TestEnv::set(const char *name, const QByteArray &value)
@@ -39,5 +39,11 @@ void TestEnv::unset(const char *name)
     qunsetenv(name);
 }
 
-QString sourceDir() { return QStringLiteral(QM_SOURCE_DIR); }
-QString simPath() { return sourceDir() + QStringLiteral("/tools/quillmote-sim"); }
+QString sourceDir()
+{
+    return QStringLiteral(QM_SOURCE_DIR);
+}
+QString simPath()
+{
+    return sourceDir() + QStringLiteral("/tools/quillmote-sim");
+}

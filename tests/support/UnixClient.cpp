@@ -9,13 +9,16 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-UnixClient::~UnixClient() { close(); }
+UnixClient::~UnixClient()
+{
+    close();
+}
 
 bool UnixClient::connectTo(const QString &path, int timeoutMs)
 {
     close();
     const QByteArray p = path.toUtf8();
-    sockaddr_un addr{};
+    sockaddr_un addr {};
     addr.sun_family = AF_UNIX;
     if (size_t(p.size()) >= sizeof(addr.sun_path))
         return false;
@@ -54,7 +57,7 @@ QByteArray UnixClient::readLine(int timeoutMs)
             m_pending.remove(0, nl + 1);
             return line;
         }
-        pollfd pfd{m_fd, POLLIN, 0};
+        pollfd pfd { m_fd, POLLIN, 0 };
         const int left = int(deadline.remainingTime());
         if (left <= 0 || ::poll(&pfd, 1, left) <= 0)
             return {};

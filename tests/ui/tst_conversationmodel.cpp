@@ -8,8 +8,9 @@
 namespace {
 Message msg(const QString &id, const QString &createdAt, const QString &text = QStringLiteral("hi"))
 {
-    return Message{id, QStringLiteral("alice"), QStringLiteral("in"), QStringLiteral("text"), QStringLiteral("delivered"),
-                   createdAt, JSONValue::object({{QStringLiteral("text"), JSONValue::string(text)}})};
+    return Message { id, QStringLiteral("alice"), QStringLiteral("in"), QStringLiteral("text"),
+        QStringLiteral("delivered"), createdAt,
+        JSONValue::object({ { QStringLiteral("text"), JSONValue::string(text) } }) };
 }
 
 QString localStamp(const QDate &day, int hour)
@@ -27,7 +28,8 @@ private Q_SLOTS:
         AppState state;
         const QDate day(2023, 3, 4);
         PanelState doc;
-        doc.messages = {msg("b", localStamp(day, 12)), msg("a", localStamp(day, 9)), msg("c", localStamp(day.addDays(1), 8))};
+        doc.messages
+            = { msg("b", localStamp(day, 12)), msg("a", localStamp(day, 9)), msg("c", localStamp(day.addDays(1), 8)) };
         state.setState(doc);
         ConversationModel model(state, nullptr);
         model.setPeer(QStringLiteral("alice"));
@@ -48,7 +50,7 @@ private Q_SLOTS:
         AppState state;
         const QDate day(2023, 3, 4);
         PanelState doc;
-        doc.messages = {msg("a", localStamp(day, 9)), msg("b", localStamp(day, 10))};
+        doc.messages = { msg("a", localStamp(day, 9)), msg("b", localStamp(day, 10)) };
         state.setState(doc);
         ConversationModel model(state, nullptr);
         model.setPeer(QStringLiteral("alice"));
@@ -80,8 +82,9 @@ private Q_SLOTS:
         AppState state;
         PanelState doc;
         Message m = msg("f", QStringLiteral("2024-01-01T10:00:00Z"));
-        m.content = JSONValue::fromJson(R"({"parts":[{"kind":"file","name":"r.pdf","bytes":2048,"data":"QUJD"}]})").value();
-        doc.messages = {m};
+        m.content
+            = JSONValue::fromJson(R"({"parts":[{"kind":"file","name":"r.pdf","bytes":2048,"data":"QUJD"}]})").value();
+        doc.messages = { m };
         state.setState(doc);
         ConversationModel model(state, nullptr);
         model.setPeer(QStringLiteral("alice"));

@@ -1,13 +1,13 @@
-#include "core/SettingsStore.h"
 #include "cli/CLIRunner.h"
+#include "core/SettingsStore.h"
 #include "platform/QmlViews.h"
 #include "state/AppState.h"
 #include "state/DaemonManager.h"
 #include "state/StateClient.h"
 #include "state/StateWiring.h"
 #include "support/LogCapture.h"
-#include "support/TestEnv.h"
 #include "support/SimWeb.h"
+#include "support/TestEnv.h"
 #include "ui/ConversationModel.h"
 #include "ui/MainViewModel.h"
 #include "ui/MainWindowController.h"
@@ -47,7 +47,10 @@ QQuickItem *findItem(QQuickItem *item, const QString &name)
     return nullptr;
 }
 
-QQuickItem *findItem(QQuickWindow *window, const QString &name) { return findItem(window->contentItem(), name); }
+QQuickItem *findItem(QQuickWindow *window, const QString &name)
+{
+    return findItem(window->contentItem(), name);
+}
 
 QString partsText(const ConversationModel *model, int row)
 {
@@ -80,7 +83,7 @@ private Q_SLOTS:
         LogCapture log;
         const quint16 port = freePort();
         SimWeb web;
-        QVERIFY(web.start(port, {QStringLiteral("--messages"), QStringLiteral("60")}));
+        QVERIFY(web.start(port, { QStringLiteral("--messages"), QStringLiteral("60") }));
         env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
 
         AppState state;
@@ -99,8 +102,8 @@ private Q_SLOTS:
         QTRY_COMPARE(list->property("count").toInt(), 15);
         QCOMPARE(state.unreadCount(QStringLiteral("alice")), 0);
 
-        QVERIFY(web.command({QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("alice"), QStringLiteral("--text"),
-                             QStringLiteral("pushed from the stand-in")}));
+        QVERIFY(web.command({ QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("alice"),
+            QStringLiteral("--text"), QStringLiteral("pushed from the stand-in") }));
         QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 3000));
         QVERIFY(partsText(conversation, 0).contains(QStringLiteral("pushed from the stand-in")));
         QTRY_COMPARE(list->property("count").toInt(), 16);
