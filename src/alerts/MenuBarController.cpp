@@ -43,6 +43,7 @@ void MenuBarController::addMessage(const QString &sender, const QString &title, 
         m_recents.removeLast();
     m_lastSender = sender;
     updateIcon();
+    m_tray.refreshMenu();
     startIconAttention();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: add @%1 unread=%2").arg(sender).arg(m_unread));
 }
@@ -60,6 +61,7 @@ void MenuBarController::markRead(const QString &sender)
     if (m_unread == 0)
         stopIconAttention();
     updateIcon();
+    m_tray.refreshMenu();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: markRead @%1 unread=%2").arg(sender).arg(m_unread));
 }
 
@@ -99,6 +101,7 @@ void MenuBarController::stopIconAttention()
     m_dimmed = false;
 }
 
+// Only the icon changes: the menu's rows and their ids stay as they are.
 void MenuBarController::pulseStep()
 {
     m_dimmed = !m_dimmed;
@@ -150,13 +153,16 @@ QList<MenuEntry> MenuBarController::buildMenu()
     quick.kind = MenuEntry::Kind::Submenu;
     quick.text = QStringLiteral("快捷开关");
     quick.iconName = QStringLiteral("preferences-other");
-    auto addSwitch = [&quick](const Switch &s) {
+    auto addSwitch = [this, &quick](const Switch &s) {
         MenuEntry e;
         e.text = QString::fromUtf8(s.text);
         e.iconName = QString::fromUtf8(s.icon);
         e.checkable = true;
         e.checked = SettingsStore::flag(s.key, s.defaultValue);
-        e.trigger = [s] { SettingsStore::toggle(s.key, s.defaultValue); };
+        e.trigger = [this, s] {
+            SettingsStore::toggle(s.key, s.defaultValue);
+            m_tray.refreshMenu();
+        };
         quick.children << e;
     };
     quick.children << MenuEntry::header(QStringLiteral("通知"));
