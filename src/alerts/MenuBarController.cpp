@@ -2,18 +2,11 @@
 
 #include "core/Log.h"
 #include "core/SettingsStore.h"
+#include "model/Format.h"
 
 #include <QCoreApplication>
 
 namespace {
-
-QString oneLine(const QString &text, int maxChars)
-{
-    QString s = text.simplified();
-    if (s.size() > maxChars)
-        s = s.left(maxChars - 1) + QChar(0x2026);
-    return s;
-}
 
 struct Switch {
     SettingsStore::Key key;
@@ -126,8 +119,9 @@ QList<MenuEntry> MenuBarController::buildMenu()
     const QDateTime now = m_now();
     for (const RecentItem &item : m_recents) {
         MenuEntry e;
-        e.text = oneLine(item.title, 40);
-        e.subtitle = oneLine(item.body, 48) + QStringLiteral(" · ") + relativeTime(item.receivedAt, now);
+        e.text = Format::oneLine(item.title, 40);
+        e.subtitle = Format::oneLine(item.body, Format::PreviewLimit::menuRow) + QStringLiteral(" · ")
+            + relativeTime(item.receivedAt, now);
         e.emphasized = !item.read;
         const QString sender = item.sender;
         e.trigger = [this, sender] { openRecent(sender); };
