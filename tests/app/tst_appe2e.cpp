@@ -209,8 +209,8 @@ private Q_SLOTS:
 
         // The monitor watches from the moment the bus confirms it (its own name is then
         // taken away); its output is kept whole, since a message may arrive in pieces.
+        QByteArray monitored; // outlives the process, which may still report as it ends
         QProcess monitor;
-        QByteArray monitored;
         connect(&monitor, &QProcess::readyReadStandardOutput, &monitor,
             [&] { monitored += monitor.readAllStandardOutput(); });
         monitor.start("dbus-monitor", { "--session", "interface='org.freedesktop.Notifications',member='Notify'" });

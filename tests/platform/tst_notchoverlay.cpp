@@ -202,7 +202,7 @@ private Q_SLOTS:
         frame.body = QStringLiteral("<b>hi</b><img src=\"%1\">").arg(web.url("/body")) + QString(2'000'000, u'x');
         frame.codeText = QStringLiteral("<img src=\"%1\">").arg(web.url("/code"));
         frame.msgId = QStringLiteral("m5");
-        m_notch->present(frame, 1, false);
+        m_notch->present(frame, 1, Alert {});
         QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
         m_notch->model().action(QStringLiteral("expand"));
         QTRY_VERIFY(m_notch->model().stateName() == QStringLiteral("expanded") && settled());
