@@ -88,6 +88,7 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
     QPointer<SocketServer> owner;
 
     std::atomic<int> listenFD { -1 };
+    std::function<int(int)> acceptFn = [](int fd) { return ::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC); };
     int lockFD = -1; // advisory lock beside the socket; only the holder touches the file
     bool ownsPath = false; // set on the set-up thread, read by stop() after running is false
 
@@ -243,7 +244,7 @@ void SocketServer::Shared::acceptLoop()
     auto pause = firstPause;
     bool failing = false;
     while (isRunning()) {
-        const int cfd = ::accept4(listenFD, nullptr, nullptr, SOCK_CLOEXEC);
+        const int cfd = acceptFn(listenFD);
         if (cfd < 0) {
             const int err = errno;
             if (err == EINTR)
@@ -383,6 +384,11 @@ void SocketServer::stop()
         ::close(d->lockFD);
         d->lockFD = -1;
     }
+}
+
+void SocketServer::setAcceptForTesting(std::function<int(int)> accept)
+{
+    d->acceptFn = std::move(accept);
 }
 
 int SocketServer::clientCount() const
