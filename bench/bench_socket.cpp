@@ -1,5 +1,5 @@
 // The socket link: frame decode rate, ingestion from 8 terminals through SocketServer to
-// onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
+// notifyReceived on the main thread beside a plain reader of the same bytes, broadcast time.
 #include "BenchReport.h"
 #include "ipc/Frames.h"
 #include "ipc/SocketServer.h"
@@ -115,8 +115,9 @@ double serverRate(const QByteArray &path, long long &counted)
     SocketServer server(QString::fromUtf8(path));
     long long frames = 0;
     bool listening = false;
-    server.onNotify = [&](const NotifyFrame &) { ++frames; };
-    server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+    QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { ++frames; });
+    QObject::connect(&server, &SocketServer::logged,
+        [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
     server.start();
     while (!listening)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
@@ -170,7 +171,8 @@ int main(int argc, char *argv[])
     {
         SocketServer server(QString::fromUtf8(path));
         bool listening = false;
-        server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+        QObject::connect(&server, &SocketServer::logged,
+            [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
         server.start();
         while (!listening)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);

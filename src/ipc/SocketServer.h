@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
 #include <memory>
 
 // The local end of the link with the command-line tool: a per-user Unix stream socket
@@ -13,7 +12,7 @@
 // hands every notify frame to the main thread and writes reply/fill frames back to all.
 //
 // Set-up and accept run on a thread of their own, each client is read on its own thread,
-// and onNotify/onLog are always called on the main thread. Its failure never stops the
+// and notifyReceived/logged are always emitted on the main thread. Its failure never stops the
 // app: the link is logged and disabled.
 class SocketServer : public QObject
 {
@@ -39,8 +38,9 @@ public:
     // Seconds a blocked write to one client may take before that client is abandoned.
     static constexpr int sendTimeoutSeconds = 2;
 
-    std::function<void(const NotifyFrame &)> onNotify;
-    std::function<void(const QString &)> onLog;
+Q_SIGNALS:
+    void notifyReceived(const NotifyFrame &frame);
+    void logged(const QString &line);
 
 private:
     bool broadcastLine(QByteArray line);
