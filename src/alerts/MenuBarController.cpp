@@ -36,6 +36,7 @@ void MenuBarController::addMessage(const QString &sender, const QString &title, 
         m_recents.removeLast();
     m_lastSender = sender;
     updateIcon();
+    m_tray.refreshMenu();
     startIconAttention();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: add @%1 unread=%2").arg(sender).arg(m_unread));
 }
@@ -53,6 +54,7 @@ void MenuBarController::markRead(const QString &sender)
     if (m_unread == 0)
         stopIconAttention();
     updateIcon();
+    m_tray.refreshMenu();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: markRead @%1 unread=%2").arg(sender).arg(m_unread));
 }
 
@@ -92,6 +94,7 @@ void MenuBarController::stopIconAttention()
     m_dimmed = false;
 }
 
+// Only the icon changes: the menu's rows and their ids stay as they are.
 void MenuBarController::pulseStep()
 {
     m_dimmed = !m_dimmed;
@@ -154,7 +157,10 @@ QList<MenuEntry> MenuBarController::buildMenu()
         e.iconName = QString::fromUtf8(s.icon);
         e.checkable = true;
         e.checked = SettingsStore::flag(s.key);
-        e.trigger = [key = s.key] { SettingsStore::toggle(key); };
+        e.trigger = [this, key = s.key] {
+            SettingsStore::toggle(key);
+            m_tray.refreshMenu();
+        };
         quick.children << e;
     }
     rows << quick << MenuEntry::separator();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QObject>
 #include <QRect>
 #include <QString>
 
@@ -18,12 +19,22 @@ struct NotchScreen {
     bool operator==(const NotchScreen &) const = default;
 };
 
-// The screens of the desktop.
-class ScreenSource
+// The screens of the desktop, and where the user is looking.
+class ScreenSource : public QObject
 {
+    Q_OBJECT
 public:
-    virtual ~ScreenSource() = default;
+    using QObject::QObject;
     virtual QList<NotchScreen> screens() const = 0;
     // Index of the primary screen in screens(), or -1.
     virtual int primaryIndex() const = 0;
+    // Index of the screen holding the window with keyboard focus (any application's), or -1
+    // when the session cannot tell.
+    virtual int focusedIndex() const { return -1; }
+    // Index of the screen under the pointer, or -1 when the session cannot tell.
+    virtual int pointerIndex() const { return -1; }
+
+Q_SIGNALS:
+    // A screen was added or removed or changed its geometry.
+    void changed();
 };
