@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 // The local end of the link with the command-line tool: a per-user Unix stream socket
@@ -37,6 +38,10 @@ public:
     int clientCount() const;
     // Seconds a blocked write to one client may take before that client is abandoned.
     static constexpr int sendTimeoutSeconds = 2;
+
+    // Tests only, before start(): stands in for accept4() on the listening descriptor, with
+    // errno set as accept4() sets it.
+    void setAcceptForTesting(std::function<int(int)> accept);
 
 Q_SIGNALS:
     void notifyReceived(const NotifyFrame &frame);

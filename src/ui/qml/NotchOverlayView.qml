@@ -90,6 +90,7 @@ Item {
                 attention: root.compact
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.left: stripAvatar.right
                 anchors.leftMargin: 10
                 anchors.right: stripDot.left
@@ -111,6 +112,7 @@ Item {
             }
             Text {
                 id: stripCount
+                textFormat: Text.PlainText
                 anchors.right: parent.right
                 anchors.rightMargin: 14
                 anchors.verticalCenter: parent.verticalCenter
@@ -153,6 +155,7 @@ Item {
                     anchors.rightMargin: 8
                     anchors.verticalCenter: parent.verticalCenter
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         text: notch.title
                         color: "white"
@@ -161,6 +164,7 @@ Item {
                         elide: Text.ElideRight
                     }
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         visible: notch.title !== "@" + notch.sender || notch.queued > 0
                         text: "@" + notch.sender + (notch.queued > 0 ? "  ·  还有 " + notch.queued + " 条" : "")
@@ -171,6 +175,7 @@ Item {
                 }
                 Text {
                     id: feedbackLabel
+                    textFormat: Text.PlainText
                     anchors.right: closeDot.left
                     anchors.rightMargin: 10
                     anchors.verticalCenter: parent.verticalCenter
@@ -199,6 +204,7 @@ Item {
                     Accessible.name: "关闭"
                     Accessible.onPressAction: notch.action("dismiss")
                     Text {
+                        textFormat: Text.PlainText
                         anchors.centerIn: parent
                         visible: root.closeHovering
                         text: "×"
@@ -217,6 +223,7 @@ Item {
             }
 
             Text {
+                textFormat: Text.PlainText
                 width: parent.width
                 text: notch.body
                 color: "#e5e5ea"
@@ -235,6 +242,7 @@ Item {
                 border.color: "#3a3a3c"
                 Text {
                     id: code
+                    textFormat: Text.PlainText
                     x: 10
                     y: 8
                     width: parent.width - 20
