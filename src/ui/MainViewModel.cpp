@@ -158,6 +158,5 @@ void MainViewModel::launchServer()
 
 void MainViewModel::openPreferences()
 {
-    if (onOpenPreferences)
-        onOpenPreferences();
+    Q_EMIT openPreferencesRequested();
 }

@@ -4,8 +4,6 @@
 #include <QPointer>
 #include <QVariantList>
 
-#include <functional>
-
 class AppState;
 class ContentImageProvider;
 class ConversationModel;
@@ -63,14 +61,14 @@ public:
     Q_INVOKABLE void launchServer();
     Q_INVOKABLE void openPreferences();
 
-    std::function<void()> onOpenPreferences;
-
 Q_SIGNALS:
     void offlineChanged();
     void launchChanged();
     void selectionChanged();
     void searchTextChanged();
     void profileChanged();
+    // The offline view's preferences link.
+    void openPreferencesRequested();
 
 private:
     void followSelection();
