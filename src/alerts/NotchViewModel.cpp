@@ -1,7 +1,6 @@
 #include "alerts/NotchViewModel.h"
 
-#include <QColor>
-#include <QRegularExpression>
+#include "alerts/MonogramAvatar.h"
 
 NotchViewModel::NotchViewModel(QObject *parent)
     : QObject(parent)
@@ -31,31 +30,12 @@ QString NotchViewModel::codeText() const
 
 QString NotchViewModel::initials() const
 {
-    if (!m_item)
-        return {};
-    // Handles are often "first-last" or "first_last": take the first letter of each of
-    // the first two words, else the first two characters.
-    static const QRegularExpression separators(QStringLiteral("[-_.\\s]+"));
-    const QStringList words = m_item->sender.split(separators, Qt::SkipEmptyParts);
-    QString out;
-    if (words.size() >= 2)
-        out = words.at(0).left(1) + words.at(1).left(1);
-    else
-        out = m_item->sender.left(2);
-    return out.toUpper();
+    return m_item ? MonogramAvatar::initials(m_item->sender) : QString();
 }
 
 QString NotchViewModel::avatarColor() const
 {
-    if (!m_item)
-        return QStringLiteral("#5b6b7f");
-    // A stable hue per sender, so the same agent always gets the same colour.
-    // FNV-1a, not qHash: Qt's string hash is seeded per process.
-    quint32 h = 2166136261u;
-    for (const QChar c : m_item->sender)
-        h = (h ^ c.unicode()) * 16777619u;
-    const int hue = int(h % 360);
-    return QColor::fromHsl(hue, 150, 110).name();
+    return MonogramAvatar::handleColor(m_item ? m_item->sender : QString()).name();
 }
 
 QString NotchViewModel::accessibleLabel() const

@@ -108,10 +108,18 @@ QString NotificationController::bodyText(const QString &text) const
     return m_server.has(QStringLiteral("body-markup")) ? text.toHtmlEscaped() : text;
 }
 
+QString NotificationController::summaryOf(const NotifyFrame &frame)
+{
+    // The sender first: a title alone does not say who wrote.
+    const QString who = QStringLiteral("@") + frame.sender;
+    const QString title = frame.title.value_or(QString()).trimmed();
+    return title.isEmpty() ? who : who + QStringLiteral(" · ") + title;
+}
+
 Banner NotificationController::messageBanner(const NotifyFrame &frame)
 {
     Banner b;
-    b.summary = frame.title.value_or(QStringLiteral("@") + frame.sender);
+    b.summary = summaryOf(frame);
     b.body = bodyText(frame.body);
     b.category = kCategory;
     b.suppressSound = true;
@@ -151,6 +159,23 @@ void NotificationController::present(const NotifyFrame &frame)
     if (shown.msgId && shown.msgId->isEmpty())
         shown.msgId.reset();
     send(banner, shown);
+}
+
+void NotificationController::presentNotice(const QString &summary, const QString &body, bool failed)
+{
+    if (m_state != State::enabled) {
+        log(QStringLiteral("notifications: no server — answer of \"%1\" not shown").arg(summary));
+        return;
+    }
+    Banner b;
+    b.summary = summary;
+    b.body = bodyText(body);
+    b.category = failed ? QStringLiteral("x-quillmote.action.error") : QStringLiteral("x-quillmote.action");
+    const QPointer<NotificationController> self(this);
+    m_port.post(b, [self](quint32 id, const QString &error) {
+        if (self && id == 0)
+            self->log(QStringLiteral("notifications: add failed: ") + error);
+    });
 }
 
 void NotificationController::send(Banner banner, const Shown &shown)
