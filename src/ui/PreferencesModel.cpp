@@ -1,7 +1,9 @@
 #include "ui/PreferencesModel.h"
 
+#include "core/Log.h"
 #include "core/SettingsStore.h"
 #include "intents/QuillmoteFocusFilter.h"
+#include "ui/LoginItem.h"
 
 namespace {
 using K = SettingsStore::Key;
@@ -25,9 +27,29 @@ constexpr Row kRows[] = {
 static_assert(std::size(kRows) == SettingsStore::allKeys.size(), "every switch of the store has a row");
 } // namespace
 
-PreferencesModel::PreferencesModel(QObject *parent)
+PreferencesModel::PreferencesModel(LoginItem *loginItem, QObject *parent)
     : QObject(parent)
+    , m_loginItem(loginItem)
 {
+}
+
+bool PreferencesModel::loginItem() const
+{
+    return m_loginItem && m_loginItem->enabled();
+}
+
+void PreferencesModel::setLoginItem(bool on)
+{
+    if (!m_loginItem)
+        return;
+    QString error;
+    if (m_loginItem->setEnabled(on, &error))
+        Log::info(Log::Category::lifecycle,
+            on ? QStringLiteral("login-item: turned on in the preferences")
+               : QStringLiteral("login-item: turned off in the preferences"));
+    else
+        Log::error(Log::Category::lifecycle, QStringLiteral("login-item: change failed: %1").arg(error));
+    Q_EMIT changed();
 }
 
 QVariantList PreferencesModel::switches() const

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+class LoginItem;
 class PreferencesModel;
 class QQuickWindow;
 class ViewWindow;
@@ -15,7 +16,7 @@ class PreferencesWindowController : public QObject
 {
     Q_OBJECT
 public:
-    explicit PreferencesWindowController(QObject *parent = nullptr);
+    explicit PreferencesWindowController(LoginItem *loginItem = nullptr, QObject *parent = nullptr);
     ~PreferencesWindowController() override;
 
     void open();

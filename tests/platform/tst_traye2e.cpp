@@ -4,9 +4,11 @@
 #include "alerts/MenuBarController.h"
 #include "app/AppController.h"
 #include "platform/SystemTray.h"
+#include "state/AppState.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
+#include "ui/MainWindowController.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -15,6 +17,8 @@
 #include <QGuiApplication>
 #include <QMenu>
 #include <QProcess>
+#include <QQuickWindow>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QSystemTrayIcon>
 #include <QTest>
@@ -85,6 +89,8 @@ private Q_SLOTS:
     void hostReadsTheMenuAndTheIconShowsTheBadge()
     {
         TestEnv env;
+        env.set("QUILLMOTE_BIN", "/nonexistent/quillmote"); // the window opens below: no state server
+        env.set("QUILLMOTE_WEB_PORT", "1");
         LogCapture log;
         AppController app;
         app.applicationDidFinishLaunching();
@@ -150,6 +156,19 @@ private Q_SLOTS:
         QTest::qWait(300);
         keep(screen->grabWindow(0, 0, 0, 520, 480).toImage(), "tray-menu.png");
         app.tray().menu()->hide();
+
+        // Clicking a recent message, as the host sends it, shows that conversation.
+        const qsizetype label = layout.indexOf("'● @bob — 早上好 · 刚刚'");
+        QRegularExpressionMatch row;
+        QVERIFY(layout.lastIndexOf(QRegularExpression("\\((\\d+), \\{"), label, &row) >= 0);
+        QVERIFY(!app.mainWindow());
+        const QString clicked = gdbus({ "-d", service, "-o", pm.captured(1), "-m", "com.canonical.dbusmenu.Event",
+            row.captured(1), "clicked", "<0>", "0" });
+        QVERIFY2(!clicked.contains("Error"), qPrintable(clicked));
+        QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
+        QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("bob"));
+        QVERIFY(log.contains("url-scheme: open?sender=@bob — legacy wakeup, no-op on receive"));
+        QCOMPARE(app.menuBar().unread(), 2); // bob's tray item is read
 
         app.menuBar().clearAll();
         QVERIFY(QTest::qWaitFor([&] { return layoutOf(service, pm.captured(1)).contains("最近消息 · 无未读"); }, 5000));
