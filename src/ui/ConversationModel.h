@@ -25,6 +25,7 @@ public:
         TimeRole, // "HH:mm"
         SeparatorRole, // the day label when the message opens a day, else ""
         StatusRole, // "queued", "sent", "delivered", "read", "failed" or ""
+        SpokenRole, // the bubble for a screen reader: who, when and the preview
     };
 
     ConversationModel(AppState &state, ContentImageProvider *images, QObject *parent = nullptr);
@@ -32,6 +33,8 @@ public:
     const QString &peer() const { return m_peer; }
     // Shows the conversation with peer ("" for none).
     void setPeer(const QString &peer);
+    // The day labels are relative to today ("今天", "昨天"): a new day rewrites them.
+    void refreshDayLabels();
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role) const override;

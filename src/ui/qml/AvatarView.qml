@@ -30,6 +30,7 @@ Item {
         Text {
             anchors.centerIn: parent
             text: avatar.initials
+            textFormat: Text.PlainText
             color: "white"
             font.pixelSize: avatar.size * 0.4
             font.bold: true
