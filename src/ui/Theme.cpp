@@ -1,6 +1,7 @@
 #include "ui/Theme.h"
 
 #include <QEvent>
+#include <QFont>
 #include <QGuiApplication>
 #include <QQmlEngine>
 

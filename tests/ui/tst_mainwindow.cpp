@@ -219,6 +219,8 @@ private Q_SLOTS:
         const QString finding = QStringLiteral("缓存键没有包含语言区域，切换语言后会读到旧页面。");
         QQuickItem *text = nullptr;
         QTRY_VERIFY((text = findText(window->contentItem(), QStringLiteral("partText"), finding)));
+        auto *conversation = findItem(window, QStringLiteral("conversationList"));
+        QTRY_VERIFY(conversation->boundingRect().contains(text->mapRectToItem(conversation, text->boundingRect())));
         clickOn(text);
         QTRY_VERIFY(text->hasActiveFocus());
         xdotool({ "key", "ctrl+a", "ctrl+c" });
@@ -254,6 +256,7 @@ private Q_SLOTS:
 
         // The same window in the desktop's light and dark schemes.
         vm->selectConversation(QStringLiteral("bot-reviewer"));
+        xdotool({ "mousemove", "0", "0" });
         saveShot(window, QStringLiteral("main-light.png"));
         Theme::instance()->setDark(true);
         saveShot(window, QStringLiteral("main-dark.png"));

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmote.Ui
 
 // Shown while nothing is selected.
 Item {

@@ -1,14 +1,14 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The main window: the offline view while the state server is unreachable, otherwise the
 // conversation list beside one conversation, the own profile or the empty state.
 // Ctrl+W closes the window (it is only hidden).
-Rectangle {
+ThemedPane {
     id: root
     required property QtObject vm
-    color: Theme.window
 
     Shortcut {
         sequences: ["Ctrl+W"]

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmote.Ui
 
 // One message: the day separator when it opens a day, then the bubble with its parts,
 // time and delivery mark.

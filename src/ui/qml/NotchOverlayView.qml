@@ -334,6 +334,8 @@ Item {
                     Keys.onEscapePressed: notch.action("cancelReply")
                     onActiveFocusChanged: root.replyFocused = activeFocus
                     Accessible.name: "回复"
+
+                    TextMenu { target: replyField }
                 }
                 DSActionButton {
                     id: sendButton

@@ -1,4 +1,6 @@
 import QtQuick
+import QtQuick.Controls
+import Quillmote.Ui
 
 // One content part of a bubble, by its kind.
 Item {

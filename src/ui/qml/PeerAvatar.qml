@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmote.Ui
 
 // A peer's monogram: the letters and the colour every avatar of this handle uses.
 AvatarView {

@@ -1,13 +1,13 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The preferences: the switches, starting at login, the do-not-disturb choice and the
 // about pane. The window takes the content's height (implicitHeight), so nothing is cut.
-Rectangle {
+ThemedPane {
     id: root
     required property QtObject prefs
-    color: Theme.window
     implicitWidth: 520
     implicitHeight: content.implicitHeight + 32
 

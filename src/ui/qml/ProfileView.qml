@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The own profile: handle and fingerprint, requests waiting for approval, the connected
 // agents and, apart from them, contacts in any other state with that state.

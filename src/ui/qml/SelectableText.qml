@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmote.Ui
 
 // Text the user can select and copy (mouse, Ctrl+A, Ctrl+C, the right-click menu), drawn
 // as plain text: a message never becomes markup.

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The conversation list: a search field over the filtered sessions, newest first.
 // Keyboard: Ctrl+F searches, Esc clears the search and then leaves it, Up and Down move

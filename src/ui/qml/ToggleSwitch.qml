@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Quillmote.Ui
 
 // An on/off switch drawn as a track with a knob, in the window's colours.
 Switch {
