@@ -3,8 +3,6 @@
 #include "core/Characters.h"
 #include "core/Log.h"
 
-#include "core/SettingsStore.h"
-
 #include <QDateTime>
 
 namespace {
@@ -24,11 +22,15 @@ NotchController::NotchController(NotchPorts ports, QObject *parent)
     m_model.onAction = [this](const NotchAction &a) { handle(a); };
     m_model.onHoverChange = [this](bool inside) { hoverChanged(inside); };
     m_model.onContentSize = [this](qreal w, qreal h) { contentSizeChanged(w, h); };
+    if (m_ports.screens)
+        m_ports.screens->onChanged = [this] { screensChanged(); };
 }
 
 NotchController::~NotchController()
 {
     m_alive.reset();
+    if (m_ports.screens)
+        m_ports.screens->onChanged = nullptr;
     if (m_ports.scheduler) {
         m_ports.scheduler->cancel(m_dismissTask);
         m_ports.scheduler->cancel(m_feedbackTask);
@@ -66,7 +68,9 @@ std::optional<NotchScreen> NotchController::targetScreen() const
 {
     if (!m_ports.screens)
         return std::nullopt;
-    return NotchGeometry::targetScreen(m_ports.screens->screens(), m_ports.screens->primaryIndex());
+    const ScreenSource &source = *m_ports.screens;
+    return NotchGeometry::targetScreen(
+        source.screens(), { source.focusedIndex(), source.pointerIndex(), source.primaryIndex() });
 }
 
 NotchItem NotchController::makeItem(const NotifyFrame &frame) const
@@ -82,13 +86,15 @@ NotchItem NotchController::makeItem(const NotifyFrame &frame) const
     return item;
 }
 
-void NotchController::present(const NotifyFrame &frame, int unread, bool pulse)
+void NotchController::present(const NotifyFrame &frame, int unread, const Alert &alert)
 {
-    const auto screen = targetScreen();
-    if (!screen)
+    // Any screen will do to accept the frame; which one shows it is asked (of the window
+    // system) only when it is shown.
+    if (!m_ports.screens || m_ports.screens->screens().isEmpty())
         return;
-    playArrivalSound();
+    playArrivalSound(alert);
     const NotchItem item = makeItem(frame);
+    const bool pulse = alert.overlay == Alert::Overlay::pulse;
 
     if ((m_model.state() != NotchState::hidden || !m_queue.empty()) && !m_debugForceExpanded) {
         m_queue.push_back({ item, unread, pulse });
@@ -96,7 +102,8 @@ void NotchController::present(const NotifyFrame &frame, int unread, bool pulse)
         log(QStringLiteral("notch: queued (%1 waiting) %2 from @%3").arg(m_queue.size()).arg(idOf(item), item.sender));
         return;
     }
-    showItem(item, unread, pulse, *screen);
+    if (const auto screen = targetScreen())
+        showItem(item, unread, pulse, *screen);
 }
 
 bool NotchController::openReply(const NotifyFrame &frame, int unread)
@@ -137,6 +144,7 @@ bool NotchController::openReply(const NotifyFrame &frame, int unread)
 void NotchController::configureGeometry(const NotchScreen &screen)
 {
     m_measure = NotchGeometry::measure(screen);
+    m_screenName = screen.name;
     m_model.setGeometry(m_measure.hasNotch, m_measure.notchWidth, m_measure.notchHeight);
 }
 
@@ -357,12 +365,12 @@ void NotchController::flashFeedback(const QString &text)
     });
 }
 
-void NotchController::playArrivalSound()
+void NotchController::playArrivalSound(const Alert &alert)
 {
-    if (!SettingsStore::flag(SettingsStore::Key::sound, true))
-        return;
-    if (chimeAllowed && !chimeAllowed()) {
-        Log::debug(Log::Category::notch, QStringLiteral("notch: chime held back (do-not-disturb, no breakthrough)"));
+    if (!alert.chime) {
+        if (alert.heldBack)
+            Log::debug(
+                Log::Category::notch, QStringLiteral("notch: chime held back (do-not-disturb, no breakthrough)"));
         return;
     }
     const double now = m_ports.scheduler->now();
@@ -383,4 +391,27 @@ void NotchController::contentSizeChanged(qreal width, qreal height)
     m_lastContentSize = size;
     if (m_panel && width > 1 && height > 1)
         m_panel->setFrame(NotchGeometry::panelFrame(m_measure, size));
+}
+
+// A screen came, went or changed while the overlay shows: it stays on its screen if that is
+// still there (refitted to its new geometry), else it moves to where a new message would go.
+void NotchController::screensChanged()
+{
+    if (!m_panel || !m_panel->isVisible())
+        return;
+    std::optional<NotchScreen> screen;
+    for (const NotchScreen &s : m_ports.screens->screens()) {
+        if (s.name == m_screenName)
+            screen = s;
+    }
+    if (!screen)
+        screen = targetScreen();
+    if (!screen)
+        return;
+    configureGeometry(*screen);
+    const QSizeF size = m_lastContentSize && m_lastContentSize->width() > 1 && m_lastContentSize->height() > 1
+        ? *m_lastContentSize
+        : NotchGeometry::estimatedCompactSize(m_measure, m_model.isPulse());
+    m_panel->setFrame(NotchGeometry::panelFrame(m_measure, size));
+    log(QStringLiteral("notch: screens changed — refitted on %1").arg(m_screenName));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "alerts/AlertPolicy.h"
 #include "alerts/NotchGeometry.h"
 #include "alerts/NotchPorts.h"
 #include "alerts/NotchViewModel.h"
@@ -24,8 +25,9 @@ public:
     explicit NotchController(NotchPorts ports, QObject *parent = nullptr);
     ~NotchController() override;
 
-    // Announces one message. `unread` is the count to show; `pulse` marks a quiet arrival.
-    void present(const NotifyFrame &frame, int unread, bool pulse);
+    // Announces one message as the alert policy decided: its card, or only a pulse for a
+    // quiet arrival, with or without the chime. `unread` is the count to show.
+    void present(const NotifyFrame &frame, int unread, const Alert &alert);
     // Shows this message at once, expanded and pinned, with its reply field open and
     // focused: the "回复" action of a banner on desktops without inline reply. Another
     // message on show goes back to the head of the queue and this one leaves the queue, so
@@ -50,8 +52,6 @@ public:
     std::function<bool(const FillFrame &)> onFill;
     std::function<void(const QString &)> onOpenApp; // the sender's handle
     std::function<void(const QString &)> onLog;
-    // False while do-not-disturb silences messages: the overlay still shows, without a chime.
-    std::function<bool()> chimeAllowed;
 
 private:
     struct Pending {
@@ -71,8 +71,9 @@ private:
     void afterClose();
     void flashFeedback(const QString &text);
     void setReplyVisible(bool visible);
-    void playArrivalSound();
+    void playArrivalSound(const Alert &alert);
     void contentSizeChanged(qreal width, qreal height);
+    void screensChanged();
     bool reduceMotion() const;
     void log(const QString &line) const;
     QString idOf(const NotchItem &item) const;
@@ -86,6 +87,7 @@ private:
     double m_dismissDelay = 0;
     Scheduler::TaskId m_feedbackTask = 0;
     NotchGeometry::Measure m_measure;
+    QString m_screenName; // the screen the overlay was last fitted to
     std::optional<QSizeF> m_lastContentSize;
     std::deque<Pending> m_queue;
     std::optional<double> m_lastSoundAt; // none: the distant past

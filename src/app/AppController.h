@@ -14,6 +14,7 @@ class LoginItem;
 struct DeepLink;
 class DesktopActions;
 class DesktopColorScheme;
+class DoNotDisturbWatcher;
 class MainWindowController;
 class NativePreviewWindowController;
 class PreferencesWindowController;
@@ -71,7 +72,6 @@ private:
     void registerLoginItem();
     void applyEnvironmentSwitches();
     void startDesktopActions();
-    bool doNotDisturbSilences() const;
     void windowClosed();
     void followColorScheme();
     void handleNotify(const NotifyFrame &frame);
@@ -83,6 +83,7 @@ private:
     // Adapters first: the controllers hold references to them.
     std::unique_ptr<SystemTray> m_tray;
     std::unique_ptr<FreedesktopNotifications> m_notificationServer;
+    std::unique_ptr<DoNotDisturbWatcher> m_doNotDisturb;
     std::unique_ptr<MenuBarController> m_menuBar;
     std::unique_ptr<NotificationController> m_notifications;
     std::unique_ptr<NotchController> m_notch;

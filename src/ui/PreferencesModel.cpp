@@ -5,28 +5,6 @@
 #include "intents/QuillmoteFocusFilter.h"
 #include "ui/LoginItem.h"
 
-namespace {
-using K = SettingsStore::Key;
-
-struct Row {
-    K key;
-    bool defaultValue;
-    const char *label;
-    const char *group;
-};
-
-// Same labels and defaults as the tray's quick switches.
-constexpr Row kRows[] = {
-    { K::quietWhenFocused, false, "聚焦终端时安静", "通知" },
-    { K::commNotifications, true, "好友身份通知 + 头像", "通知" },
-    { K::urgencyMapping, true, "紧迫度自适应", "通知" },
-    { K::sound, true, "新消息提示音", "通知" },
-    { K::focusFilter, false, "按好友配专注打断", "权限与高级（默认关）" },
-    { K::biometricGate, false, "敏感操作需 Touch ID", "权限与高级（默认关）" },
-};
-static_assert(std::size(kRows) == SettingsStore::allKeys.size(), "every switch of the store has a row");
-} // namespace
-
 PreferencesModel::PreferencesModel(LoginItem *loginItem, QObject *parent)
     : QObject(parent)
     , m_loginItem(loginItem)
@@ -55,11 +33,11 @@ void PreferencesModel::setLoginItem(bool on)
 QVariantList PreferencesModel::switches() const
 {
     QVariantList rows;
-    for (const Row &r : kRows)
-        rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(r.key) },
-            { QStringLiteral("label"), QString::fromUtf8(r.label) },
-            { QStringLiteral("group"), QString::fromUtf8(r.group) },
-            { QStringLiteral("checked"), SettingsStore::flag(r.key, r.defaultValue) } });
+    for (const SettingsStore::Switch &s : SettingsStore::switches)
+        rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(s.key) },
+            { QStringLiteral("label"), QString::fromUtf8(s.label) },
+            { QStringLiteral("group"), QString::fromUtf8(s.group) },
+            { QStringLiteral("checked"), SettingsStore::flag(s.key) } });
     return rows;
 }
 
@@ -80,9 +58,9 @@ QString PreferencesModel::logCommand() const
 
 void PreferencesModel::setSwitch(const QString &key, bool on)
 {
-    for (const Row &r : kRows) {
-        if (SettingsStore::keyString(r.key) == key) {
-            SettingsStore::setFlag(r.key, on);
+    for (const SettingsStore::Switch &s : SettingsStore::switches) {
+        if (SettingsStore::keyString(s.key) == key) {
+            SettingsStore::setFlag(s.key, on);
             Q_EMIT changed();
             return;
         }

@@ -1,5 +1,4 @@
 #include "alerts/NotchController.h"
-#include "core/SettingsStore.h"
 #include "fakes/FakeMotion.h"
 #include "fakes/FakePanel.h"
 #include "fakes/FakePasteboard.h"
@@ -66,12 +65,34 @@ static NotifyFrame frame(const QString &sender, const QString &msgId, const QStr
     return f;
 }
 
+static Alert arrival(bool pulse, bool chime = true)
+{
+    Alert a;
+    a.overlay = pulse ? Alert::Overlay::pulse : Alert::Overlay::show;
+    a.chime = chime;
+    return a;
+}
+
 static NotifyFrame codeFrame(const QString &code)
 {
     NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"), QStringLiteral("run this"));
     f.hasCode = true;
     f.codeText = code;
     return f;
+}
+
+static int midX(const QRect &r)
+{
+    return r.x() + r.width() / 2;
+}
+
+// A second screen right of FakeScreens' first: 1920 wide, no top panel.
+static NotchScreen right()
+{
+    NotchScreen s;
+    s.name = QStringLiteral("RIGHT");
+    s.frame = s.available = QRect(1440, 0, 1920, 1080);
+    return s;
 }
 
 class TestNotchController : public QObject
@@ -103,15 +124,15 @@ private Q_SLOTS:
         QFETCH(int, waitingBehind);
         QFETCH(double, secondTimer);
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
         QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
 
         r.clock->advance(10);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, secondPulse);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(secondPulse));
         QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
         for (int i = 0; i < waitingBehind; ++i)
-            r.notch->present(frame(QStringLiteral("carol"), {}), 3, false);
+            r.notch->present(frame(QStringLiteral("carol"), {}), 3, arrival(false));
         QCOMPARE(r.model().queued(), 1 + waitingBehind);
         QCOMPARE(r.msgId(), std::optional<QString>("m1"));
         // The arrival does not shorten the first item's backstop; leaving the pointer does.
@@ -141,7 +162,7 @@ private Q_SLOTS:
     void closingHidesAndAFrameMeanwhileShowsAtOnce()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         r.notch->hoverChanged(true);
         r.notch->handle({ NotchAction::Kind::beginReply, {} });
         r.model().setReplyText(QStringLiteral("draft"));
@@ -155,7 +176,7 @@ private Q_SLOTS:
         QVERIFY(r.panel.visible);
 
         // A frame while closing shows at once, with an empty reply field, in the same panel.
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
         QCOMPARE(r.state(), QStringLiteral("compact"));
         QCOMPARE(r.msgId(), std::optional<QString>("m2"));
         QCOMPARE(r.model().replyText(), QString());
@@ -177,7 +198,7 @@ private Q_SLOTS:
     void pinAndReplyFieldSurviveHoverOut()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
         r.notch->handle({ NotchAction::Kind::expand, {} });
         QVERIFY(r.notch->pinned());
         r.notch->hoverChanged(true);
@@ -186,7 +207,7 @@ private Q_SLOTS:
         QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
 
         Rig s;
-        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
         s.notch->hoverChanged(true);
         s.notch->handle({ NotchAction::Kind::beginReply, {} });
         QCOMPARE(s.panel.focusRequests, QList<bool> { true });
@@ -234,7 +255,7 @@ private Q_SLOTS:
         QFETCH(QString, logLine);
         Rig r;
         r.terminalListening = listening;
-        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
+        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, arrival(false));
         r.log.clear();
         r.notch->handle({ NotchAction::Kind(kind), text });
         QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
@@ -314,8 +335,8 @@ private Q_SLOTS:
         m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
         Rig r;
         QCOMPARE(r.notch->debugForceExpanded(), on);
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
         if (on) {
             QCOMPARE(r.state(), QStringLiteral("expanded"));
             QCOMPARE(r.msgId(), std::optional<QString>("m2"));
@@ -332,20 +353,19 @@ private Q_SLOTS:
         }
     }
 
-    void chimeIsDebouncedAndFollowsTheSoundSwitch()
+    void chimeIsDebouncedAndOnlyWhenAsked()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("a"), {}), 1, arrival(false));
         r.clock->advance(0.5);
-        r.notch->present(frame(QStringLiteral("b"), {}), 1, false); // queued, still considered
+        r.notch->present(frame(QStringLiteral("b"), {}), 1, arrival(false)); // queued, still considered
         QCOMPARE(r.sound->plays, 1);
         r.clock->advance(0.31); // 0.81 s after the first chime
-        r.notch->present(frame(QStringLiteral("c"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("c"), {}), 1, arrival(false));
         QCOMPARE(r.sound->plays, 2);
 
-        SettingsStore::setFlag(SettingsStore::Key::sound, false);
         r.clock->advance(5);
-        r.notch->present(frame(QStringLiteral("d"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("d"), {}), 1, arrival(false, false));
         QCOMPARE(r.sound->plays, 2);
     }
 
@@ -353,12 +373,69 @@ private Q_SLOTS:
     {
         Rig r;
         r.screens->list.clear();
-        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, false);
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, arrival(false));
         QCOMPARE(r.sound->plays, 0);
         QCOMPARE(r.notch->queueLength(), 0);
         QCOMPARE(r.panelsBuilt, 0);
         QVERIFY(r.log.isEmpty());
         QVERIFY(!r.model().item());
+    }
+
+    // Left: 1440 wide under a 28 px panel (primary); right: 1920 wide, no panel.
+    void overlayGoesWhereTheUserLooks_data()
+    {
+        QTest::addColumn<int>("focused");
+        QTest::addColumn<int>("pointer");
+        QTest::addColumn<int>("centreX");
+        QTest::addColumn<int>("top");
+        QTest::newRow("focused window on the right") << 1 << 0 << 1440 + 960 << 4;
+        QTest::newRow("no focus, pointer on the right") << -1 << 1 << 1440 + 960 << 4;
+        QTest::newRow("neither known: primary") << -1 << -1 << 720 << 32;
+        QTest::newRow("stale index: primary") << 5 << -1 << 720 << 32;
+    }
+    void overlayGoesWhereTheUserLooks()
+    {
+        QFETCH(int, focused);
+        QFETCH(int, pointer);
+        QFETCH(int, centreX);
+        QFETCH(int, top);
+        Rig r;
+        r.screens->list.append(right());
+        r.screens->focused = focused;
+        r.screens->pointer = pointer;
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        QCOMPARE(midX(r.panel.frame), centreX);
+        QCOMPARE(r.panel.frame.top(), top);
+    }
+
+    void screenChangesRefitTheShownOverlay()
+    {
+        Rig r;
+        const NotchScreen left = r.screens->list.first();
+        const NotchScreen right = ::right();
+        r.screens->list.append(right);
+        r.screens->focused = 1;
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        QCOMPARE(midX(r.panel.frame), 2400);
+
+        // Its screen grows a top panel: it moves down with it, on the same screen.
+        NotchScreen paneled = right;
+        paneled.available.adjust(0, 30, 0, 0);
+        r.screens->change({ left, paneled });
+        QCOMPARE(midX(r.panel.frame), 2400);
+        QCOMPARE(r.panel.frame.top(), 34);
+        // Its screen is unplugged: it goes to the one left.
+        r.screens->focused = -1;
+        r.screens->change({ left });
+        QCOMPARE(midX(r.panel.frame), 720);
+        QCOMPARE(r.logCount(QStringLiteral("notch: screens changed — refitted on XVFB-1")), 1);
+
+        // Hidden, it does not move; the next message picks the screen again.
+        r.notch->handle({ NotchAction::Kind::dismiss, {} });
+        r.clock->advance(1);
+        const QRect before = r.panel.frame;
+        r.screens->change({ left, right });
+        QCOMPARE(r.panel.frame, before);
     }
 
 private:

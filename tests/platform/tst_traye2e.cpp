@@ -46,6 +46,18 @@ QString layoutOf(const QString &service, const QString &menuPath)
     return gdbus({ "-d", service, "-o", menuPath, "-m", "com.canonical.dbusmenu.GetLayout", "--", "0", "-1", "[]" });
 }
 
+// The dbusmenu id of the row with this label in a GetLayout answer, or -1.
+int idOfRow(const QString &layout, const QString &label)
+{
+    static const QRegularExpression itemRe(R"(\((\d+), \{([^{}]*)\})");
+    for (auto it = itemRe.globalMatch(layout); it.hasNext();) {
+        const auto m = it.next();
+        if (m.captured(2).contains("'label': <'" + label + "'>"))
+            return m.captured(1).toInt();
+    }
+    return -1;
+}
+
 void keep(const QImage &image, const QString &name)
 {
     const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
@@ -141,6 +153,30 @@ private Q_SLOTS:
             at = found;
         }
         QVERIFY(layout.contains("'toggle-type': <'checkmark'>"));
+
+        // With unread mail and nothing happening the icon pulses, and the menu holds still:
+        // the host is not told to re-read it, and its rows keep their ids.
+        QProcess monitor;
+        monitor.start("dbus-monitor", { "--session", "type='signal',interface='com.canonical.dbusmenu'" });
+        QVERIFY(monitor.waitForStarted());
+        QVERIFY(QTest::qWaitFor([&] { return monitor.bytesAvailable() > 0; }, 5000)); // subscribed
+        const int buildRow = idOfRow(layout, "● Build — done _& dusted · 刚刚");
+        QVERIFY2(buildRow > 0, qPrintable(layout));
+        QVERIFY(app.menuBar().isPulsing());
+        QTest::qWait(6000); // an observation window, not a wait for a state
+        monitor.terminate();
+        QVERIFY(monitor.waitForFinished(3000));
+        const QString signalsSeen = QString::fromUtf8(monitor.readAll());
+        qInfo("in 6 s: %lld LayoutUpdated, %lld ItemsPropertiesUpdated", signalsSeen.count("member=LayoutUpdated"),
+            signalsSeen.count("member=ItemsPropertiesUpdated"));
+        QVERIFY2(signalsSeen.count("member=LayoutUpdated") <= 2, qPrintable(signalsSeen));
+        QVERIFY2(signalsSeen.count("member=ItemsPropertiesUpdated") <= 2, qPrintable(signalsSeen));
+        QCOMPARE(idOfRow(layoutOf(service, pm.captured(1)), "● Build — done _& dusted · 刚刚"), buildRow);
+
+        // A click on that row, sent the way a host sends it, reaches the app.
+        gdbus({ "-d", service, "-o", pm.captured(1), "-m", "com.canonical.dbusmenu.Event", "--",
+            QString::number(buildRow), "clicked", "<0>", "0" });
+        QVERIFY2(log.waitFor("open?sender=@carol"), qPrintable(log.dump()));
 
         // The icon the host shows: avatar with badge (full step of the pulse).
         const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });
