@@ -276,9 +276,9 @@ private Q_SLOTS:
     void bannerReplyShowsEveryMessageOnce()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, false);
-        r.notch->present(frame(QStringLiteral("carol"), QStringLiteral("m3")), 3, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(false));
+        r.notch->present(frame(QStringLiteral("carol"), QStringLiteral("m3")), 3, arrival(false));
         // "回复" on bob's banner: bob leaves the queue, alice (on show) goes back to its head.
         QVERIFY(r.notch->openReply(frame(QStringLiteral("bob"), QStringLiteral("m2")), 3));
         QCOMPARE(r.msgId(), std::optional<QString>("m2"));
@@ -297,7 +297,7 @@ private Q_SLOTS:
 
         // Replying to the message already on show neither queues nor repeats it.
         Rig s;
-        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         QVERIFY(s.notch->openReply(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1));
         QCOMPARE(s.notch->queueLength(), 0);
     }
@@ -305,7 +305,7 @@ private Q_SLOTS:
     void clicksOnTheOpenCardNeitherPinNorStretchTheClose()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         r.notch->hoverChanged(true);
         r.notch->handle({ NotchAction::Kind::beginReply, {} });
         r.notch->handle({ NotchAction::Kind::expand, {} }); // a click into the text being typed

@@ -17,11 +17,11 @@ Item {
     }
 
     Shortcut {
-        sequences: [StandardKey.MoveToPreviousPage]
+        sequences: ["PgUp"]
         onActivated: view.page(-1)
     }
     Shortcut {
-        sequences: [StandardKey.MoveToNextPage]
+        sequences: ["PgDown"]
         onActivated: view.page(1)
     }
 

@@ -20,7 +20,7 @@ Rectangle {
     }
 
     Shortcut {
-        sequences: [StandardKey.Find]
+        sequences: ["Ctrl+F"]
         onActivated: sidebar.focusSearch()
     }
 
