@@ -2,20 +2,9 @@
 
 #include "core/Log.h"
 #include "core/SettingsStore.h"
+#include "model/Format.h"
 
 #include <QCoreApplication>
-
-namespace {
-
-QString oneLine(const QString &text, int maxChars)
-{
-    QString s = text.simplified();
-    if (s.size() > maxChars)
-        s = s.left(maxChars - 1) + QChar(0x2026);
-    return s;
-}
-
-} // namespace
 
 MenuBarController::MenuBarController(TrayPort &tray, QObject *parent)
     : QObject(parent)
@@ -122,8 +111,9 @@ QList<MenuEntry> MenuBarController::buildMenu()
     const QDateTime now = m_now();
     for (const RecentItem &item : m_recents) {
         MenuEntry e;
-        e.text = oneLine(item.title, 40);
-        e.subtitle = oneLine(item.body, 48) + QStringLiteral(" · ") + relativeTime(item.receivedAt, now);
+        e.text = Format::oneLine(item.title, 40);
+        e.subtitle = Format::oneLine(item.body, Format::PreviewLimit::menuRow) + QStringLiteral(" · ")
+            + relativeTime(item.receivedAt, now);
         e.emphasized = !item.read;
         const QString sender = item.sender;
         e.trigger = [this, sender] { openRecent(sender); };

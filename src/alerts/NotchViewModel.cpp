@@ -1,23 +1,25 @@
 #include "alerts/NotchViewModel.h"
 
 #include "alerts/MonogramAvatar.h"
+#include "model/Format.h"
 
 NotchViewModel::NotchViewModel(QObject *parent)
     : QObject(parent)
 {
 }
 
+// The view draws previews; the item keeps the whole texts for copy, fill and reply.
 QString NotchViewModel::sender() const
 {
-    return m_item ? m_item->sender : QString();
+    return m_item ? Format::preview(m_item->sender, Format::PreviewLimit::name) : QString();
 }
 QString NotchViewModel::title() const
 {
-    return m_item ? m_item->title : QString();
+    return m_item ? Format::preview(m_item->title, Format::PreviewLimit::name) : QString();
 }
 QString NotchViewModel::body() const
 {
-    return m_item ? m_item->body : QString();
+    return m_item ? Format::preview(m_item->body, Format::PreviewLimit::overlay) : QString();
 }
 bool NotchViewModel::hasCode() const
 {
@@ -25,12 +27,12 @@ bool NotchViewModel::hasCode() const
 }
 QString NotchViewModel::codeText() const
 {
-    return m_item ? m_item->codeText.value_or(QString()) : QString();
+    return m_item ? Format::preview(m_item->codeText.value_or(QString()), Format::PreviewLimit::overlay) : QString();
 }
 
 QString NotchViewModel::initials() const
 {
-    return m_item ? MonogramAvatar::initials(m_item->sender) : QString();
+    return m_item ? MonogramAvatar::initials(sender()) : QString();
 }
 
 QString NotchViewModel::avatarColor() const
@@ -42,7 +44,7 @@ QString NotchViewModel::accessibleLabel() const
 {
     if (!m_item)
         return QStringLiteral("Quillmote 新消息，");
-    return QStringLiteral("Quillmote 新消息，%1：%2").arg(m_item->title, m_item->body.left(120));
+    return QStringLiteral("Quillmote 新消息，%1：%2").arg(title(), Format::preview(m_item->body, 120));
 }
 
 QString NotchViewModel::stateName(NotchState state)

@@ -1,48 +1,146 @@
 #include "ipc/Frames.h"
 
-#include <rapidjson/document.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+#include <string_view>
 
 namespace Frames {
 namespace {
 
-using Value = rapidjson::Value;
-
-QString toQString(const Value &v)
+// Reads a notify frame straight from the parser's events, without building a document: only
+// the top-level keys the frame knows are looked at, and the parser keeps its own stack, so
+// no line can make it recurse. A value nested deeper than kMaxDepth stops the parse, as the
+// platform's JSON readers refuse such lines too.
+class NotifyHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, NotifyHandler>
 {
-    return QString::fromUtf8(v.GetString(), qsizetype(v.GetStringLength()));
-}
+public:
+    enum Field { type, sender, title, body, msgId, focused, hasCode, codeText, fieldCount, other = -1 };
 
-// Absent and null both count as absent; any other non-string makes the frame invalid.
-bool optionalString(const Value &o, const char *key, std::optional<QString> &out)
-{
-    const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || it->value.IsNull())
+    NotifyFrame frame;
+    bool seen[fieldCount] = {};
+    bool isObject = false;
+
+    bool StartObject()
+    {
+        if (m_depth == 0)
+            isObject = true;
+        return enter();
+    }
+    bool StartArray() { return enter(); }
+    bool EndObject(rapidjson::SizeType)
+    {
+        --m_depth;
         return true;
-    if (!it->value.IsString())
-        return false;
-    out = toQString(it->value);
-    return true;
-}
-
-bool optionalBool(const Value &o, const char *key, std::optional<bool> &out)
-{
-    const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || it->value.IsNull())
+    }
+    bool EndArray(rapidjson::SizeType)
+    {
+        --m_depth;
         return true;
-    if (!it->value.IsBool())
-        return false;
-    out = it->value.GetBool();
-    return true;
-}
+    }
+    bool Key(const char *s, rapidjson::SizeType length, bool)
+    {
+        if (m_depth == 1)
+            m_field = fieldOf(std::string_view(s, length));
+        return true;
+    }
+    bool String(const char *s, rapidjson::SizeType length, bool)
+    {
+        if (!isObject)
+            return false;
+        QString *out = nullptr;
+        switch (take(m_field)) {
+        case other:
+            return true;
+        case type:
+            out = &frame.type;
+            break;
+        case sender:
+            out = &frame.sender;
+            break;
+        case body:
+            out = &frame.body;
+            break;
+        case title:
+            out = &frame.title.emplace();
+            break;
+        case msgId:
+            out = &frame.msgId.emplace();
+            break;
+        case codeText:
+            out = &frame.codeText.emplace();
+            break;
+        default:
+            return false; // a string where a boolean belongs
+        }
+        *out = QString::fromUtf8(s, qsizetype(length));
+        return true;
+    }
+    bool Bool(bool b)
+    {
+        if (!isObject)
+            return false;
+        switch (take(m_field)) {
+        case other:
+            return true;
+        case focused:
+            frame.focused = b;
+            return true;
+        case hasCode:
+            frame.hasCode = b;
+            return true;
+        default:
+            return false;
+        }
+    }
+    bool Null()
+    {
+        if (!isObject)
+            return false;
+        const int field = take(m_field);
+        // null is absent for the optional keys, wrong for the required ones
+        return field != type && field != sender && field != body;
+    }
+    // Numbers, and containers under a known key, are always of the wrong type.
+    bool Default() { return isObject && take(m_field) == other; }
 
-bool requiredString(const Value &o, const char *key, QString &out)
-{
-    const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || !it->value.IsString())
-        return false;
-    out = toQString(it->value);
-    return true;
-}
+    bool complete() const { return isObject && seen[type] && seen[sender] && seen[body]; }
+
+private:
+    static constexpr int kMaxDepth = 512;
+
+    bool enter()
+    {
+        if (m_depth == 1 && take(m_field) != other)
+            return false;
+        return ++m_depth <= kMaxDepth;
+    }
+    // The field a value at the top level fills, once: of duplicate keys the first counts.
+    int take(int &field)
+    {
+        if (m_depth != 1)
+            return other;
+        const int f = field;
+        field = other;
+        if (f == other || seen[f])
+            return other;
+        seen[f] = true;
+        return f;
+    }
+    static int fieldOf(std::string_view key)
+    {
+        static constexpr std::string_view names[fieldCount]
+            = { "type", "sender", "title", "body", "msgId", "focused", "hasCode", "codeText" };
+        for (int i = 0; i < fieldCount; ++i) {
+            if (names[i] == key)
+                return i;
+        }
+        return other;
+    }
+
+    int m_depth = 0;
+    int m_field = other;
+};
 
 void appendKey(QByteArray &out, const char *key)
 {
@@ -57,18 +155,17 @@ std::optional<NotifyFrame> decodeNotify(QByteArrayView line)
 {
     // RapidJSON (header-only) parses a frame several times faster than QJsonDocument,
     // which matters when many terminals report at once.
-    rapidjson::Document doc;
+    NotifyHandler handler;
+    rapidjson::MemoryStream bytes(line.data(), size_t(line.size()));
+    rapidjson::Reader reader;
     // Invalid UTF-8 and anything but blanks after the object make the line invalid.
-    doc.Parse<rapidjson::kParseValidateEncodingFlag>(line.data(), size_t(line.size()));
-    if (doc.HasParseError() || !doc.IsObject())
+    constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+    if (reader.Parse<flags>(bytes, handler).IsError() || !handler.complete())
         return std::nullopt;
-    NotifyFrame f;
-    if (!requiredString(doc, "type", f.type) || !requiredString(doc, "sender", f.sender)
-        || !optionalString(doc, "title", f.title) || !requiredString(doc, "body", f.body)
-        || !optionalString(doc, "msgId", f.msgId) || !optionalBool(doc, "focused", f.focused)
-        || !optionalBool(doc, "hasCode", f.hasCode) || !optionalString(doc, "codeText", f.codeText))
+    // The parser takes a NUL byte for the end of its input: one after the object is noise.
+    if (bytes.Tell() != size_t(line.size()))
         return std::nullopt;
-    return f;
+    return std::move(handler.frame);
 }
 
 void appendJsonString(QByteArray &out, const QString &value)

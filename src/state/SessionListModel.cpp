@@ -22,7 +22,9 @@ void SessionListModel::update()
     const auto &sessions = m_state->filteredSessions();
     next.reserve(sessions.size());
     for (const Session &s : sessions)
-        next.append({ s.peer, m_state->preview(s.peer), s.last ? Format::listTime(s.last->createdAt) : QString() });
+        // One elided line: the row never lays out more than its start.
+        next.append({ s.peer, Format::preview(m_state->preview(s.peer), Format::PreviewLimit::name),
+            s.last ? Format::listTime(s.last->createdAt) : QString() });
 
     // Rows whose peer is gone leave first, from the end so the indices stay valid.
     for (qsizetype i = m_rows.size() - 1; i >= 0; --i) {
@@ -81,7 +83,7 @@ QVariant SessionListModel::data(const QModelIndex &index, int role) const
         return row.peer;
     case Qt::DisplayRole:
     case TitleRole:
-        return QStringLiteral("@") + row.peer;
+        return QStringLiteral("@") + Format::preview(row.peer, Format::PreviewLimit::name);
     case InitialsRole:
         return Characters::initials(row.peer);
     case PreviewRole:
@@ -92,7 +94,7 @@ QVariant SessionListModel::data(const QModelIndex &index, int role) const
         return m_state->unreadCount(row.peer);
     case SpokenRole: {
         const int unread = m_state->unreadCount(row.peer);
-        const QString who = QStringLiteral("@") + row.peer;
+        const QString who = QStringLiteral("@") + Format::preview(row.peer, Format::PreviewLimit::name);
         return unread > 0 ? QStringLiteral("%1，%2 条未读").arg(who).arg(unread) : who;
     }
     default:

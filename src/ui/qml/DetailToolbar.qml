@@ -26,6 +26,7 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 1
             Text {
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 text: bar.vm.detail === "conversation" ? "@" + bar.vm.selectedPeer
                     : bar.vm.detail === "profile" ? "个人中心" : "Quillmote"
@@ -38,6 +39,7 @@ Rectangle {
                 Accessible.name: text
             }
             Text {
+                textFormat: Text.PlainText
                 visible: text.length > 0
                 text: bar.vm.detail === "conversation" ? bar.vm.selectedFingerprint : ""
                 textFormat: Text.PlainText
@@ -47,6 +49,7 @@ Rectangle {
             }
         }
         Text {
+            textFormat: Text.PlainText
             visible: bar.vm.detail === "conversation"
             text: "在 CLI 回复 · App 仅查看"
             font.pointSize: Theme.small

@@ -14,6 +14,7 @@ Item {
             Rectangle { x: 20; y: 20; width: 42; height: 30; radius: 12; color: Theme.window; border.color: Theme.tertiaryText; border.width: 3 }
         }
         Text {
+            textFormat: Text.PlainText
             anchors.horizontalCenter: parent.horizontalCenter
             text: "选择一个会话"
             font.pointSize: Theme.large
@@ -21,6 +22,7 @@ Item {
             color: Theme.text
         }
         Text {
+            textFormat: Text.PlainText
             anchors.horizontalCenter: parent.horizontalCenter
             text: "从左侧选择一个 Agent 开始对话，或打开个人中心。"
             font.pointSize: Theme.body

@@ -5,6 +5,7 @@ import Quillmote.Ui
 // time and delivery mark.
 Item {
     id: bubble
+    required property string messageId
     required property string separator
     required property bool outgoing
     required property string messageType
@@ -42,6 +43,7 @@ Item {
                 color: Theme.pill
                 Text {
                     id: separatorText
+                    textFormat: Text.PlainText
                     anchors.centerIn: parent
                     text: bubble.separator
                     textFormat: Text.PlainText
@@ -76,6 +78,7 @@ Item {
 
                     Text {
                         id: typeLabel
+                        textFormat: Text.PlainText
                         visible: bubble.messageType.length > 0 && bubble.messageType !== "text"
                         text: bubble.messageType
                         textFormat: Text.PlainText
@@ -103,7 +106,11 @@ Item {
                             model: bubble.parts
                             delegate: PartView {
                                 required property var modelData
+                                required property int index
                                 part: modelData
+                                partIndex: index
+                                messageId: bubble.messageId
+                                conversation: bubble.ListView.view ? bubble.ListView.view.model : null
                                 width: content.width
                             }
                         }
@@ -114,6 +121,7 @@ Item {
                         anchors.right: parent.right
                         spacing: 6
                         Text {
+                            textFormat: Text.PlainText
                             visible: bubble.status === "failed"
                             text: "发送失败"
                             font.pointSize: Theme.caption
@@ -122,6 +130,7 @@ Item {
                         }
                         Text { text: bubble.time; textFormat: Text.PlainText; font.pointSize: Theme.caption; color: Theme.tertiaryText }
                         Text {
+                            textFormat: Text.PlainText
                             visible: bubble.outgoing && text.length > 0
                             text: bubble.statusMark(bubble.status)
                             font.pointSize: Theme.caption

@@ -91,6 +91,7 @@ Item {
                 attention: root.compact
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.left: stripAvatar.right
                 anchors.leftMargin: 10
                 anchors.right: stripDot.left
@@ -112,6 +113,7 @@ Item {
             }
             Text {
                 id: stripCount
+                textFormat: Text.PlainText
                 anchors.right: parent.right
                 anchors.rightMargin: 14
                 anchors.verticalCenter: parent.verticalCenter
@@ -154,6 +156,7 @@ Item {
                     anchors.rightMargin: 8
                     anchors.verticalCenter: parent.verticalCenter
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         text: notch.title
                         color: "white"
@@ -162,6 +165,7 @@ Item {
                         elide: Text.ElideRight
                     }
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         visible: notch.title !== "@" + notch.sender || notch.queued > 0
                         text: "@" + notch.sender + (notch.queued > 0 ? "  ·  还有 " + notch.queued + " 条" : "")
@@ -172,6 +176,7 @@ Item {
                 }
                 Text {
                     id: feedbackLabel
+                    textFormat: Text.PlainText
                     anchors.right: closeDot.left
                     anchors.rightMargin: 10
                     anchors.verticalCenter: parent.verticalCenter
@@ -200,6 +205,7 @@ Item {
                     Accessible.name: "关闭"
                     Accessible.onPressAction: notch.action("dismiss")
                     Text {
+                        textFormat: Text.PlainText
                         anchors.centerIn: parent
                         visible: root.closeHovering
                         text: "×"
@@ -218,6 +224,7 @@ Item {
             }
 
             Text {
+                textFormat: Text.PlainText
                 width: parent.width
                 text: notch.body
                 color: "#e5e5ea"
@@ -236,6 +243,7 @@ Item {
                 border.color: "#3a3a3c"
                 Text {
                     id: code
+                    textFormat: Text.PlainText
                     x: 10
                     y: 8
                     width: parent.width - 20

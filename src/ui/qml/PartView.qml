@@ -6,12 +6,31 @@ import Quillmote.Ui
 Item {
     id: partView
     required property var part
+    // Where more of a long text comes from: the conversation model, the message and the
+    // part's place in it.
+    property QtObject conversation: null
+    property string messageId: ""
+    property int partIndex: 0
     // Width the part would like without wrapping; the bubble sizes itself from it.
     readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
     // Code and structured payloads take the widest bubble.
     readonly property real wide: 100000
-    implicitHeight: loader.item ? loader.item.implicitHeight : 0
+    // A long text comes as a preview and its whole length; each "显示更多" fetches a
+    // bounded step more, so a huge message never has to be laid out at once.
+    readonly property int fullLength: part.length || 0
+    property string more: ""
+    readonly property bool cut: fullLength > 0 && more.length < fullLength
+    readonly property int step: 100000
+    implicitHeight: (loader.item ? loader.item.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
     height: implicitHeight
+
+    function shown(preview) {
+        return more.length > 0 ? more : preview
+    }
+    function showMore() {
+        const now = more.length > 0 ? more.length : 4000
+        more = conversation.partText(messageId, partIndex, now + step)
+    }
 
     function pick(kind) {
         switch (kind) {
@@ -32,6 +51,25 @@ Item {
         sourceComponent: partView.pick(partView.part.kind)
     }
 
+    Text {
+        id: moreLink
+        objectName: "showMore"
+        textFormat: Text.PlainText
+        y: loader.height + 6
+        visible: partView.cut && partView.conversation !== null
+        readonly property int remaining: partView.fullLength - (partView.more.length > 0 ? partView.more.length - 1 : 3999)
+        text: (remaining <= partView.step ? "显示全部" : "显示更多") + "（还有 " + remaining + " 字）"
+        font.pointSize: Theme.small
+        color: Theme.accent
+        Accessible.role: Accessible.Link
+        Accessible.name: text
+        MouseArea {
+            anchors.fill: parent
+            cursorShape: Qt.PointingHandCursor
+            onClicked: partView.showMore()
+        }
+    }
+
     Component {
         id: textPart
         SelectableText {
@@ -40,7 +78,7 @@ Item {
             readonly property real naturalWidth: measure.implicitWidth
             Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
             width: loader.width
-            text: partView.part.text || ""
+            text: partView.shown(partView.part.text || "")
         }
     }
 
@@ -99,7 +137,7 @@ Item {
                     id: codeText
                     objectName: "codeText"
                     width: parent.width
-                    text: partView.part.code || ""
+                    text: partView.shown(partView.part.code || "")
                     wrapMode: TextEdit.WrapAnywhere
                     font.family: "monospace"
                     font.pointSize: Theme.codeSize
@@ -126,10 +164,10 @@ Item {
             Column {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 2
-                Text { text: partView.part.name || "file"; textFormat: Text.PlainText; font.pointSize: Theme.body; font.bold: true; color: Theme.text }
+                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pointSize: Theme.body; font.bold: true; color: Theme.text }
                 Text {
-                    text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
                     textFormat: Text.PlainText
+                    text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
                     font.pointSize: Theme.caption
                     color: Theme.secondaryText
                 }
@@ -164,10 +202,10 @@ Item {
             }
             Text {
                 id: altText
+                textFormat: Text.PlainText
                 visible: text.length > 0
                 width: loader.width
                 text: [partView.part.alt || "", partView.part.size || ""].filter(s => s.length > 0).join(" · ")
-                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 font.pointSize: Theme.caption
                 color: Theme.secondaryText
@@ -184,10 +222,10 @@ Item {
                 : kind === "tool_call" ? "⚙ 工具调用 · " + (partView.part.name || "tool call")
                 : kind === "tool_result" ? (partView.part.ok ? "工具结果 · 成功" : "工具结果 · 失败")
                 : "未知内容 · " + (partView.part.kind || "")
-            readonly property string body: kind === "data" ? (partView.part.json || "")
+            readonly property string body: partView.shown(kind === "data" ? (partView.part.json || "")
                 : kind === "tool_call" ? (partView.part.args || "")
                 : kind === "tool_result" ? (partView.part.result || "")
-                : (partView.part.raw || "")
+                : (partView.part.raw || ""))
             readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : Theme.danger) : Theme.tertiaryText
             readonly property real naturalWidth: partView.wide
             width: loader.width
@@ -203,8 +241,8 @@ Item {
                 spacing: 4
                 Text {
                     id: titleText
-                    text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
                     textFormat: Text.PlainText
+                    text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
                     font.pointSize: Theme.caption
                     font.bold: true
                     color: parent.parent.accent
@@ -220,10 +258,10 @@ Item {
                 }
                 Text {
                     id: errorText
+                    textFormat: Text.PlainText
                     visible: text.length > 0
                     width: parent.width
                     text: partView.part.error || ""
-                    textFormat: Text.PlainText
                     wrapMode: Text.Wrap
                     font.pointSize: Theme.small
                     color: Theme.danger

@@ -17,6 +17,7 @@ ThemedPane {
     }
 
     component GroupTitle: Text {
+        textFormat: Text.PlainText
         font.pointSize: Theme.small
         font.bold: true
         color: Theme.secondaryText
@@ -94,6 +95,7 @@ ThemedPane {
                     onToggled: root.prefs.setBreakthrough(checked)
                 }
                 Text {
+                    textFormat: Text.PlainText
                     Layout.fillWidth: true
                     wrapMode: Text.Wrap
                     text: "开启“按好友配专注打断”后生效：勿扰模式打开时，Quillmote 的消息仍以紧急通知送达。"
@@ -106,7 +108,7 @@ ThemedPane {
                 GroupTitle { text: "关于" }
                 Text { text: root.prefs.appName; textFormat: Text.PlainText; font.pointSize: Theme.title; font.bold: true; color: Theme.text }
                 Text { text: "版本 " + root.prefs.version; textFormat: Text.PlainText; font.pointSize: Theme.small; color: Theme.secondaryText }
-                Text { text: "查看最近一小时的日志："; font.pointSize: Theme.small; color: Theme.secondaryText; topPadding: 6 }
+                Text { textFormat: Text.PlainText; text: "查看最近一小时的日志："; font.pointSize: Theme.small; color: Theme.secondaryText; topPadding: 6 }
                 Rectangle {
                     Layout.fillWidth: true
                     implicitHeight: logCommand.implicitHeight + 14
@@ -115,6 +117,7 @@ ThemedPane {
                     SelectableText {
                         id: logCommand
                         objectName: "logCommand"
+                        textFormat: TextEdit.PlainText
                         x: 8
                         y: 7
                         width: parent.width - 16

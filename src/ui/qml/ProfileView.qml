@@ -12,6 +12,7 @@ ScrollView {
     clip: true
 
     component SectionTitle: Text {
+        textFormat: Text.PlainText
         font.pointSize: Theme.body
         font.bold: true
         color: Theme.secondaryText
@@ -42,6 +43,7 @@ ScrollView {
                 Layout.fillWidth: true
                 spacing: 2
                 Text {
+                    textFormat: Text.PlainText
                     Layout.fillWidth: true
                     text: "@" + person.row.handle
                     textFormat: Text.PlainText
@@ -85,15 +87,17 @@ ScrollView {
                     Layout.fillWidth: true
                     spacing: 6
                     Text {
+                        textFormat: Text.PlainText
                         text: page.vm.selfHandle.length > 0 ? "@" + page.vm.selfHandle : "未登录"
                         textFormat: Text.PlainText
                         font.pointSize: Theme.large
                         font.bold: true
                         color: Theme.text
                     }
-                    Text { text: "指纹"; font.pointSize: Theme.caption; color: Theme.tertiaryText }
+                    Text { textFormat: Text.PlainText; text: "指纹"; font.pointSize: Theme.caption; color: Theme.tertiaryText }
                     SelectableText {
                         objectName: "selfFingerprint"
+                        textFormat: TextEdit.PlainText
                         Layout.fillWidth: true
                         text: page.vm.selfFingerprint
                         font.family: "monospace"
@@ -109,6 +113,7 @@ ScrollView {
             delegate: PersonRow { required property var modelData; row: modelData; note: "等待确认" }
         }
         Text {
+            textFormat: Text.PlainText
             visible: page.vm.pending.length === 0
             text: "没有待确认的请求"
             font.pointSize: Theme.small
@@ -122,6 +127,7 @@ ScrollView {
             delegate: PersonRow { required property var modelData; row: modelData; note: modelData.note }
         }
         Text {
+            textFormat: Text.PlainText
             visible: page.vm.contacts.length === 0
             text: "还没有连接的 Agent"
             font.pointSize: Theme.small

@@ -139,6 +139,7 @@ Rectangle {
                         RowLayout {
                             Layout.fillWidth: true
                             Text {
+                                textFormat: Text.PlainText
                                 Layout.fillWidth: true
                                 text: row.title
                                 textFormat: Text.PlainText
@@ -175,6 +176,7 @@ Rectangle {
                                 Accessible.name: row.unread + " 条未读"
                                 Text {
                                     id: badge
+                                    textFormat: Text.PlainText
                                     anchors.centerIn: parent
                                     text: row.unread > 99 ? "99+" : row.unread
                                     textFormat: Text.PlainText

@@ -32,6 +32,7 @@ Switch {
     }
 
     contentItem: Text {
+        textFormat: Text.PlainText
         rightPadding: control.indicator.width + control.spacing
         text: control.text
         font: control.font
