@@ -183,14 +183,13 @@ private Q_SLOTS:
         QCOMPARE(idOfRow(layoutOf(service, pm.captured(1)), "● Build — done _& dusted · 刚刚"), buildRow);
 
         // A click on that row, sent the way a host sends it, shows that conversation in a
-        // window that was not open, and reads the row.
+        // window that was not open.
         QVERIFY(!app.mainWindow());
         gdbus({ "-d", service, "-o", pm.captured(1), "-m", "com.canonical.dbusmenu.Event", "--",
             QString::number(buildRow), "clicked", "<0>", "0" });
         QVERIFY2(log.waitFor("open?sender=@carol"), qPrintable(log.dump()));
         QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
         QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("carol"));
-        QCOMPARE(app.menuBar().unread(), 2);
 
         // The icon the host shows: avatar with badge (full step of the pulse).
         const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });

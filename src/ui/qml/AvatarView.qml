@@ -31,7 +31,6 @@ Item {
             textFormat: Text.PlainText
             anchors.centerIn: parent
             text: avatar.initials
-            textFormat: Text.PlainText
             color: "white"
             font.pixelSize: avatar.size * 0.4
             font.bold: true

@@ -30,7 +30,6 @@ Rectangle {
                 Layout.fillWidth: true
                 text: bar.vm.detail === "conversation" ? "@" + bar.vm.selectedPeer
                     : bar.vm.detail === "profile" ? "个人中心" : "Quillmote"
-                textFormat: Text.PlainText
                 font.pointSize: Theme.title
                 font.bold: true
                 color: Theme.text
@@ -42,7 +41,6 @@ Rectangle {
                 textFormat: Text.PlainText
                 visible: text.length > 0
                 text: bar.vm.detail === "conversation" ? bar.vm.selectedFingerprint : ""
-                textFormat: Text.PlainText
                 font.pointSize: Theme.caption
                 font.family: "monospace"
                 color: Theme.tertiaryText

@@ -46,7 +46,6 @@ Item {
                     textFormat: Text.PlainText
                     anchors.centerIn: parent
                     text: bubble.separator
-                    textFormat: Text.PlainText
                     font.pointSize: Theme.caption
                     color: Theme.secondaryText
                 }
@@ -81,7 +80,6 @@ Item {
                         textFormat: Text.PlainText
                         visible: bubble.messageType.length > 0 && bubble.messageType !== "text"
                         text: bubble.messageType
-                        textFormat: Text.PlainText
                         font.pointSize: Theme.caption
                         font.family: "monospace"
                         color: Theme.tertiaryText

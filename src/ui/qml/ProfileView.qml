@@ -46,7 +46,6 @@ ScrollView {
                     textFormat: Text.PlainText
                     Layout.fillWidth: true
                     text: "@" + person.row.handle
-                    textFormat: Text.PlainText
                     font.pointSize: Theme.body
                     font.bold: true
                     color: Theme.text
@@ -89,7 +88,6 @@ ScrollView {
                     Text {
                         textFormat: Text.PlainText
                         text: page.vm.selfHandle.length > 0 ? "@" + page.vm.selfHandle : "未登录"
-                        textFormat: Text.PlainText
                         font.pointSize: Theme.large
                         font.bold: true
                         color: Theme.text

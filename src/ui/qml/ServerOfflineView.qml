@@ -64,7 +64,6 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: offline.vm.launchError
-            textFormat: Text.PlainText
             font.pointSize: Theme.body
             color: Theme.danger
         }

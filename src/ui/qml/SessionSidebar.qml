@@ -142,7 +142,6 @@ Rectangle {
                                 textFormat: Text.PlainText
                                 Layout.fillWidth: true
                                 text: row.title
-                                textFormat: Text.PlainText
                                 font.pointSize: Theme.body
                                 font.bold: true
                                 color: Theme.text
@@ -179,7 +178,6 @@ Rectangle {
                                     textFormat: Text.PlainText
                                     anchors.centerIn: parent
                                     text: row.unread > 99 ? "99+" : row.unread
-                                    textFormat: Text.PlainText
                                     color: "white"
                                     font.pointSize: Theme.caption
                                     font.bold: true
