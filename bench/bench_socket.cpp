@@ -1,5 +1,5 @@
 // The socket link: frame decode rate, intake of a line that never ends, ingestion from 8 terminals through SocketServer
-// to onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
+// to notifyReceived on the main thread beside a plain reader of the same bytes, broadcast time.
 #include "BenchReport.h"
 #include "ipc/Frames.h"
 #include "ipc/SocketServer.h"
@@ -115,8 +115,9 @@ double serverRate(const QByteArray &path, long long &counted)
     SocketServer server(QString::fromUtf8(path));
     long long frames = 0;
     bool listening = false;
-    server.onNotify = [&](const NotifyFrame &) { ++frames; };
-    server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+    QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { ++frames; });
+    QObject::connect(&server, &SocketServer::logged,
+        [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
     server.start();
     while (!listening)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
@@ -136,14 +137,15 @@ double serverRate(const QByteArray &path, long long &counted)
 }
 
 // A terminal writes one line that does not end for `bytes`, then ends it and sends a frame:
-// MB/s from the first byte until that frame reaches onNotify. The line is unparseable, so
+// MB/s from the first byte until that frame reaches notifyReceived. The line is unparseable, so
 // the figure is the intake itself.
 double endlessLineIntake(const QByteArray &path, qint64 bytes)
 {
     SocketServer server(QString::fromUtf8(path));
     bool listening = false, heard = false;
-    server.onNotify = [&](const NotifyFrame &) { heard = true; };
-    server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+    QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { heard = true; });
+    QObject::connect(&server, &SocketServer::logged,
+        [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
     server.start();
     while (!listening)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
@@ -167,6 +169,41 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
     const double seconds = timer.nsecsElapsed() / 1e9;
     terminal.join();
     return heard ? double(bytes) / (1 << 20) / seconds : 0;
+}
+
+// The ceiling for the figure above: the same bytes through a socket into a reader that
+// only reads them into one reused buffer.
+double plainIntake(const QByteArray &path, qint64 bytes)
+{
+    const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr {};
+    addr.sun_family = AF_UNIX;
+    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
+    ::unlink(path.constData());
+    ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
+    ::listen(lfd, 1);
+    QElapsedTimer timer;
+    timer.start();
+    std::thread terminal([&] {
+        const int fd = connectTo(path);
+        const QByteArray chunk(1 << 20, 'x');
+        for (qint64 sent = 0; sent < bytes;) {
+            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+            if (n <= 0)
+                break;
+            sent += n;
+        }
+        ::close(fd);
+    });
+    const int cfd = ::accept(lfd, nullptr, nullptr);
+    std::vector<char> buffer(64 * 1024);
+    while (::read(cfd, buffer.data(), buffer.size()) > 0) { }
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    terminal.join();
+    ::close(cfd);
+    ::close(lfd);
+    ::unlink(path.constData());
+    return double(bytes) / (1 << 20) / seconds;
 }
 
 } // namespace
@@ -201,14 +238,18 @@ int main(int argc, char *argv[])
         QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
 
     // A line that never ends is taken in at memory speed, not rescanned on every read.
-    reportBench(QStringLiteral("endless line intake (512 MB, one terminal)"), endlessLineIntake(path, 512LL << 20),
-        QStringLiteral("MB/s"), QStringLiteral("target"), 200);
+    // The target is 200 MB/s; the plain reader shows what the machine allows right now.
+    const double plainMBs = plainIntake(path, 512LL << 20);
+    reportBench(QStringLiteral("endless line intake (512 MB, one terminal; target ≥ 200)"),
+        endlessLineIntake(path, 512LL << 20), QStringLiteral("MB/s"), QStringLiteral("plain read() of the same bytes"),
+        plainMBs);
 
     // Broadcast of one reply to 8 connected terminals that keep reading.
     {
         SocketServer server(QString::fromUtf8(path));
         bool listening = false;
-        server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+        QObject::connect(&server, &SocketServer::logged,
+            [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
         server.start();
         while (!listening)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);

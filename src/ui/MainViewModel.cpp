@@ -201,6 +201,5 @@ void MainViewModel::launchServer()
 
 void MainViewModel::openPreferences()
 {
-    if (onOpenPreferences)
-        onOpenPreferences();
+    Q_EMIT openPreferencesRequested();
 }

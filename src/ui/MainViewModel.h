@@ -5,8 +5,6 @@
 #include <QTimer>
 #include <QVariantList>
 
-#include <functional>
-
 class AppState;
 class ContentImageProvider;
 class ConversationModel;
@@ -69,14 +67,14 @@ public:
     Q_INVOKABLE void launchServer();
     Q_INVOKABLE void openPreferences();
 
-    std::function<void()> onOpenPreferences;
-
 Q_SIGNALS:
     void offlineChanged();
     void launchChanged();
     void selectionChanged();
     void searchTextChanged();
     void profileChanged();
+    // The offline view's preferences link.
+    void openPreferencesRequested();
 
 private:
     void followSelection();

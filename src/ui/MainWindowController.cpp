@@ -20,15 +20,9 @@ MainWindowController::MainWindowController(AppState &state, StateClient &client,
     auto *images = new ContentImageProvider;
     m_window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
     m_model = new MainViewModel(state, &client, images, this);
-    m_model->onOpenPreferences = [this] {
-        if (onOpenPreferences)
-            onOpenPreferences();
-    };
+    connect(m_model, &MainViewModel::openPreferencesRequested, this, &MainWindowController::openPreferencesRequested);
     m_window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
-    m_window->onClosed = [this] {
-        if (onClosed)
-            onClosed();
-    };
+    connect(m_window.get(), &ViewWindow::closed, this, &MainWindowController::closed);
 }
 
 MainWindowController::~MainWindowController() = default;

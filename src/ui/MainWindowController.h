@@ -3,7 +3,6 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -29,8 +28,9 @@ public:
     QQuickWindow *window() const;
     MainViewModel *viewModel() const { return m_model; }
 
-    std::function<void()> onOpenPreferences; // the offline view's preferences link
-    std::function<void()> onClosed;
+Q_SIGNALS:
+    void openPreferencesRequested(); // the offline view's preferences link
+    void closed();
 
 private:
     AppState &m_state;

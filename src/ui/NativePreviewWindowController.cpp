@@ -22,10 +22,7 @@ NativePreviewWindowController::NativePreviewWindowController(QObject *parent)
     m_window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
     m_model = new MainViewModel(*m_state, nullptr, images, this);
     m_window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
-    m_window->onClosed = [this] {
-        if (onClosed)
-            onClosed();
-    };
+    connect(m_window.get(), &ViewWindow::closed, this, &NativePreviewWindowController::closed);
 }
 
 NativePreviewWindowController::~NativePreviewWindowController() = default;

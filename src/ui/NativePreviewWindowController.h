@@ -2,7 +2,6 @@
 
 #include <QObject>
 
-#include <functional>
 #include <memory>
 
 class AppState;
@@ -23,7 +22,8 @@ public:
     QQuickWindow *window() const;
     MainViewModel *viewModel() const { return m_model; }
 
-    std::function<void()> onClosed;
+Q_SIGNALS:
+    void closed();
 
 private:
     AppState *m_state;

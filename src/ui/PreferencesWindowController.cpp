@@ -12,10 +12,7 @@ PreferencesWindowController::PreferencesWindowController(LoginItem *loginItem, Q
     m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote 偏好设置"), QSize(520, 560),
         QSize(460, 480), QStringLiteral("QuillmotePreferencesWindow"), QStringLiteral("PreferencesView") });
     m_window->load({ { QStringLiteral("prefs"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
-    m_window->onClosed = [this] {
-        if (onClosed)
-            onClosed();
-    };
+    connect(m_window.get(), &ViewWindow::closed, this, &PreferencesWindowController::closed);
 }
 
 PreferencesWindowController::~PreferencesWindowController() = default;

@@ -2,7 +2,6 @@
 
 #include <QObject>
 
-#include <functional>
 #include <memory>
 
 class LoginItem;
@@ -23,7 +22,8 @@ public:
     QQuickWindow *window() const;
     PreferencesModel *model() const { return m_model; }
 
-    std::function<void()> onClosed;
+Q_SIGNALS:
+    void closed();
 
 private:
     std::unique_ptr<ViewWindow> m_window;

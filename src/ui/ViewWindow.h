@@ -5,7 +5,6 @@
 #include <QTimer>
 #include <QVariantMap>
 
-#include <functional>
 #include <memory>
 
 class QQmlEngine;
@@ -40,7 +39,9 @@ public:
     // within the screen, so nothing is cut off; follows the view as it grows.
     void fitHeightToContent();
 
-    std::function<void()> onClosed;
+Q_SIGNALS:
+    // The user closed the window (it is only hidden).
+    void closed();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
