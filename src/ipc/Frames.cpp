@@ -1,5 +1,7 @@
 #include "ipc/Frames.h"
 
+#include "core/JsonField.h"
+
 #include <rapidjson/document.h>
 
 namespace Frames {
@@ -12,43 +14,41 @@ QString toQString(const Value &v)
     return QString::fromUtf8(v.GetString(), qsizetype(v.GetStringLength()));
 }
 
-// Absent and null both count as absent; any other non-string makes the frame invalid.
-bool optionalString(const Value &o, const char *key, std::optional<QString> &out)
-{
-    const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || it->value.IsNull())
+// RapidJSON's values for JsonField; a member that is not there is a null pointer.
+struct Json {
+    static bool isAbsent(const Value *v) { return !v; }
+    static bool isNull(const Value *v) { return v->IsNull(); }
+    static bool get(const Value *v, QString &out)
+    {
+        if (!v->IsString())
+            return false;
+        out = toQString(*v);
         return true;
-    if (!it->value.IsString())
-        return false;
-    out = toQString(it->value);
-    return true;
-}
-
-bool optionalBool(const Value &o, const char *key, std::optional<bool> &out)
-{
-    const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || it->value.IsNull())
+    }
+    static bool get(const Value *v, bool &out)
+    {
+        if (!v->IsBool())
+            return false;
+        out = v->GetBool();
         return true;
-    if (!it->value.IsBool())
-        return false;
-    out = it->value.GetBool();
-    return true;
-}
+    }
+};
 
-bool requiredString(const Value &o, const char *key, QString &out)
+const Value *member(const Value &o, const char *key)
 {
     const auto it = o.FindMember(key);
-    if (it == o.MemberEnd() || !it->value.IsString())
-        return false;
-    out = toQString(it->value);
-    return true;
+    return it == o.MemberEnd() ? nullptr : &it->value;
 }
 
-void appendKey(QByteArray &out, const char *key)
+// `,"key":"value"`, without the comma after the opening brace.
+void appendField(QByteArray &out, const char *key, const QString &value)
 {
+    if (out.size() > 1)
+        out += ',';
     out += '"';
     out += key;
     out += "\":";
+    appendJsonString(out, value);
 }
 
 } // namespace
@@ -63,10 +63,14 @@ std::optional<NotifyFrame> decodeNotify(QByteArrayView line)
     if (doc.HasParseError() || !doc.IsObject())
         return std::nullopt;
     NotifyFrame f;
-    if (!requiredString(doc, "type", f.type) || !requiredString(doc, "sender", f.sender)
-        || !optionalString(doc, "title", f.title) || !requiredString(doc, "body", f.body)
-        || !optionalString(doc, "msgId", f.msgId) || !optionalBool(doc, "focused", f.focused)
-        || !optionalBool(doc, "hasCode", f.hasCode) || !optionalString(doc, "codeText", f.codeText))
+    const Json json;
+    const auto field = [&doc](const char *key) { return member(doc, key); };
+    if (!JsonField::required(json, field("type"), f.type) || !JsonField::required(json, field("sender"), f.sender)
+        || !JsonField::optional(json, field("title"), f.title) || !JsonField::required(json, field("body"), f.body)
+        || !JsonField::optional(json, field("msgId"), f.msgId)
+        || !JsonField::optional(json, field("focused"), f.focused)
+        || !JsonField::optional(json, field("hasCode"), f.hasCode)
+        || !JsonField::optional(json, field("codeText"), f.codeText))
         return std::nullopt;
     return f;
 }
@@ -119,33 +123,23 @@ void appendJsonString(QByteArray &out, const QString &value)
 
 QByteArray encode(const ReplyFrame &frame)
 {
-    QByteArray out = "{\"type\":\"reply\",";
-    appendKey(out, "sender");
-    appendJsonString(out, frame.sender);
-    out += ',';
-    appendKey(out, "text");
-    appendJsonString(out, frame.text);
-    if (frame.msgId) {
-        out += ',';
-        appendKey(out, "msgId");
-        appendJsonString(out, *frame.msgId);
-    }
-    out += '}';
-    return out;
+    QByteArray out = "{";
+    appendField(out, "type", QStringLiteral("reply"));
+    appendField(out, "sender", frame.sender);
+    appendField(out, "text", frame.text);
+    if (frame.msgId)
+        appendField(out, "msgId", *frame.msgId);
+    return out += '}';
 }
 
 QByteArray encode(const FillFrame &frame)
 {
-    QByteArray out = "{\"type\":\"fill\",";
-    appendKey(out, "text");
-    appendJsonString(out, frame.text);
-    if (frame.msgId) {
-        out += ',';
-        appendKey(out, "msgId");
-        appendJsonString(out, *frame.msgId);
-    }
-    out += '}';
-    return out;
+    QByteArray out = "{";
+    appendField(out, "type", QStringLiteral("fill"));
+    appendField(out, "text", frame.text);
+    if (frame.msgId)
+        appendField(out, "msgId", *frame.msgId);
+    return out += '}';
 }
 
 } // namespace Frames
