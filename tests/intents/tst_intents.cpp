@@ -1,13 +1,13 @@
-// The actions against the stand-in tool: argument vectors, confirmations, the gate, the
-// dialogs and log lines, and how tool failures reach the user.
+// The actions against the tool's recorded answers: argument vectors, confirmations, the
+// gate, the dialogs and log lines, and how tool failures reach the user.
 #include "core/SettingsStore.h"
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
+#include "fakes/FakeToolRunner.h"
 #include "intents/IntentsService.h"
 #include "support/LogCapture.h"
-#include "support/SimWorld.h"
+#include "support/TestEnv.h"
 
-#include <QJsonArray>
 #include <QTest>
 
 using Values = QVariantMap;
@@ -23,11 +23,14 @@ IntentResult performAndWait(IntentsService &service, const QString &name, const 
     return *result;
 }
 
-// The stand-in tool with a confirmer and a gate that answer as each test sets them.
-struct World : SimWorld {
+// The tool, a confirmer and a gate that answer as each test sets them.
+struct World {
+    TestEnv env;
+    FakeToolRunner tool;
     FakeConfirmer confirmer;
     FakeAuthGate gate;
-    IntentsService service { confirmer, gate };
+    IntentsService service { confirmer, gate, &tool };
+    const QList<QStringList> &argvs() const { return tool.argvs; }
 };
 
 } // namespace
@@ -206,14 +209,16 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, dialog);
         World world;
-        world.setState({ { "friends", QJsonArray {} }, { "requests", QJsonArray {} } });
+        for (const char *list : { "friends", "requests", "contacts", "shares", "devices" })
+            world.tool.answers[list] = QByteArray("{\"") + list + "\":[]}";
+        world.tool.answers["inbox"] = "[]";
         QCOMPARE(performAndWait(world.service, name, {}), IntentResult::completed(dialog));
     }
 
     void toolFailureBecomesTheRunnersText()
     {
         World world;
-        world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:  relay unreachable  ");
+        world.tool.failure = CLIResult { 1, {}, "  relay unreachable  \n" };
         LogCapture log;
         QCOMPARE(performAndWait(world.service, "SendMessageIntent", { { "handle", "alice" }, { "text", "hi" } }),
             IntentResult::failed("relay unreachable"));
@@ -296,7 +301,7 @@ private Q_SLOTS:
     void doctorAnswersOnlyFromOk()
     {
         World world;
-        world.env.set("QUILLMOTE_SIM_DOCTOR_OK", "0");
+        world.tool.answers["doctor"] = R"({"ok":false,"checks":[{"name":"relay","ok":false}]})";
         QCOMPARE(performAndWait(world.service, "DoctorIntent", {}),
             IntentResult::completed("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"));
     }
