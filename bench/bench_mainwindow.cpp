@@ -4,7 +4,6 @@
 // open conversation arrives.
 #include "BenchReport.h"
 
-#include "platform/QmlViews.h"
 #include "state/AppState.h"
 #include "ui/ContentImageProvider.h"
 #include "ui/MainViewModel.h"
@@ -55,7 +54,6 @@ int main(int argc, char **argv)
     QTemporaryDir home; // unread marks go to a settings file of the bench's own
     qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
     QGuiApplication app(argc, argv);
-    (void)QmlViews::baseUrl();
 
     AppState state;
     state.setState(history(100000));

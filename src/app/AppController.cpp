@@ -7,10 +7,10 @@
 #include "platform/XdgAutostart.h"
 #include "state/AppState.h"
 #include "state/StateClient.h"
-#include "state/StateWiring.h"
 #include "ui/MainWindowController.h"
 #include "ui/NativePreviewWindowController.h"
 #include "ui/PreferencesWindowController.h"
+#include "ui/QmlViews.h"
 
 #include "alerts/MenuBarController.h"
 #include "alerts/NotchController.h"
@@ -36,7 +36,10 @@ AppController::AppController(QObject *parent)
     , m_notificationServer(std::make_unique<FreedesktopNotifications>())
     , m_menuBar(std::make_unique<MenuBarController>(*m_tray))
     , m_notifications(std::make_unique<NotificationController>(*m_notificationServer))
-    , m_notch(std::make_unique<NotchController>(NotchPlatform::ports()))
+    , m_notch(
+          std::make_unique<NotchController>(NotchPlatform::ports([](QQuickView &view, const QVariantMap &properties) {
+              return QmlViews::load(view, QStringLiteral("NotchOverlayView"), properties);
+          })))
     , m_socket(std::make_unique<SocketServer>(IPCPath::socketPath()))
 {
 }
@@ -54,7 +57,7 @@ AppState &AppController::appState()
     if (!m_appState) {
         m_stateClient = std::make_unique<StateClient>();
         m_appState = std::make_unique<AppState>();
-        StateWiring::connectClient(m_stateClient.get(), m_appState.get());
+        m_appState->follow(*m_stateClient);
     }
     return *m_appState;
 }
@@ -68,10 +71,7 @@ void AppController::openMainWindow(const std::optional<QString> &focusPeer)
             if (self)
                 self->openPreferences();
         };
-        m_mainWC->onClosed = [self] {
-            if (self)
-                self->windowClosed();
-        };
+        returnToMenuBarOnClose(*m_mainWC);
         Log::info(Log::Category::lifecycle, QStringLiteral("mainwindow: controller created"));
     }
     m_mainWC->open(focusPeer);
@@ -87,11 +87,7 @@ void AppController::openPreferences()
 {
     if (!m_prefsWC) {
         m_prefsWC = std::make_unique<PreferencesWindowController>();
-        const QPointer<AppController> self(this);
-        m_prefsWC->onClosed = [self] {
-            if (self)
-                self->windowClosed();
-        };
+        returnToMenuBarOnClose(*m_prefsWC);
         Log::info(Log::Category::lifecycle, QStringLiteral("prefs: window created"));
     }
     m_prefsWC->open();
@@ -101,14 +97,18 @@ void AppController::openNativePreviewWindow()
 {
     if (!m_nativePreviewWC) {
         m_nativePreviewWC = std::make_unique<NativePreviewWindowController>();
-        const QPointer<AppController> self(this);
-        m_nativePreviewWC->onClosed = [self] {
-            if (self)
-                self->windowClosed();
-        };
+        returnToMenuBarOnClose(*m_nativePreviewWC);
         Log::info(Log::Category::lifecycle, QStringLiteral("native-preview: controller created"));
     }
     m_nativePreviewWC->open();
+}
+
+void AppController::returnToMenuBarOnClose(ViewWindow &window)
+{
+    window.onClosed = [self = QPointer<AppController>(this)] {
+        if (self)
+            self->windowClosed();
+    };
 }
 
 void AppController::bringWindowsForward()

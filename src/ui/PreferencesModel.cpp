@@ -30,15 +30,23 @@ PreferencesModel::PreferencesModel(QObject *parent)
 {
 }
 
-QVariantList PreferencesModel::switches() const
+QVariantList PreferencesModel::switchGroups() const
 {
+    // The rows of a group stand together in the table.
+    QVariantList groups;
     QVariantList rows;
-    for (const Row &r : kRows)
+    for (qsizetype i = 0; i < qsizetype(std::size(kRows)); ++i) {
+        const Row &r = kRows[i];
         rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(r.key) },
             { QStringLiteral("label"), QString::fromUtf8(r.label) },
-            { QStringLiteral("group"), QString::fromUtf8(r.group) },
             { QStringLiteral("checked"), SettingsStore::flag(r.key, r.defaultValue) } });
-    return rows;
+        if (i + 1 == qsizetype(std::size(kRows)) || qstrcmp(kRows[i + 1].group, r.group) != 0) {
+            groups.append(QVariantMap {
+                { QStringLiteral("title"), QString::fromUtf8(r.group) }, { QStringLiteral("switches"), rows } });
+            rows.clear();
+        }
+    }
+    return groups;
 }
 
 bool PreferencesModel::breakthrough() const

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 // The preferences window's rows: the switches of the settings store, the do-not-disturb
 // breakthrough choice, the version and the command that reads the log. Values are read
@@ -9,8 +10,10 @@
 class PreferencesModel : public QObject
 {
     Q_OBJECT
-    // [{key, label, group, checked}]
-    Q_PROPERTY(QVariantList switches READ switches NOTIFY changed)
+    QML_ELEMENT
+    QML_UNCREATABLE("The preferences window owns its model")
+    // [{title, switches: [{key, label, checked}]}]
+    Q_PROPERTY(QVariantList switchGroups READ switchGroups NOTIFY changed)
     Q_PROPERTY(bool breakthrough READ breakthrough NOTIFY changed)
     Q_PROPERTY(QString appName READ appName CONSTANT)
     Q_PROPERTY(QString version READ version CONSTANT)
@@ -18,7 +21,7 @@ class PreferencesModel : public QObject
 public:
     explicit PreferencesModel(QObject *parent = nullptr);
 
-    QVariantList switches() const;
+    QVariantList switchGroups() const;
     bool breakthrough() const;
     QString appName() const { return QStringLiteral("Quillmote Notifier"); }
     QString version() const;

@@ -1,32 +1,18 @@
 #include "ui/PreferencesWindowController.h"
 
 #include "ui/PreferencesModel.h"
-#include "ui/ViewWindow.h"
-
-#include <QQuickWindow>
 
 PreferencesWindowController::PreferencesWindowController(QObject *parent)
-    : QObject(parent)
+    : ViewWindow({ QStringLiteral("Quillmote 偏好设置"), QSize(520, 560), QSize(460, 480),
+                     QStringLiteral("QuillmotePreferencesWindow"), QStringLiteral("PreferencesView") },
+        parent)
     , m_model(new PreferencesModel(this))
 {
-    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote 偏好设置"), QSize(520, 560),
-        QSize(460, 480), QStringLiteral("QuillmotePreferencesWindow"), QStringLiteral("PreferencesView") });
-    m_window->load({ { QStringLiteral("prefs"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
-    m_window->onClosed = [this] {
-        if (onClosed)
-            onClosed();
-    };
+    load({ { QStringLiteral("prefs"), QVariant::fromValue(m_model) } });
 }
-
-PreferencesWindowController::~PreferencesWindowController() = default;
 
 void PreferencesWindowController::open()
 {
     m_model->reload();
-    m_window->bringToFront();
-}
-
-QQuickWindow *PreferencesWindowController::window() const
-{
-    return m_window->window();
+    bringToFront();
 }

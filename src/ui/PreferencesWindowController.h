@@ -1,30 +1,20 @@
 #pragma once
 
-#include <QObject>
-
-#include <functional>
-#include <memory>
+#include "ui/ViewWindow.h"
 
 class PreferencesModel;
-class QQuickWindow;
-class ViewWindow;
 
 // The preferences window: the switches, the do-not-disturb breakthrough choice and an
 // about pane with the command that reads the app's log.
-class PreferencesWindowController : public QObject
+class PreferencesWindowController : public ViewWindow
 {
     Q_OBJECT
 public:
     explicit PreferencesWindowController(QObject *parent = nullptr);
-    ~PreferencesWindowController() override;
 
     void open();
-    QQuickWindow *window() const;
     PreferencesModel *model() const { return m_model; }
 
-    std::function<void()> onClosed;
-
 private:
-    std::unique_ptr<ViewWindow> m_window;
     PreferencesModel *m_model;
 };

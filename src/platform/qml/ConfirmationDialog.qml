@@ -8,7 +8,7 @@ import QtQuick.Window
 Window {
     id: root
 
-    required property QtObject request
+    required property ConfirmationRequest request
 
     title: "Quillmote"
     modality: Qt.ApplicationModal

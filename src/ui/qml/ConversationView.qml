@@ -5,7 +5,7 @@ import QtQuick.Controls
 // view grows upwards, so only the bubbles on screen are ever created.
 Item {
     id: view
-    required property QtObject vm
+    required property MainViewModel vm
 
     ListView {
         id: list
@@ -26,7 +26,7 @@ Item {
         delegate: MessageBubble { width: ListView.view.width }
 
         Connections {
-            target: view.vm.conversation
+            target: list.model
             function onPeerChanged() { list.positionViewAtBeginning() }
         }
     }

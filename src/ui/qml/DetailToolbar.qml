@@ -5,7 +5,7 @@ import QtQuick.Layouts
 // Above the detail: who this is, the read-only note and the profile button.
 Rectangle {
     id: bar
-    required property QtObject vm
+    required property MainViewModel vm
     implicitHeight: 52
     color: "#fbfbfd"
 

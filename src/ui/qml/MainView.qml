@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -6,7 +8,7 @@ import QtQuick.Layouts
 // conversation list beside one conversation, the own profile or the empty state.
 Rectangle {
     id: root
-    required property QtObject vm
+    required property MainViewModel vm
     color: "#f5f5f7"
 
     ServerOfflineView {

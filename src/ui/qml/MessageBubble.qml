@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 // One message: the day separator when it opens a day, then the bubble with its parts,

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 // One content part of a bubble, by its kind.
@@ -5,10 +7,10 @@ Item {
     id: partView
     required property var part
     // Width the part would like without wrapping; the bubble sizes itself from it.
-    readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
+    readonly property real naturalWidth: loader.partItem ? loader.partItem.naturalWidth : 0
     // Code and structured payloads take the widest bubble.
     readonly property real wide: 100000
-    implicitHeight: loader.item ? loader.item.implicitHeight : 0
+    implicitHeight: loader.partItem ? loader.partItem.implicitHeight : 0
     height: implicitHeight
 
     function pick(kind) {
@@ -26,6 +28,8 @@ Item {
 
     Loader {
         id: loader
+        // The loaded part; each kind's item says how wide it would like to be.
+        readonly property var partItem: item
         width: parent.width
         sourceComponent: partView.pick(partView.part.kind)
     }
@@ -113,7 +117,7 @@ Item {
             spacing: 4
             Image {
                 id: picture
-                visible: source.toString().length > 0
+                visible: String(source).length > 0
                 source: partView.part.source || ""
                 asynchronous: true
 
@@ -147,6 +151,7 @@ Item {
     Component {
         id: jsonPart
         Rectangle {
+            id: json
             readonly property string kind: partView.part.kind
             readonly property string title: kind === "data" ? "数据" + (partView.part.mime ? " · " + partView.part.mime : "")
                 : kind === "tool_call" ? "⚙ 工具调用 · " + (partView.part.name || "tool call")
@@ -171,16 +176,16 @@ Item {
                 spacing: 4
                 Text {
                     id: titleText
-                    text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
+                    text: json.title + (partView.part.callId ? "  #" + partView.part.callId : "")
                     font.pixelSize: 11
                     font.bold: true
-                    color: parent.parent.accent
+                    color: json.accent
                 }
                 Text {
                     id: bodyText
                     visible: text.length > 0
                     width: parent.width
-                    text: parent.parent.body
+                    text: json.body
                     textFormat: Text.PlainText
                     wrapMode: Text.WrapAnywhere
                     font.family: "monospace"

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -5,7 +7,7 @@ import QtQuick.Layouts
 // The preferences: the switches, the do-not-disturb choice and the about pane.
 Rectangle {
     id: root
-    required property QtObject prefs
+    required property PreferencesModel prefs
     color: "#f5f5f7"
 
     component Group: Rectangle {
@@ -37,13 +39,13 @@ Rectangle {
             Item { implicitHeight: 8 }
 
             Repeater {
-                model: ["通知", "权限与高级（默认关）"]
+                model: root.prefs.switchGroups
                 delegate: Group {
                     id: group
-                    required property string modelData
-                    Text { text: group.modelData; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
+                    required property var modelData
+                    Text { text: group.modelData.title; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
                     Repeater {
-                        model: root.prefs.switches.filter(s => s.group === group.modelData)
+                        model: group.modelData.switches
                         delegate: Switch {
                             required property var modelData
                             objectName: "switch:" + modelData.key

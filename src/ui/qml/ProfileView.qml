@@ -6,7 +6,7 @@ import QtQuick.Layouts
 // connected agents.
 ScrollView {
     id: page
-    required property QtObject vm
+    required property MainViewModel vm
     contentWidth: availableWidth
     clip: true
 

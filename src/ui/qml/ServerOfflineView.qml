@@ -4,7 +4,7 @@ import QtQuick.Controls
 // Shown instead of the conversations while the local state server does not answer.
 Rectangle {
     id: offline
-    required property QtObject vm
+    required property MainViewModel vm
     color: "#f5f5f7"
 
     Column {

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -5,7 +7,7 @@ import QtQuick.Layouts
 // The conversation list: a search field over the filtered sessions, newest first.
 Rectangle {
     id: sidebar
-    required property QtObject vm
+    required property MainViewModel vm
     color: "#ececef"
 
     ColumnLayout {
