@@ -15,13 +15,6 @@ QString oneLine(const QString &text, int maxChars)
     return s;
 }
 
-struct Switch {
-    SettingsStore::Key key;
-    bool defaultValue;
-    const char *text;
-    const char *icon;
-};
-
 } // namespace
 
 MenuBarController::MenuBarController(TrayPort &tray, QObject *parent)
@@ -145,27 +138,25 @@ QList<MenuEntry> MenuBarController::buildMenu()
     clear.trigger = [this] { clearAll(); };
     rows << clear << MenuEntry::separator();
 
-    using K = SettingsStore::Key;
     MenuEntry quick;
     quick.kind = MenuEntry::Kind::Submenu;
     quick.text = QStringLiteral("快捷开关");
     quick.iconName = QStringLiteral("preferences-other");
-    auto addSwitch = [&quick](const Switch &s) {
+    const char *group = nullptr;
+    for (const SettingsStore::Switch &s : SettingsStore::switches) {
+        if (!s.inTray)
+            continue;
+        if (!group || qstrcmp(group, s.group) != 0)
+            quick.children << MenuEntry::header(QString::fromUtf8(s.group));
+        group = s.group;
         MenuEntry e;
-        e.text = QString::fromUtf8(s.text);
+        e.text = QString::fromUtf8(s.label);
         e.iconName = QString::fromUtf8(s.icon);
         e.checkable = true;
-        e.checked = SettingsStore::flag(s.key, s.defaultValue);
-        e.trigger = [s] { SettingsStore::toggle(s.key, s.defaultValue); };
+        e.checked = SettingsStore::flag(s.key);
+        e.trigger = [key = s.key] { SettingsStore::toggle(key); };
         quick.children << e;
-    };
-    quick.children << MenuEntry::header(QStringLiteral("通知"));
-    addSwitch({ K::quietWhenFocused, false, "聚焦终端时安静", "" });
-    addSwitch({ K::commNotifications, true, "好友身份通知 + 头像", "user-identity" });
-    addSwitch({ K::urgencyMapping, true, "紧迫度自适应", "" });
-    quick.children << MenuEntry::header(QStringLiteral("权限与高级（默认关）"));
-    addSwitch({ K::focusFilter, false, "按好友配专注打断", "" });
-    addSwitch({ K::biometricGate, false, "敏感操作需 Touch ID", "" });
+    }
     rows << quick << MenuEntry::separator();
 
     auto command = [this](const QString &text, const QString &keys, void (MenuBarController::*fn)()) {

@@ -2,8 +2,6 @@
 
 #include "core/Log.h"
 
-#include "core/SettingsStore.h"
-
 #include <QDateTime>
 
 namespace {
@@ -81,13 +79,14 @@ NotchItem NotchController::makeItem(const NotifyFrame &frame) const
     return item;
 }
 
-void NotchController::present(const NotifyFrame &frame, int unread, bool pulse)
+void NotchController::present(const NotifyFrame &frame, int unread, const Alert &alert)
 {
     const auto screen = targetScreen();
     if (!screen)
         return;
-    playArrivalSound();
+    playArrivalSound(alert);
     const NotchItem item = makeItem(frame);
+    const bool pulse = alert.overlay == Alert::Overlay::pulse;
 
     if ((m_model.state() != NotchState::hidden || !m_queue.empty()) && !m_debugForceExpanded) {
         m_queue.push_back({ item, unread, pulse });
@@ -342,12 +341,12 @@ void NotchController::flashFeedback(const QString &text)
     });
 }
 
-void NotchController::playArrivalSound()
+void NotchController::playArrivalSound(const Alert &alert)
 {
-    if (!SettingsStore::flag(SettingsStore::Key::sound, true))
-        return;
-    if (chimeAllowed && !chimeAllowed()) {
-        Log::debug(Log::Category::notch, QStringLiteral("notch: chime held back (do-not-disturb, no breakthrough)"));
+    if (!alert.chime) {
+        if (alert.heldBack)
+            Log::debug(
+                Log::Category::notch, QStringLiteral("notch: chime held back (do-not-disturb, no breakthrough)"));
         return;
     }
     const double now = m_ports.scheduler->now();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "alerts/AlertPolicy.h"
 #include "alerts/NotchGeometry.h"
 #include "alerts/NotchPorts.h"
 #include "alerts/NotchViewModel.h"
@@ -24,8 +25,9 @@ public:
     explicit NotchController(NotchPorts ports, QObject *parent = nullptr);
     ~NotchController() override;
 
-    // Announces one message. `unread` is the count to show; `pulse` marks a quiet arrival.
-    void present(const NotifyFrame &frame, int unread, bool pulse);
+    // Announces one message as the alert policy decided: its card, or only a pulse for a
+    // quiet arrival, with or without the chime. `unread` is the count to show.
+    void present(const NotifyFrame &frame, int unread, const Alert &alert);
     // Shows this message at once, expanded and pinned, with its reply field open and
     // focused: the "回复" action of a banner on desktops without inline reply. Whatever
     // was on show is replaced; the queue is kept. False when there is no screen.
@@ -49,8 +51,6 @@ public:
     std::function<bool(const FillFrame &)> onFill;
     std::function<void(const QString &)> onOpenApp; // the sender's handle
     std::function<void(const QString &)> onLog;
-    // False while do-not-disturb silences messages: the overlay still shows, without a chime.
-    std::function<bool()> chimeAllowed;
 
 private:
     struct Pending {
@@ -70,7 +70,7 @@ private:
     void afterClose();
     void flashFeedback(const QString &text);
     void setReplyVisible(bool visible);
-    void playArrivalSound();
+    void playArrivalSound(const Alert &alert);
     void contentSizeChanged(qreal width, qreal height);
     bool reduceMotion() const;
     void log(const QString &line) const;

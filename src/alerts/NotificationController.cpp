@@ -83,9 +83,9 @@ void NotificationController::probe()
         self->log(QStringLiteral("notifications: authorization granted"));
         self->log(QStringLiteral("notifications: server %1 %2 (%3)")
                       .arg(info.name, info.version, info.capabilities.join(QLatin1Char(','))));
-        const QList<NotifyFrame> waiting = std::exchange(self->m_waiting, {});
-        for (const NotifyFrame &frame : waiting)
-            self->present(frame);
+        const QList<Waiting> waiting = std::exchange(self->m_waiting, {});
+        for (const Waiting &w : waiting)
+            self->present(w.frame, w.urgency);
     });
 }
 
@@ -108,7 +108,7 @@ QString NotificationController::bodyText(const QString &text) const
     return m_server.has(QStringLiteral("body-markup")) ? text.toHtmlEscaped() : text;
 }
 
-Banner NotificationController::messageBanner(const NotifyFrame &frame)
+Banner NotificationController::messageBanner(const NotifyFrame &frame, Banner::Urgency urgency)
 {
     Banner b;
     b.summary = frame.title.value_or(QStringLiteral("@") + frame.sender);
@@ -120,11 +120,8 @@ Banner NotificationController::messageBanner(const NotifyFrame &frame)
         b.replyPlaceholder = QStringLiteral("输入回复…");
         b.replySubmitLabel = QStringLiteral("发送");
     }
-    const bool mapUrgency = SettingsStore::flag(SettingsStore::Key::urgencyMapping, true);
-    b.urgency = (mapUrgency && frame.focused.value_or(false)) ? Banner::Urgency::low : Banner::Urgency::normal;
-    if (forceCritical && forceCritical())
-        b.urgency = Banner::Urgency::critical;
-    if (SettingsStore::flag(SettingsStore::Key::commNotifications, true)) {
+    b.urgency = urgency;
+    if (SettingsStore::flag(SettingsStore::Key::commNotifications)) {
         b.image = MonogramAvatar::image(frame.sender, avatarSize);
         if (b.image.isNull())
             log(QStringLiteral("comms-notif: avatar unavailable — plain banner"));
@@ -134,19 +131,19 @@ Banner NotificationController::messageBanner(const NotifyFrame &frame)
     return b;
 }
 
-void NotificationController::present(const NotifyFrame &frame)
+void NotificationController::present(const NotifyFrame &frame, Banner::Urgency urgency)
 {
     switch (m_state) {
     case State::disabled:
         return;
     case State::unknown:
         if (m_waiting.size() < maxWaiting)
-            m_waiting.append(frame);
+            m_waiting.append({ frame, urgency });
         return;
     case State::enabled:
         break;
     }
-    const Banner banner = messageBanner(frame);
+    const Banner banner = messageBanner(frame, urgency);
     Shown shown { frame.sender, frame.msgId, banner.summary, frame };
     if (shown.msgId && shown.msgId->isEmpty())
         shown.msgId.reset();

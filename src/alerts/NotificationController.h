@@ -31,7 +31,8 @@ public:
     // Asks the server what it can do; banners stay off when there is none, and come back
     // on by themselves when a server appears or restarts.
     void bootstrap();
-    void present(const NotifyFrame &frame);
+    // Posts the banner at the urgency the alert policy chose.
+    void present(const NotifyFrame &frame, Banner::Urgency urgency);
 
     // An action on a banner. Returns whether a reply went out to a terminal, or nothing
     // when the action sent no reply.
@@ -50,9 +51,6 @@ public:
     // message the banner shows.
     std::function<void(const NotifyFrame &)> onOpenReply;
     std::function<void(const QString &)> onLog;
-    // True while do-not-disturb is on and the user lets messages break through it: the
-    // banner then goes out with critical urgency, which desktops show during do-not-disturb.
-    std::function<bool()> forceCritical;
 
 private:
     enum class State { unknown, enabled, disabled };
@@ -66,10 +64,14 @@ private:
         Banner banner;
         Shown shown;
     };
+    struct Waiting {
+        NotifyFrame frame;
+        Banner::Urgency urgency;
+    };
 
     void log(const QString &text) const;
     void probe();
-    Banner messageBanner(const NotifyFrame &frame);
+    Banner messageBanner(const NotifyFrame &frame, Banner::Urgency urgency);
     QList<QPair<QString, QString>> actions(bool withReply) const;
     QString bodyText(const QString &text) const;
     void send(Banner banner, const Shown &shown);
@@ -84,7 +86,7 @@ private:
     bool m_probing = false;
     bool m_appearedWhileProbing = false;
     ServerInfo m_server;
-    QList<NotifyFrame> m_waiting;
+    QList<Waiting> m_waiting;
     QHash<quint32, Shown> m_byId;
     QHash<QString, quint32> m_idByMsg;
     // A msgId whose post is under way, and the newer banner for it that must wait for its id.

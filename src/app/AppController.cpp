@@ -1,7 +1,6 @@
 #include "app/AppController.h"
 
 #include "app/DeepLink.h"
-#include "intents/FocusPolicy.h"
 #include "platform/DesktopActions.h"
 #include "platform/DoNotDisturbWatcher.h"
 #include "platform/XdgAutostart.h"
@@ -12,11 +11,11 @@
 #include "ui/PreferencesWindowController.h"
 #include "ui/QmlViews.h"
 
+#include "alerts/AlertPolicy.h"
 #include "alerts/MenuBarController.h"
 #include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
 #include "core/Log.h"
-#include "core/SettingsStore.h"
 #include "ipc/IPCPath.h"
 #include "ipc/SocketServer.h"
 #include "platform/FreedesktopNotifications.h"
@@ -34,6 +33,7 @@ AppController::AppController(QObject *parent)
     : QObject(parent)
     , m_tray(std::make_unique<SystemTray>())
     , m_notificationServer(std::make_unique<FreedesktopNotifications>())
+    , m_doNotDisturb(std::make_unique<DoNotDisturbWatcher>())
     , m_menuBar(std::make_unique<MenuBarController>(*m_tray))
     , m_notifications(std::make_unique<NotificationController>(*m_notificationServer))
     , m_notch(
@@ -202,14 +202,6 @@ void AppController::applicationDidFinishLaunching()
         if (self)
             self->openSender(sender);
     };
-
-    // Do-not-disturb: a recorded breakthrough makes banners critical; without one the
-    // banners follow the desktop and the notch keeps quiet.
-    m_notifications->forceCritical = [self] {
-        return self && self->m_actions && self->m_actions->doNotDisturb().isActive()
-            && FocusPolicy::decide(true, FocusPolicy::recordedBreakthrough()).forceCritical;
-    };
-    m_notch->chimeAllowed = [self] { return !(self && self->doNotDisturbSilences()); };
     startDesktopActions();
 
     m_notifications->bootstrap();
@@ -264,13 +256,7 @@ void AppController::startDesktopActions()
     }
     m_actions = std::make_unique<DesktopActions>();
     m_actions->start();
-}
-
-bool AppController::doNotDisturbSilences() const
-{
-    if (!m_actions || !m_actions->doNotDisturb().isActive())
-        return false;
-    return !FocusPolicy::decide(true, FocusPolicy::recordedBreakthrough()).chimeAllowed;
+    m_doNotDisturb->start();
 }
 
 void AppController::handleURLString(const QString &text)
@@ -325,12 +311,21 @@ void AppController::handleNotify(const NotifyFrame &frame)
     Log::info(Log::Category::notify,
         QStringLiteral("socket: onNotify %1 from %2").arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
 
-    if (SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false) && frame.focused.value_or(false)) {
-        m_notch->present(frame, m_menuBar->unread(), true);
+    const Alert alert = AlertPolicy::decide(frame, AlertPolicy::Switches::current(), m_doNotDisturb->doNotDisturb());
+    m_notch->present(frame, m_menuBar->unread(), alert);
+    switch (alert.banner) {
+    case Alert::Banner::none:
         Log::info(Log::Category::notify,
             QStringLiteral("focus-quiet: terminal focused + quiet mode on → notch pulse only (no banner)"));
-        return;
+        break;
+    case Alert::Banner::low:
+        m_notifications->present(frame, Banner::Urgency::low);
+        break;
+    case Alert::Banner::normal:
+        m_notifications->present(frame, Banner::Urgency::normal);
+        break;
+    case Alert::Banner::critical:
+        m_notifications->present(frame, Banner::Urgency::critical);
+        break;
     }
-    m_notch->present(frame, m_menuBar->unread(), false);
-    m_notifications->present(frame);
 }

@@ -11,6 +11,7 @@ class QUrl;
 
 class AppState;
 class DesktopActions;
+class DoNotDisturbWatcher;
 class MainWindowController;
 class NativePreviewWindowController;
 class PreferencesWindowController;
@@ -67,7 +68,6 @@ private:
     void registerLoginItem();
     void applyEnvironmentSwitches();
     void startDesktopActions();
-    bool doNotDisturbSilences() const;
     void bringWindowsForward();
     void windowClosed();
     // A window of ours that closes may leave only the tray icon.
@@ -78,6 +78,7 @@ private:
     // Adapters first: the controllers hold references to them.
     std::unique_ptr<SystemTray> m_tray;
     std::unique_ptr<FreedesktopNotifications> m_notificationServer;
+    std::unique_ptr<DoNotDisturbWatcher> m_doNotDisturb;
     std::unique_ptr<MenuBarController> m_menuBar;
     std::unique_ptr<NotificationController> m_notifications;
     std::unique_ptr<NotchController> m_notch;

@@ -115,10 +115,18 @@ void remove(const QString &key)
     g_seen = stampOf(s.fileName());
 }
 
-bool flag(Key key, bool defaultValue)
+const Switch &switchFor(Key key)
+{
+    for (const Switch &s : switches)
+        if (s.key == key)
+            return s;
+    Q_UNREACHABLE();
+}
+
+bool flag(Key key)
 {
     const std::optional<QVariant> v = value(keyString(key));
-    return v ? v->toBool() : defaultValue;
+    return v ? v->toBool() : switchFor(key).defaultValue;
 }
 
 void setFlag(Key key, bool v)
@@ -126,9 +134,9 @@ void setFlag(Key key, bool v)
     setValue(keyString(key), v);
 }
 
-bool toggle(Key key, bool defaultValue)
+bool toggle(Key key)
 {
-    const bool next = !flag(key, defaultValue);
+    const bool next = !flag(key);
     setFlag(key, next);
     return next;
 }

@@ -7,7 +7,7 @@ namespace BiometricGate {
 
 void require(AuthGate &gate, const QString &action, std::function<void(bool allowed)> done)
 {
-    if (!SettingsStore::flag(SettingsStore::Key::biometricGate, false)) {
+    if (!SettingsStore::flag(SettingsStore::Key::biometricGate)) {
         done(true);
         return;
     }

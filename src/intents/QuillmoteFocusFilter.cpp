@@ -31,18 +31,18 @@ bool breakthroughChoice()
     return v && v->toBool();
 }
 
-void perform(bool allowBreakthrough)
+std::optional<bool> perform(bool allowBreakthrough)
 {
-    if (!SettingsStore::flag(SettingsStore::Key::focusFilter, false)) {
+    if (!SettingsStore::flag(SettingsStore::Key::focusFilter)) {
         // The recorded value stays as it was, so turning the feature back on restores it.
         Log::debug(Log::Category::intents,
             QStringLiteral("QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect)."));
-        return;
+        return std::nullopt;
     }
-    SettingsStore::setValue(QString::fromLatin1(recordedKey), allowBreakthrough);
     Log::info(Log::Category::intents,
         QStringLiteral("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=%1")
             .arg(Log::boolText(allowBreakthrough)));
+    return allowBreakthrough;
 }
 
 } // namespace QuillmoteFocusFilter

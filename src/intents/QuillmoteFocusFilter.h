@@ -2,12 +2,14 @@
 
 #include <QString>
 
-// Records whether messages may break through do-not-disturb. The desktop's do-not-disturb
-// watcher runs perform() on every change with the user's choice; the filter does nothing
-// unless the feature is switched on ("quillmote.focusFilterEnabled").
+#include <optional>
+
+// Decides whether messages may break through do-not-disturb. The desktop's do-not-disturb
+// watcher runs perform() on every change with the user's choice and keeps what it
+// records; the filter does nothing unless the feature is switched on
+// ("quillmote.focusFilterEnabled").
 namespace QuillmoteFocusFilter {
 
-inline constexpr const char *recordedKey = "quillmote.focusFilter.allowBreakthrough";
 // The user's choice in the preferences: the value perform() records while the feature is on.
 inline constexpr const char *choiceKey = "quillmote.focusFilter.breakthroughChoice";
 
@@ -19,6 +21,7 @@ QString displayRepresentation(bool allowBreakthrough);
 // The user's choice (default: follow do-not-disturb).
 bool breakthroughChoice();
 
-void perform(bool allowBreakthrough);
+// The value to record, or nothing while the feature is off (the last record stands).
+std::optional<bool> perform(bool allowBreakthrough);
 
 } // namespace QuillmoteFocusFilter

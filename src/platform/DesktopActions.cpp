@@ -27,5 +27,4 @@ void DesktopActions::start(QDBusConnection bus)
         Log::error(Log::Category::intents,
             QStringLiteral("actions: cannot export %1 — %2")
                 .arg(QLatin1String(KRunnerBridge::objectPath), bus.lastError().message()));
-    m_dnd.start();
 }

@@ -4,7 +4,6 @@
 #include "intents/IntentsService.h"
 #include "intents/ToolRunner.h"
 #include "platform/ActionsBus.h"
-#include "platform/DoNotDisturbWatcher.h"
 #include "platform/KRunnerBridge.h"
 #include "platform/PolkitAuthGate.h"
 #include "platform/QmlConfirmer.h"
@@ -13,7 +12,7 @@
 
 // The desktop actions assembled: the confirmation dialog, the polkit gate, the service
 // that runs the actions, the queries, and their faces on the session bus (the Actions
-// interface, KRunner) plus the do-not-disturb watcher. The app makes one and calls
+// interface, KRunner). The app makes one and calls
 // start() once it owns com.quillmote.Notifier.
 class DesktopActions : public QObject
 {
@@ -21,13 +20,11 @@ class DesktopActions : public QObject
 public:
     explicit DesktopActions(QObject *parent = nullptr);
 
-    // Exports the interfaces on `bus` and starts following do-not-disturb. A failure is
-    // logged and leaves the rest working.
+    // Exports the interfaces on `bus`. A failure is logged and leaves the rest working.
     void start(QDBusConnection bus = QDBusConnection::sessionBus());
 
     IntentsService &service() { return m_service; }
     EntityQueries &queries() { return m_queries; }
-    DoNotDisturbWatcher &doNotDisturb() { return m_dnd; }
     KRunnerBridge &krunner() { return m_krunner; }
     QmlConfirmer &confirmer() { return m_confirmer; }
 
@@ -39,5 +36,4 @@ private:
     EntityQueries m_queries;
     ActionsBus m_bus;
     KRunnerBridge m_krunner;
-    DoNotDisturbWatcher m_dnd;
 };

@@ -21,7 +21,6 @@ using PortalSettings::unwrap;
 
 DoNotDisturbWatcher::DoNotDisturbWatcher(QDBusConnection bus, QObject *parent)
     : QObject(parent)
-    , breakthroughChoice(&QuillmoteFocusFilter::breakthroughChoice)
     , m_bus(std::move(bus))
 {
     m_poll.setInterval(kPollMs);
@@ -98,6 +97,7 @@ void DoNotDisturbWatcher::set(bool *field, bool value)
         return;
     Log::info(Log::Category::intents,
         QStringLiteral("do-not-disturb: %1").arg(after ? QStringLiteral("on") : QStringLiteral("off")));
-    QuillmoteFocusFilter::perform(breakthroughChoice ? breakthroughChoice() : false);
+    if (const auto recorded = QuillmoteFocusFilter::perform(QuillmoteFocusFilter::breakthroughChoice()))
+        m_breakthrough = *recorded;
     Q_EMIT changed(after);
 }

@@ -1,21 +1,21 @@
 #pragma once
 
+#include "alerts/DoNotDisturbPort.h"
+
 #include <QDBusConnection>
 #include <QDBusVariant>
 #include <QObject>
 #include <QTimer>
 #include <QVariantMap>
 
-#include <functional>
-
 // Follows the desktop's do-not-disturb and runs the Focus filter on every change with the
-// user's breakthrough choice. Sources, any of which may be missing:
+// user's breakthrough choice, keeping what it records. Sources, any of which may be missing:
 //  - KDE Plasma: the notification server's "Inhibited" property;
 //  - dunst: the "paused" property of org.dunstproject.cmd0 (also polled, as older dunst
 //    versions do not announce it);
 //  - GNOME: "show-banners" of org.gnome.desktop.notifications through the settings portal.
 // Do-not-disturb is on when any of them says so.
-class DoNotDisturbWatcher : public QObject
+class DoNotDisturbWatcher : public QObject, public DoNotDisturbPort
 {
     Q_OBJECT
 public:
@@ -23,9 +23,7 @@ public:
 
     void start();
     bool isActive() const { return m_inhibited || m_paused || m_bannersOff; }
-
-    // The user's choice; by default the preferences' value.
-    std::function<bool()> breakthroughChoice;
+    AlertPolicy::DoNotDisturb doNotDisturb() const override { return { isActive(), m_breakthrough }; }
 
 Q_SIGNALS:
     void changed(bool active);
@@ -45,4 +43,5 @@ private:
     bool m_inhibited = false;
     bool m_paused = false;
     bool m_bannersOff = false;
+    bool m_breakthrough = false;
 };

@@ -3,28 +3,6 @@
 #include "core/SettingsStore.h"
 #include "intents/QuillmoteFocusFilter.h"
 
-namespace {
-using K = SettingsStore::Key;
-
-struct Row {
-    K key;
-    bool defaultValue;
-    const char *label;
-    const char *group;
-};
-
-// Same labels and defaults as the tray's quick switches.
-constexpr Row kRows[] = {
-    { K::quietWhenFocused, false, "聚焦终端时安静", "通知" },
-    { K::commNotifications, true, "好友身份通知 + 头像", "通知" },
-    { K::urgencyMapping, true, "紧迫度自适应", "通知" },
-    { K::sound, true, "新消息提示音", "通知" },
-    { K::focusFilter, false, "按好友配专注打断", "权限与高级（默认关）" },
-    { K::biometricGate, false, "敏感操作需 Touch ID", "权限与高级（默认关）" },
-};
-static_assert(std::size(kRows) == SettingsStore::allKeys.size(), "every switch of the store has a row");
-} // namespace
-
 PreferencesModel::PreferencesModel(QObject *parent)
     : QObject(parent)
 {
@@ -35,14 +13,15 @@ QVariantList PreferencesModel::switchGroups() const
     // The rows of a group stand together in the table.
     QVariantList groups;
     QVariantList rows;
-    for (qsizetype i = 0; i < qsizetype(std::size(kRows)); ++i) {
-        const Row &r = kRows[i];
-        rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(r.key) },
-            { QStringLiteral("label"), QString::fromUtf8(r.label) },
-            { QStringLiteral("checked"), SettingsStore::flag(r.key, r.defaultValue) } });
-        if (i + 1 == qsizetype(std::size(kRows)) || qstrcmp(kRows[i + 1].group, r.group) != 0) {
+    const auto &table = SettingsStore::switches;
+    for (qsizetype i = 0; i < qsizetype(std::size(table)); ++i) {
+        const SettingsStore::Switch &s = table[i];
+        rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(s.key) },
+            { QStringLiteral("label"), QString::fromUtf8(s.label) },
+            { QStringLiteral("checked"), SettingsStore::flag(s.key) } });
+        if (i + 1 == qsizetype(std::size(table)) || qstrcmp(table[i + 1].group, s.group) != 0) {
             groups.append(QVariantMap {
-                { QStringLiteral("title"), QString::fromUtf8(r.group) }, { QStringLiteral("switches"), rows } });
+                { QStringLiteral("title"), QString::fromUtf8(s.group) }, { QStringLiteral("switches"), rows } });
             rows.clear();
         }
     }
@@ -66,9 +45,9 @@ QString PreferencesModel::logCommand() const
 
 void PreferencesModel::setSwitch(const QString &key, bool on)
 {
-    for (const Row &r : kRows) {
-        if (SettingsStore::keyString(r.key) == key) {
-            SettingsStore::setFlag(r.key, on);
+    for (const SettingsStore::Switch &s : SettingsStore::switches) {
+        if (SettingsStore::keyString(s.key) == key) {
+            SettingsStore::setFlag(s.key, on);
             Q_EMIT changed();
             return;
         }

@@ -157,9 +157,9 @@ private Q_SLOTS:
         QVERIFY(!quick->children[4].enabled);
 
         find(quick->children, "好友身份通知 + 头像")->trigger();
-        QVERIFY(!SettingsStore::flag(SettingsStore::Key::commNotifications, true));
+        QVERIFY(!SettingsStore::flag(SettingsStore::Key::commNotifications));
         find(quick->children, "敏感操作需 Touch ID")->trigger();
-        QVERIFY(SettingsStore::flag(SettingsStore::Key::biometricGate, false));
+        QVERIFY(SettingsStore::flag(SettingsStore::Key::biometricGate));
         const QList<MenuEntry> again = m_tray->open();
         const MenuEntry *reopened = find(again, "快捷开关");
         QVERIFY(!reopened->children[2].checked);

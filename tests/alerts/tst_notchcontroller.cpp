@@ -1,5 +1,4 @@
 #include "alerts/NotchController.h"
-#include "core/SettingsStore.h"
 #include "fakes/FakeMotion.h"
 #include "fakes/FakePanel.h"
 #include "fakes/FakePasteboard.h"
@@ -66,6 +65,14 @@ static NotifyFrame frame(const QString &sender, const QString &msgId, const QStr
     return f;
 }
 
+static Alert arrival(bool pulse, bool chime = true)
+{
+    Alert a;
+    a.overlay = pulse ? Alert::Overlay::pulse : Alert::Overlay::show;
+    a.chime = chime;
+    return a;
+}
+
 static NotifyFrame codeFrame(const QString &code)
 {
     NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"), QStringLiteral("run this"));
@@ -103,15 +110,15 @@ private Q_SLOTS:
         QFETCH(int, waitingBehind);
         QFETCH(double, secondTimer);
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
         QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
 
         r.clock->advance(10);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, secondPulse);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(secondPulse));
         QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
         for (int i = 0; i < waitingBehind; ++i)
-            r.notch->present(frame(QStringLiteral("carol"), {}), 3, false);
+            r.notch->present(frame(QStringLiteral("carol"), {}), 3, arrival(false));
         QCOMPARE(r.model().queued(), 1 + waitingBehind);
         QCOMPARE(r.msgId(), std::optional<QString>("m1"));
         // The arrival does not shorten the first item's backstop; leaving the pointer does.
@@ -141,7 +148,7 @@ private Q_SLOTS:
     void closingHidesAndAFrameMeanwhileShowsAtOnce()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
         r.notch->hoverChanged(true);
         r.notch->handle({ NotchAction::Kind::beginReply, {} });
         r.model().setReplyText(QStringLiteral("draft"));
@@ -155,7 +162,7 @@ private Q_SLOTS:
         QVERIFY(r.panel.visible);
 
         // A frame while closing shows at once, with an empty reply field, in the same panel.
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
         QCOMPARE(r.state(), QStringLiteral("compact"));
         QCOMPARE(r.msgId(), std::optional<QString>("m2"));
         QCOMPARE(r.model().replyText(), QString());
@@ -177,7 +184,7 @@ private Q_SLOTS:
     void pinAndReplyFieldSurviveHoverOut()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
         r.notch->handle({ NotchAction::Kind::expand, {} });
         QVERIFY(r.notch->pinned());
         r.notch->hoverChanged(true);
@@ -186,7 +193,7 @@ private Q_SLOTS:
         QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
 
         Rig s;
-        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, true);
+        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
         s.notch->hoverChanged(true);
         s.notch->handle({ NotchAction::Kind::beginReply, {} });
         QCOMPARE(s.panel.focusRequests, QList<bool> { true });
@@ -234,7 +241,7 @@ private Q_SLOTS:
         QFETCH(QString, logLine);
         Rig r;
         r.terminalListening = listening;
-        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, false);
+        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, arrival(false));
         r.log.clear();
         r.notch->handle({ NotchAction::Kind(kind), text });
         QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
@@ -267,8 +274,8 @@ private Q_SLOTS:
         m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
         Rig r;
         QCOMPARE(r.notch->debugForceExpanded(), on);
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, false);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, false);
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
         if (on) {
             QCOMPARE(r.state(), QStringLiteral("expanded"));
             QCOMPARE(r.msgId(), std::optional<QString>("m2"));
@@ -285,20 +292,19 @@ private Q_SLOTS:
         }
     }
 
-    void chimeIsDebouncedAndFollowsTheSoundSwitch()
+    void chimeIsDebouncedAndOnlyWhenAsked()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("a"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("a"), {}), 1, arrival(false));
         r.clock->advance(0.5);
-        r.notch->present(frame(QStringLiteral("b"), {}), 1, false); // queued, still considered
+        r.notch->present(frame(QStringLiteral("b"), {}), 1, arrival(false)); // queued, still considered
         QCOMPARE(r.sound->plays, 1);
         r.clock->advance(0.31); // 0.81 s after the first chime
-        r.notch->present(frame(QStringLiteral("c"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("c"), {}), 1, arrival(false));
         QCOMPARE(r.sound->plays, 2);
 
-        SettingsStore::setFlag(SettingsStore::Key::sound, false);
         r.clock->advance(5);
-        r.notch->present(frame(QStringLiteral("d"), {}), 1, false);
+        r.notch->present(frame(QStringLiteral("d"), {}), 1, arrival(false, false));
         QCOMPARE(r.sound->plays, 2);
     }
 
@@ -306,7 +312,7 @@ private Q_SLOTS:
     {
         Rig r;
         r.screens->list.clear();
-        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, false);
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, arrival(false));
         QCOMPARE(r.sound->plays, 0);
         QCOMPARE(r.notch->queueLength(), 0);
         QCOMPARE(r.panelsBuilt, 0);

@@ -1,7 +1,6 @@
 // The banner logic against a fake server: what a banner carries, which banner a message
 // replaces, and where actions and replies go.
 #include "alerts/NotificationController.h"
-#include "core/SettingsStore.h"
 #include "fakes/FakeNotifications.h"
 #include "support/TestEnv.h"
 
@@ -45,7 +44,7 @@ private Q_SLOTS:
         m_server->autoAnswer = false;
         m_ctl->bootstrap();
         // Messages that arrive before the server answered are held, not lost.
-        m_ctl->present(frame("alice", "early"));
+        m_ctl->present(frame("alice", "early"), Banner::Urgency::normal);
         QCOMPARE(m_server->posts.size(), 0);
         m_server->answerProbe();
         QVERIFY(m_ctl->isEnabled());
@@ -75,48 +74,23 @@ private Q_SLOTS:
         QVERIFY(m_ctl->isEnabled());
     }
 
-    void urgency_data()
-    {
-        QTest::addColumn<std::optional<bool>>("mapping"); // nullopt: never set (default on)
-        QTest::addColumn<std::optional<bool>>("focused");
-        QTest::addColumn<Banner::Urgency>("urgency");
-        const auto low = Banner::Urgency::low, normal = Banner::Urgency::normal;
-        const std::optional<bool> unset, on(true), off(false);
-        QTest::newRow("default, focused") << unset << on << low;
-        QTest::newRow("default, unfocused") << unset << off << normal;
-        QTest::newRow("mapping off, focused") << off << on << normal;
-    }
-    void urgency()
-    {
-        QFETCH(std::optional<bool>, mapping);
-        QFETCH(std::optional<bool>, focused);
-        QFETCH(Banner::Urgency, urgency);
-        if (mapping)
-            SettingsStore::setFlag(SettingsStore::Key::urgencyMapping, *mapping);
-        m_ctl->bootstrap();
-        NotifyFrame f = frame("alice", "x");
-        f.focused = focused;
-        m_ctl->present(f);
-        QCOMPARE(m_server->last().urgency, urgency);
-    }
-
     void markupServersGetEscapedBodies()
     {
         m_server->server.capabilities << "body-markup";
         m_ctl->bootstrap();
-        m_ctl->present(frame("alice", "<b>x</b> & y"));
+        m_ctl->present(frame("alice", "<b>x</b> & y"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().body, QStringLiteral("&lt;b&gt;x&lt;/b&gt; &amp; y"));
     }
 
     void sameMsgIdReplacesTheEarlierBanner()
     {
         m_ctl->bootstrap();
-        m_ctl->present(frame("alice", "v1", "m1"));
-        m_ctl->present(frame("alice", "v2", "m1"));
-        m_ctl->present(frame("alice", "other", "m2"));
-        m_ctl->present(frame("alice", "no id 1"));
-        m_ctl->present(frame("alice", "no id 2"));
-        m_ctl->present(frame("alice", "empty id", ""));
+        m_ctl->present(frame("alice", "v1", "m1"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "v2", "m1"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "other", "m2"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "no id 1"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "no id 2"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "empty id", ""), Banner::Urgency::normal);
         QList<quint32> replaces;
         for (const auto &p : m_server->posts)
             replaces << p.banner.replacesId;
@@ -128,9 +102,9 @@ private Q_SLOTS:
     {
         m_ctl->bootstrap();
         m_server->autoAnswer = false;
-        m_ctl->present(frame("alice", "v1", "m1"));
-        m_ctl->present(frame("alice", "v2", "m1"));
-        m_ctl->present(frame("alice", "v3", "m1"));
+        m_ctl->present(frame("alice", "v1", "m1"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "v2", "m1"), Banner::Urgency::normal);
+        m_ctl->present(frame("alice", "v3", "m1"), Banner::Urgency::normal);
         QCOMPARE(m_server->posts.size(), 1);
         const quint32 id = m_server->answer(0);
         QCOMPARE(m_server->posts.size(), 2);
@@ -141,22 +115,22 @@ private Q_SLOTS:
     void closedForgottenOrFailedBannersAreNotReplaced()
     {
         m_ctl->bootstrap();
-        m_ctl->present(frame("alice", "v1", "m1"));
+        m_ctl->present(frame("alice", "v1", "m1"), Banner::Urgency::normal);
         m_server->onClosed(1);
         QCOMPARE(m_ctl->trackedBanners(), 0);
-        m_ctl->present(frame("alice", "v2", "m1"));
+        m_ctl->present(frame("alice", "v2", "m1"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().replacesId, 0u);
         // A restarted server hands out its ids afresh.
         m_server->onServerChanged(true);
-        m_ctl->present(frame("alice", "v3", "m1"));
+        m_ctl->present(frame("alice", "v3", "m1"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().replacesId, 0u);
 
         m_server->autoAnswer = false;
-        m_ctl->present(frame("alice", "x", "m2"));
+        m_ctl->present(frame("alice", "x", "m2"), Banner::Urgency::normal);
         m_server->answer(m_server->posts.size() - 1, "org.freedesktop.DBus.Error.NoReply");
         QVERIFY(m_lines.contains("notifications: add failed: org.freedesktop.DBus.Error.NoReply"));
         m_server->autoAnswer = true;
-        m_ctl->present(frame("alice", "y", "m2"));
+        m_ctl->present(frame("alice", "y", "m2"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().replacesId, 0u);
     }
 

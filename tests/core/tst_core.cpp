@@ -65,33 +65,32 @@ private Q_SLOTS:
     void toggleWritesTheBareQuietKey()
     {
         TestEnv env;
-        QVERIFY(SettingsStore::toggle(Key::quietWhenFocused, false));
+        QVERIFY(SettingsStore::toggle(Key::quietWhenFocused));
         QFile file(SettingsStore::filePath());
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray ini = file.readAll();
         QVERIFY2(ini.contains("\nquietWhenTerminalFocused=true"), ini.constData());
         QVERIFY(!ini.contains("quillmote.quietWhenTerminalFocused"));
-        QVERIFY(!SettingsStore::toggle(Key::quietWhenFocused, false));
-        QVERIFY(!SettingsStore::flag(Key::quietWhenFocused, true)); // stored false beats any default
+        QVERIFY(!SettingsStore::toggle(Key::quietWhenFocused));
     }
 
     void seesAnotherProcesssWriteAtTheNextRead()
     {
         TestEnv env;
-        QVERIFY(SettingsStore::flag(Key::sound, true));
-        QVERIFY(SettingsStore::toggle(Key::biometricGate, false)); // the file exists now
+        QVERIFY(SettingsStore::flag(Key::sound));
+        QVERIFY(SettingsStore::toggle(Key::biometricGate)); // the file exists now
         // Another process rewrites the file (as a second instance or the user would).
         QProcess sh;
         sh.start("sh",
             { "-c",
                 "sleep 0.05; printf '[General]\\nquillmote.soundEnabled=false\\n"
-                "quillmote.urgencyMappingEnabled=yes\\n' > \"$0\"",
+                "quillmote.focusFilterEnabled=yes\\n' > \"$0\"",
                 SettingsStore::filePath() });
         QVERIFY(sh.waitForFinished(5000));
         QCOMPARE(sh.exitCode(), 0);
-        QVERIFY(!SettingsStore::flag(Key::sound, true));
-        QVERIFY(SettingsStore::flag(Key::urgencyMapping, false)); // a string converts the usual way
-        QVERIFY(!SettingsStore::flag(Key::biometricGate, false)); // gone from the file: the default again
+        QVERIFY(!SettingsStore::flag(Key::sound));
+        QVERIFY(SettingsStore::flag(Key::focusFilter)); // a string converts the usual way
+        QVERIFY(!SettingsStore::flag(Key::biometricGate)); // gone from the file: the default again
     }
 };
 

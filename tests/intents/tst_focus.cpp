@@ -1,6 +1,5 @@
-// The do-not-disturb filter's record, and what a banner may do with it.
+// The do-not-disturb filter: what it records, and that it stays inert while switched off.
 #include "core/SettingsStore.h"
-#include "intents/FocusPolicy.h"
 #include "intents/QuillmoteFocusFilter.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
@@ -11,26 +10,22 @@ class TestFocus : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void featureOffLeavesTheRecordAlone()
+    void recordsOnlyWhileTheFeatureIsOn()
     {
         TestEnv env;
-        SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
         LogCapture log;
-        QuillmoteFocusFilter::perform(false);
-        QuillmoteFocusFilter::perform(false);
-        QCOMPARE(SettingsStore::value(QuillmoteFocusFilter::recordedKey)->toBool(), true);
+        QCOMPARE(QuillmoteFocusFilter::perform(true), std::nullopt);
+        QCOMPARE(QuillmoteFocusFilter::perform(false), std::nullopt);
         const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
         QCOMPARE(log.count(inert), 2);
         QCOMPARE(log.find(inert).level, QStringLiteral("debug"));
-    }
 
-    void recordCountsOnlyWhileTheFeatureIsOn()
-    {
-        TestEnv env;
-        SettingsStore::setValue(QuillmoteFocusFilter::recordedKey, true);
-        QVERIFY(!FocusPolicy::recordedBreakthrough());
         SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
-        QVERIFY(FocusPolicy::recordedBreakthrough());
+        QCOMPARE(QuillmoteFocusFilter::perform(true), std::optional<bool>(true));
+        QVERIFY(log.contains("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"));
+        QCOMPARE(QuillmoteFocusFilter::perform(false), std::optional<bool>(false));
+        // The record lives with the watcher, not in the settings file.
+        QVERIFY(!SettingsStore::value("quillmote.focusFilter.allowBreakthrough"));
     }
 };
 

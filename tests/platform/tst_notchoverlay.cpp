@@ -52,7 +52,9 @@ private Q_SLOTS:
         m_notch->onLog = [this](const QString &line) { m_log.append(line); };
         m_notch->onReply = [this](const ReplyFrame &f) { return m_server->broadcast(f); };
         m_notch->onFill = [this](const FillFrame &f) { return m_server->broadcast(f); };
-        m_server->onNotify = [this](const NotifyFrame &f) { m_notch->present(f, 2, f.focused.value_or(false)); };
+        m_server->onNotify = [this](const NotifyFrame &f) {
+            m_notch->present(f, 2, AlertPolicy::decide(f, AlertPolicy::Switches::current(), {}));
+        };
         m_log.clear();
         m_simOut.clear();
     }

@@ -174,7 +174,7 @@ private Q_SLOTS:
         QCOMPARE(quiet->property("checked").toBool(), false);
         QMetaObject::invokeMethod(quiet, "toggle");
         QMetaObject::invokeMethod(quiet, "toggled");
-        QVERIFY(SettingsStore::flag(SettingsStore::Key::quietWhenFocused, false));
+        QVERIFY(SettingsStore::flag(SettingsStore::Key::quietWhenFocused));
         saveShot(prefs.window(), QStringLiteral("preferences.png"));
     }
 };
