@@ -36,6 +36,7 @@ void QmlConfirmer::ask(const QString &text, const QString &confirmLabel, std::fu
     if (!m_engine) {
         qml_register_types_Quillmote_Platform();
         m_engine = std::make_unique<QQmlEngine>();
+        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     }
     QQmlComponent component(
         m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Quillmote/Platform/ConfirmationDialog.qml")));

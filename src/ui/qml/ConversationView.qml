@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Quillmote.Ui
 
 // One conversation, newest message at the bottom. The model lists newest first and the
 // view grows upwards, so only the bubbles on screen are ever created.

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // Above the detail: who this is, the read-only note and the profile button.
 Rectangle {

@@ -1,8 +1,7 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The main window: the offline view while the state server is unreachable, otherwise the
 // conversation list beside one conversation, the own profile or the empty state.
@@ -47,7 +46,11 @@ Rectangle {
         }
     }
 
+    // Qt 6.4's Loader cannot create components bound to this file's context, so these two
+    // reach root from an unbound one, which qmllint cannot follow.
+    // qmllint disable unqualified
     Component { id: conversationPage; ConversationView { vm: root.vm } }
     Component { id: profilePage; ProfileView { vm: root.vm } }
+    // qmllint enable unqualified
     Component { id: emptyPage; EmptyDetailView { } }
 }

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The own profile: handle and fingerprint, requests waiting for approval and the
 // connected agents.

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Quillmote.Ui
 
 // Shown instead of the conversations while the local state server does not answer.
 Rectangle {
