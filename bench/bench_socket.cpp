@@ -1,5 +1,5 @@
-// The socket link: frame decode rate, ingestion from 8 terminals through SocketServer to
-// onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
+// The socket link: frame decode rate, intake of a line that never ends, ingestion from 8 terminals through SocketServer
+// to onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
 #include "BenchReport.h"
 #include "ipc/Frames.h"
 #include "ipc/SocketServer.h"
@@ -135,6 +135,40 @@ double serverRate(const QByteArray &path, long long &counted)
     return frames / seconds;
 }
 
+// A terminal writes one line that does not end for `bytes`, then ends it and sends a frame:
+// MB/s from the first byte until that frame reaches onNotify. The line is unparseable, so
+// the figure is the intake itself.
+double endlessLineIntake(const QByteArray &path, qint64 bytes)
+{
+    SocketServer server(QString::fromUtf8(path));
+    bool listening = false, heard = false;
+    server.onNotify = [&](const NotifyFrame &) { heard = true; };
+    server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+    server.start();
+    while (!listening)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    QElapsedTimer timer;
+    timer.start();
+    std::thread terminal([&] {
+        const int fd = connectTo(path);
+        const QByteArray chunk(1 << 20, 'x');
+        for (qint64 sent = 0; sent < bytes;) {
+            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+            if (n <= 0)
+                break;
+            sent += n;
+        }
+        const QByteArray end = "\n" + frameLine(0, 0);
+        (void)::send(fd, end.constData(), size_t(end.size()), MSG_NOSIGNAL);
+        ::close(fd);
+    });
+    while (!heard && timer.elapsed() < 120000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    terminal.join();
+    return heard ? double(bytes) / (1 << 20) / seconds : 0;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -165,6 +199,10 @@ int main(int argc, char *argv[])
         QStringLiteral("plain newline reader"), plain);
     reportBench(QStringLiteral("socket ingestion frames lost"), double(expected - ourCount), QStringLiteral("frames"),
         QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
+
+    // A line that never ends is taken in at memory speed, not rescanned on every read.
+    reportBench(QStringLiteral("endless line intake (512 MB, one terminal)"), endlessLineIntake(path, 512LL << 20),
+        QStringLiteral("MB/s"), QStringLiteral("target"), 200);
 
     // Broadcast of one reply to 8 connected terminals that keep reading.
     {

@@ -2,20 +2,9 @@
 
 #include "core/Log.h"
 #include "core/SettingsStore.h"
+#include "model/Format.h"
 
 #include <QCoreApplication>
-
-namespace {
-
-QString oneLine(const QString &text, int maxChars)
-{
-    QString s = text.simplified();
-    if (s.size() > maxChars)
-        s = s.left(maxChars - 1) + QChar(0x2026);
-    return s;
-}
-
-} // namespace
 
 MenuBarController::MenuBarController(TrayPort &tray, QObject *parent)
     : QObject(parent)
@@ -36,6 +25,7 @@ void MenuBarController::addMessage(const QString &sender, const QString &title, 
         m_recents.removeLast();
     m_lastSender = sender;
     updateIcon();
+    m_tray.refreshMenu();
     startIconAttention();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: add @%1 unread=%2").arg(sender).arg(m_unread));
 }
@@ -53,6 +43,7 @@ void MenuBarController::markRead(const QString &sender)
     if (m_unread == 0)
         stopIconAttention();
     updateIcon();
+    m_tray.refreshMenu();
     Log::emit(Log::Category::menubar, QStringLiteral("menubar: markRead @%1 unread=%2").arg(sender).arg(m_unread));
 }
 
@@ -92,6 +83,7 @@ void MenuBarController::stopIconAttention()
     m_dimmed = false;
 }
 
+// Only the icon changes: the menu's rows and their ids stay as they are.
 void MenuBarController::pulseStep()
 {
     m_dimmed = !m_dimmed;
@@ -119,8 +111,9 @@ QList<MenuEntry> MenuBarController::buildMenu()
     const QDateTime now = m_now();
     for (const RecentItem &item : m_recents) {
         MenuEntry e;
-        e.text = oneLine(item.title, 40);
-        e.subtitle = oneLine(item.body, 48) + QStringLiteral(" · ") + relativeTime(item.receivedAt, now);
+        e.text = Format::oneLine(item.title, 40);
+        e.subtitle = Format::oneLine(item.body, Format::PreviewLimit::menuRow) + QStringLiteral(" · ")
+            + relativeTime(item.receivedAt, now);
         e.emphasized = !item.read;
         const QString sender = item.sender;
         e.trigger = [this, sender] { openRecent(sender); };
@@ -154,7 +147,10 @@ QList<MenuEntry> MenuBarController::buildMenu()
         e.iconName = QString::fromUtf8(s.icon);
         e.checkable = true;
         e.checked = SettingsStore::flag(s.key);
-        e.trigger = [key = s.key] { SettingsStore::toggle(key); };
+        e.trigger = [this, key = s.key] {
+            SettingsStore::toggle(key);
+            m_tray.refreshMenu();
+        };
         quick.children << e;
     }
     rows << quick << MenuEntry::separator();

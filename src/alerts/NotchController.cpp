@@ -21,11 +21,15 @@ NotchController::NotchController(NotchPorts ports, QObject *parent)
     m_model.onAction = [this](const NotchAction &a) { handle(a); };
     m_model.onHoverChange = [this](bool inside) { hoverChanged(inside); };
     m_model.onContentSize = [this](qreal w, qreal h) { contentSizeChanged(w, h); };
+    if (m_ports.screens)
+        m_ports.screens->onChanged = [this] { screensChanged(); };
 }
 
 NotchController::~NotchController()
 {
     m_alive.reset();
+    if (m_ports.screens)
+        m_ports.screens->onChanged = nullptr;
     if (m_ports.scheduler) {
         m_ports.scheduler->cancel(m_dismissTask);
         m_ports.scheduler->cancel(m_feedbackTask);
@@ -63,7 +67,9 @@ std::optional<NotchScreen> NotchController::targetScreen() const
 {
     if (!m_ports.screens)
         return std::nullopt;
-    return NotchGeometry::targetScreen(m_ports.screens->screens(), m_ports.screens->primaryIndex());
+    const ScreenSource &source = *m_ports.screens;
+    return NotchGeometry::targetScreen(
+        source.screens(), { source.focusedIndex(), source.pointerIndex(), source.primaryIndex() });
 }
 
 NotchItem NotchController::makeItem(const NotifyFrame &frame) const
@@ -81,8 +87,9 @@ NotchItem NotchController::makeItem(const NotifyFrame &frame) const
 
 void NotchController::present(const NotifyFrame &frame, int unread, const Alert &alert)
 {
-    const auto screen = targetScreen();
-    if (!screen)
+    // Any screen will do to accept the frame; which one shows it is asked (of the window
+    // system) only when it is shown.
+    if (!m_ports.screens || m_ports.screens->screens().isEmpty())
         return;
     playArrivalSound(alert);
     const NotchItem item = makeItem(frame);
@@ -94,7 +101,8 @@ void NotchController::present(const NotifyFrame &frame, int unread, const Alert 
         log(QStringLiteral("notch: queued (%1 waiting) %2 from @%3").arg(m_queue.size()).arg(idOf(item), item.sender));
         return;
     }
-    showItem(item, unread, pulse, *screen);
+    if (const auto screen = targetScreen())
+        showItem(item, unread, pulse, *screen);
 }
 
 bool NotchController::openReply(const NotifyFrame &frame, int unread)
@@ -125,6 +133,7 @@ bool NotchController::openReply(const NotifyFrame &frame, int unread)
 void NotchController::configureGeometry(const NotchScreen &screen)
 {
     m_measure = NotchGeometry::measure(screen);
+    m_screenName = screen.name;
     m_model.setGeometry(m_measure.hasNotch, m_measure.notchWidth, m_measure.notchHeight);
 }
 
@@ -367,4 +376,27 @@ void NotchController::contentSizeChanged(qreal width, qreal height)
     m_lastContentSize = size;
     if (m_panel && width > 1 && height > 1)
         m_panel->setFrame(NotchGeometry::panelFrame(m_measure, size));
+}
+
+// A screen came, went or changed while the overlay shows: it stays on its screen if that is
+// still there (refitted to its new geometry), else it moves to where a new message would go.
+void NotchController::screensChanged()
+{
+    if (!m_panel || !m_panel->isVisible())
+        return;
+    std::optional<NotchScreen> screen;
+    for (const NotchScreen &s : m_ports.screens->screens()) {
+        if (s.name == m_screenName)
+            screen = s;
+    }
+    if (!screen)
+        screen = targetScreen();
+    if (!screen)
+        return;
+    configureGeometry(*screen);
+    const QSizeF size = m_lastContentSize && m_lastContentSize->width() > 1 && m_lastContentSize->height() > 1
+        ? *m_lastContentSize
+        : NotchGeometry::estimatedCompactSize(m_measure, m_model.isPulse());
+    m_panel->setFrame(NotchGeometry::panelFrame(m_measure, size));
+    log(QStringLiteral("notch: screens changed — refitted on %1").arg(m_screenName));
 }

@@ -72,6 +72,7 @@ private:
     void setReplyVisible(bool visible);
     void playArrivalSound(const Alert &alert);
     void contentSizeChanged(qreal width, qreal height);
+    void screensChanged();
     bool reduceMotion() const;
     void log(const QString &line) const;
     QString idOf(const NotchItem &item) const;
@@ -85,6 +86,7 @@ private:
     double m_dismissDelay = 0;
     Scheduler::TaskId m_feedbackTask = 0;
     NotchGeometry::Measure m_measure;
+    QString m_screenName; // the screen the overlay was last fitted to
     std::optional<QSizeF> m_lastContentSize;
     std::deque<Pending> m_queue;
     std::optional<double> m_lastSoundAt; // none: the distant past

@@ -5,14 +5,16 @@
 
 namespace NotchGeometry {
 
-std::optional<NotchScreen> targetScreen(const QList<NotchScreen> &screens, int primaryIndex)
+std::optional<NotchScreen> targetScreen(const QList<NotchScreen> &screens, const Attention &attention)
 {
     for (const NotchScreen &s : screens) {
         if (s.topInset > 0)
             return s;
     }
-    if (primaryIndex >= 0 && primaryIndex < screens.size())
-        return screens.at(primaryIndex);
+    for (const int index : { attention.focused, attention.pointer, attention.primary }) {
+        if (index >= 0 && index < screens.size())
+            return screens.at(index);
+    }
     if (!screens.isEmpty())
         return screens.first();
     return std::nullopt;

@@ -22,8 +22,16 @@ struct Measure {
     bool operator==(const Measure &) const = default;
 };
 
-// The first screen with a camera housing, else the primary, else the first, else none.
-std::optional<NotchScreen> targetScreen(const QList<NotchScreen> &screens, int primaryIndex);
+// Where the user is looking, as indices into the screen list (-1: unknown).
+struct Attention {
+    int focused = -1; // the screen holding the focused window
+    int pointer = -1; // the screen under the pointer
+    int primary = -1;
+};
+
+// The first screen with a camera housing, else the screen of the focused window, else the
+// one under the pointer, else the primary, else the first, else none.
+std::optional<NotchScreen> targetScreen(const QList<NotchScreen> &screens, const Attention &attention);
 
 // Without a housing the overlay hangs 4 px below the top of the available area, under
 // a top panel if there is one.

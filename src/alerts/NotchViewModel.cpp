@@ -1,5 +1,7 @@
 #include "alerts/NotchViewModel.h"
 
+#include "model/Format.h"
+
 #include <QColor>
 #include <QRegularExpression>
 
@@ -8,17 +10,18 @@ NotchViewModel::NotchViewModel(QObject *parent)
 {
 }
 
+// The view draws previews; the item keeps the whole texts for copy, fill and reply.
 QString NotchViewModel::sender() const
 {
-    return m_item ? m_item->sender : QString();
+    return m_item ? Format::preview(m_item->sender, Format::PreviewLimit::name) : QString();
 }
 QString NotchViewModel::title() const
 {
-    return m_item ? m_item->title : QString();
+    return m_item ? Format::preview(m_item->title, Format::PreviewLimit::name) : QString();
 }
 QString NotchViewModel::body() const
 {
-    return m_item ? m_item->body : QString();
+    return m_item ? Format::preview(m_item->body, Format::PreviewLimit::overlay) : QString();
 }
 bool NotchViewModel::hasCode() const
 {
@@ -26,7 +29,7 @@ bool NotchViewModel::hasCode() const
 }
 QString NotchViewModel::codeText() const
 {
-    return m_item ? m_item->codeText.value_or(QString()) : QString();
+    return m_item ? Format::preview(m_item->codeText.value_or(QString()), Format::PreviewLimit::overlay) : QString();
 }
 
 QString NotchViewModel::initials() const
@@ -36,12 +39,13 @@ QString NotchViewModel::initials() const
     // Handles are often "first-last" or "first_last": take the first letter of each of
     // the first two words, else the first two characters.
     static const QRegularExpression separators(QStringLiteral("[-_.\\s]+"));
-    const QStringList words = m_item->sender.split(separators, Qt::SkipEmptyParts);
+    const QString name = sender();
+    const QStringList words = name.split(separators, Qt::SkipEmptyParts);
     QString out;
     if (words.size() >= 2)
         out = words.at(0).left(1) + words.at(1).left(1);
     else
-        out = m_item->sender.left(2);
+        out = name.left(2);
     return out.toUpper();
 }
 
@@ -62,7 +66,7 @@ QString NotchViewModel::accessibleLabel() const
 {
     if (!m_item)
         return QStringLiteral("Quillmote 新消息，");
-    return QStringLiteral("Quillmote 新消息，%1：%2").arg(m_item->title, m_item->body.left(120));
+    return QStringLiteral("Quillmote 新消息，%1：%2").arg(title(), Format::preview(m_item->body, 120));
 }
 
 QString NotchViewModel::stateName(NotchState state)

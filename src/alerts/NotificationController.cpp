@@ -2,6 +2,7 @@
 
 #include "alerts/MonogramAvatar.h"
 #include "core/SettingsStore.h"
+#include "model/Format.h"
 
 #include <QPointer>
 
@@ -104,14 +105,18 @@ QList<QPair<QString, QString>> NotificationController::actions(bool withReply) c
 
 QString NotificationController::bodyText(const QString &text) const
 {
-    // Servers with body markup would read "<" and "&" in a message as tags.
-    return m_server.has(QStringLiteral("body-markup")) ? text.toHtmlEscaped() : text;
+    // A banner shows a few lines; the whole text stays with the frame. Servers with body
+    // markup would read "<" and "&" in a message as tags (and fetch an <img>'s source), so
+    // the cut text is escaped, never the other way round, which could split an entity.
+    const QString shown = Format::preview(text, Format::PreviewLimit::banner);
+    return m_server.has(QStringLiteral("body-markup")) ? shown.toHtmlEscaped() : shown;
 }
 
 Banner NotificationController::messageBanner(const NotifyFrame &frame, Banner::Urgency urgency)
 {
     Banner b;
-    b.summary = frame.title.value_or(QStringLiteral("@") + frame.sender);
+    // The summary is plain text by the specification; servers escape it themselves.
+    b.summary = Format::preview(frame.title.value_or(QStringLiteral("@") + frame.sender), Format::PreviewLimit::name);
     b.body = bodyText(frame.body);
     b.category = kCategory;
     b.suppressSound = true;

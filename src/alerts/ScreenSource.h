@@ -4,6 +4,7 @@
 #include <QRect>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 // One screen as the notch sees it, in the desktop's top-left coordinates.
@@ -18,7 +19,7 @@ struct NotchScreen {
     bool operator==(const NotchScreen &) const = default;
 };
 
-// The screens of the desktop.
+// The screens of the desktop, and where the user is looking.
 class ScreenSource
 {
 public:
@@ -26,4 +27,12 @@ public:
     virtual QList<NotchScreen> screens() const = 0;
     // Index of the primary screen in screens(), or -1.
     virtual int primaryIndex() const = 0;
+    // Index of the screen holding the window with keyboard focus (any application's), or -1
+    // when the session cannot tell.
+    virtual int focusedIndex() const { return -1; }
+    // Index of the screen under the pointer, or -1 when the session cannot tell.
+    virtual int pointerIndex() const { return -1; }
+
+    // Called when a screen is added or removed or changes its geometry.
+    std::function<void()> onChanged;
 };

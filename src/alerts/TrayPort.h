@@ -18,7 +18,8 @@ struct TrayIconState {
 };
 
 // The system tray as the menu bar controller needs it. The adapter asks `menuSource` for
-// the rows each time the menu is about to open.
+// the rows each time the menu is about to open and after refreshMenu(); a new icon alone
+// never touches the menu (hosts that mirror the menu would re-read it on every pulse).
 class TrayPort
 {
 public:
@@ -28,6 +29,6 @@ public:
     virtual bool isAvailable() const = 0;
     virtual void setIcon(const TrayIconState &state) = 0;
     virtual void setMenuSource(std::function<QList<MenuEntry>()> source) = 0;
-    // Rebuilds an open menu now (after "清除全部").
+    // The rows changed (a message, a read, a clear, a switch): the menu follows them.
     virtual void refreshMenu() = 0;
 };

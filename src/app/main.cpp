@@ -2,6 +2,7 @@
 #include "core/Log.h"
 #include "platform/ActionCommand.h"
 #include "platform/AppShortcuts.h"
+#include "platform/SessionPlatform.h"
 #include "platform/SingleInstance.h"
 #include "platform/UnixSignals.h"
 
@@ -18,12 +19,8 @@ int main(int argc, char *argv[])
             args << QString::fromLocal8Bit(argv[i]);
         return runActionCommand(args);
     }
-    // With no display at all (a server, a CI box) the app still serves the socket.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
-        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        Log::info(Log::Category::lifecycle, QStringLiteral("no display — running with the offscreen platform"));
-    }
+    // No display: offscreen; Wayland with XWayland beside it: xcb; software Qt Quick.
+    SessionPlatform::apply();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("quillmote-notifier"));
     QApplication::setApplicationDisplayName(QStringLiteral("Quillmote Notifier"));

@@ -1,44 +1,146 @@
 #include "ipc/Frames.h"
 
-#include "core/JsonField.h"
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
 
-#include <rapidjson/document.h>
+#include <string_view>
 
 namespace Frames {
 namespace {
 
-using Value = rapidjson::Value;
-
-QString toQString(const Value &v)
+// Reads a notify frame straight from the parser's events, without building a document: only
+// the top-level keys the frame knows are looked at, and the parser keeps its own stack, so
+// no line can make it recurse. A value nested deeper than kMaxDepth stops the parse, as the
+// platform's JSON readers refuse such lines too.
+class NotifyHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, NotifyHandler>
 {
-    return QString::fromUtf8(v.GetString(), qsizetype(v.GetStringLength()));
-}
+public:
+    enum Field { type, sender, title, body, msgId, focused, hasCode, codeText, fieldCount, other = -1 };
 
-// RapidJSON's values for JsonField; a member that is not there is a null pointer.
-struct Json {
-    static bool isAbsent(const Value *v) { return !v; }
-    static bool isNull(const Value *v) { return v->IsNull(); }
-    static bool get(const Value *v, QString &out)
+    NotifyFrame frame;
+    bool seen[fieldCount] = {};
+    bool isObject = false;
+
+    bool StartObject()
     {
-        if (!v->IsString())
-            return false;
-        out = toQString(*v);
+        if (m_depth == 0)
+            isObject = true;
+        return enter();
+    }
+    bool StartArray() { return enter(); }
+    bool EndObject(rapidjson::SizeType)
+    {
+        --m_depth;
         return true;
     }
-    static bool get(const Value *v, bool &out)
+    bool EndArray(rapidjson::SizeType)
     {
-        if (!v->IsBool())
-            return false;
-        out = v->GetBool();
+        --m_depth;
         return true;
     }
+    bool Key(const char *s, rapidjson::SizeType length, bool)
+    {
+        if (m_depth == 1)
+            m_field = fieldOf(std::string_view(s, length));
+        return true;
+    }
+    bool String(const char *s, rapidjson::SizeType length, bool)
+    {
+        if (!isObject)
+            return false;
+        QString *out = nullptr;
+        switch (take(m_field)) {
+        case other:
+            return true;
+        case type:
+            out = &frame.type;
+            break;
+        case sender:
+            out = &frame.sender;
+            break;
+        case body:
+            out = &frame.body;
+            break;
+        case title:
+            out = &frame.title.emplace();
+            break;
+        case msgId:
+            out = &frame.msgId.emplace();
+            break;
+        case codeText:
+            out = &frame.codeText.emplace();
+            break;
+        default:
+            return false; // a string where a boolean belongs
+        }
+        *out = QString::fromUtf8(s, qsizetype(length));
+        return true;
+    }
+    bool Bool(bool b)
+    {
+        if (!isObject)
+            return false;
+        switch (take(m_field)) {
+        case other:
+            return true;
+        case focused:
+            frame.focused = b;
+            return true;
+        case hasCode:
+            frame.hasCode = b;
+            return true;
+        default:
+            return false;
+        }
+    }
+    bool Null()
+    {
+        if (!isObject)
+            return false;
+        const int field = take(m_field);
+        // null is absent for the optional keys, wrong for the required ones
+        return field != type && field != sender && field != body;
+    }
+    // Numbers, and containers under a known key, are always of the wrong type.
+    bool Default() { return isObject && take(m_field) == other; }
+
+    bool complete() const { return isObject && seen[type] && seen[sender] && seen[body]; }
+
+private:
+    static constexpr int kMaxDepth = 512;
+
+    bool enter()
+    {
+        if (m_depth == 1 && take(m_field) != other)
+            return false;
+        return ++m_depth <= kMaxDepth;
+    }
+    // The field a value at the top level fills, once: of duplicate keys the first counts.
+    int take(int &field)
+    {
+        if (m_depth != 1)
+            return other;
+        const int f = field;
+        field = other;
+        if (f == other || seen[f])
+            return other;
+        seen[f] = true;
+        return f;
+    }
+    static int fieldOf(std::string_view key)
+    {
+        static constexpr std::string_view names[fieldCount]
+            = { "type", "sender", "title", "body", "msgId", "focused", "hasCode", "codeText" };
+        for (int i = 0; i < fieldCount; ++i) {
+            if (names[i] == key)
+                return i;
+        }
+        return other;
+    }
+
+    int m_depth = 0;
+    int m_field = other;
 };
-
-const Value *member(const Value &o, const char *key)
-{
-    const auto it = o.FindMember(key);
-    return it == o.MemberEnd() ? nullptr : &it->value;
-}
 
 // `,"key":"value"`, without the comma after the opening brace.
 void appendField(QByteArray &out, const char *key, const QString &value)
@@ -57,22 +159,17 @@ std::optional<NotifyFrame> decodeNotify(QByteArrayView line)
 {
     // RapidJSON (header-only) parses a frame several times faster than QJsonDocument,
     // which matters when many terminals report at once.
-    rapidjson::Document doc;
+    NotifyHandler handler;
+    rapidjson::MemoryStream bytes(line.data(), size_t(line.size()));
+    rapidjson::Reader reader;
     // Invalid UTF-8 and anything but blanks after the object make the line invalid.
-    doc.Parse<rapidjson::kParseValidateEncodingFlag>(line.data(), size_t(line.size()));
-    if (doc.HasParseError() || !doc.IsObject())
+    constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+    if (reader.Parse<flags>(bytes, handler).IsError() || !handler.complete())
         return std::nullopt;
-    NotifyFrame f;
-    const Json json;
-    const auto field = [&doc](const char *key) { return member(doc, key); };
-    if (!JsonField::required(json, field("type"), f.type) || !JsonField::required(json, field("sender"), f.sender)
-        || !JsonField::optional(json, field("title"), f.title) || !JsonField::required(json, field("body"), f.body)
-        || !JsonField::optional(json, field("msgId"), f.msgId)
-        || !JsonField::optional(json, field("focused"), f.focused)
-        || !JsonField::optional(json, field("hasCode"), f.hasCode)
-        || !JsonField::optional(json, field("codeText"), f.codeText))
+    // The parser takes a NUL byte for the end of its input: one after the object is noise.
+    if (bytes.Tell() != size_t(line.size()))
         return std::nullopt;
-    return f;
+    return std::move(handler.frame);
 }
 
 void appendJsonString(QByteArray &out, const QString &value)

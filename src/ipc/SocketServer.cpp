@@ -3,8 +3,11 @@
 #include <QCoreApplication>
 #include <QPointer>
 
+#include <algorithm>
+
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <filesystem>
@@ -85,6 +88,7 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
     QPointer<SocketServer> owner;
 
     std::atomic<int> listenFD { -1 };
+    std::function<int(int)> acceptFn = [](int fd) { return ::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC); };
     int lockFD = -1; // advisory lock beside the socket; only the holder touches the file
     bool ownsPath = false; // set on the set-up thread, read by stop() after running is false
 
@@ -94,6 +98,7 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
     std::mutex stateLock;
     bool running = false;
     bool stopRequested = false;
+    std::condition_variable stopped; // wakes an accept loop pausing after a failure
 
     std::mutex threadsLock;
     std::condition_variable threadsDone;
@@ -228,18 +233,35 @@ void SocketServer::Shared::bindAndListen()
     acceptLoop();
 }
 
+// accept() errors are passing conditions here: out of descriptors or memory (EMFILE, ENFILE,
+// ENOBUFS, ENOMEM), a connection that went away while queued (ECONNABORTED, EPROTO). The
+// waiting terminal stays in the backlog, so after a pause the loop takes it; only stop()
+// ends the loop. A burst of failures is logged once.
 void SocketServer::Shared::acceptLoop()
 {
+    using namespace std::chrono_literals;
+    constexpr auto firstPause = 100ms, longestPause = 1000ms;
+    auto pause = firstPause;
+    bool failing = false;
     while (isRunning()) {
-        const int cfd = ::accept4(listenFD, nullptr, nullptr, SOCK_CLOEXEC);
+        const int cfd = acceptFn(listenFD);
         if (cfd < 0) {
-            if (errno == EINTR)
+            const int err = errno;
+            if (err == EINTR)
                 continue;
             if (!isRunning())
                 return;
-            log(QStringLiteral("socket: accept() failed (errno %1)").arg(errno));
-            return;
+            if (!failing)
+                log(QStringLiteral("socket: accept() failed (errno %1)").arg(err));
+            failing = true;
+            std::unique_lock g(stateLock);
+            if (stopped.wait_for(g, pause, [this] { return !running; }))
+                return;
+            pause = std::min(pause * 2, longestPause);
+            continue;
         }
+        failing = false;
+        pause = firstPause;
         auto client = std::make_shared<Client>(cfd);
         {
             std::lock_guard g(clientsLock);
@@ -249,25 +271,35 @@ void SocketServer::Shared::acceptLoop()
     }
 }
 
+// The unfinished line sits at the front of `pending` and each read lands right after it.
+// Only the bytes just read are searched for a line feed and the buffer grows geometrically,
+// so a line of any length is taken in in linear time; what is left after the last line
+// feed is at most one read, the only bytes ever moved.
 void SocketServer::Shared::serveClient(const std::shared_ptr<Client> &client)
 {
-    char buffer[4096];
-    QByteArray pending;
+    constexpr qsizetype readSize = 64 * 1024;
+    QByteArray pending(2 * readSize, Qt::Uninitialized);
+    qsizetype used = 0;
     while (isRunning()) {
-        const ssize_t n = ::read(client->fd, buffer, sizeof(buffer));
+        if (pending.size() - used < readSize)
+            pending.resize(std::max(used + readSize, 2 * pending.size()));
+        char *const data = pending.data();
+        const ssize_t n = ::read(client->fd, data + used, size_t(readSize));
         if (n <= 0) {
             if (n < 0 && errno == EINTR)
                 continue;
             break;
         }
-        pending.append(buffer, n);
 
         // Every frame of one read crosses to the main thread in one hop, in order.
         std::vector<Event> events;
         qsizetype start = 0;
-        for (qsizetype nl = pending.indexOf('\n'); nl >= 0; nl = pending.indexOf('\n', start)) {
-            const QByteArrayView line(pending.constData() + start, nl - start);
-            start = nl + 1;
+        const char *from = data + used;
+        const char *const end = from + n;
+        while (const char *nl = static_cast<const char *>(std::memchr(from, '\n', size_t(end - from)))) {
+            const QByteArrayView line(data + start, nl - (data + start));
+            start = nl + 1 - data;
+            from = nl + 1;
             if (line.isEmpty())
                 continue;
             std::optional<NotifyFrame> frame = Frames::decodeNotify(line);
@@ -276,7 +308,18 @@ void SocketServer::Shared::serveClient(const std::shared_ptr<Client> &client)
             else if (frame->type == QLatin1String("notify"))
                 events.emplace_back(std::move(*frame));
         }
-        pending.remove(0, start);
+        used += n;
+        if (start > 0) {
+            used -= start;
+            if (pending.size() > 8 * readSize) {
+                // A long line is done with: give its room back.
+                QByteArray smaller(2 * readSize, Qt::Uninitialized);
+                std::memcpy(smaller.data(), data + start, size_t(used));
+                pending.swap(smaller);
+            } else {
+                std::memmove(data, data + start, size_t(used));
+            }
+        }
         if (!events.empty())
             deliver(std::move(events));
     }
@@ -321,6 +364,7 @@ void SocketServer::stop()
         d->running = false;
         d->stopRequested = true;
     }
+    d->stopped.notify_all();
     const int lfd = d->listenFD.exchange(-1);
     if (lfd >= 0) {
         ::shutdown(lfd, SHUT_RDWR); // wakes a blocked accept(); close() alone does not on Linux
@@ -340,6 +384,11 @@ void SocketServer::stop()
         ::close(d->lockFD);
         d->lockFD = -1;
     }
+}
+
+void SocketServer::setAcceptForTesting(std::function<int(int)> accept)
+{
+    d->acceptFn = std::move(accept);
 }
 
 int SocketServer::clientCount() const

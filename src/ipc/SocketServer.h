@@ -39,6 +39,10 @@ public:
     // Seconds a blocked write to one client may take before that client is abandoned.
     static constexpr int sendTimeoutSeconds = 2;
 
+    // Tests only, before start(): stands in for accept4() on the listening descriptor, with
+    // errno set as accept4() sets it.
+    void setAcceptForTesting(std::function<int(int)> accept);
+
     std::function<void(const NotifyFrame &)> onNotify;
     std::function<void(const QString &)> onLog;
 

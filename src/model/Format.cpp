@@ -78,4 +78,27 @@ QString bytes(std::optional<double> size)
     return QString::asprintf("%.1f MB", s / 1048576);
 }
 
+QString preview(const QString &text, qsizetype limit)
+{
+    if (text.size() <= limit)
+        return text;
+    if (limit <= 0)
+        return QString();
+    qsizetype cut = limit - 1; // room for the ellipsis
+    if (cut > 0 && text.at(cut - 1).isHighSurrogate())
+        --cut;
+    return text.left(cut) + QChar(0x2026);
+}
+
+QString oneLine(const QString &text, qsizetype limit)
+{
+    // Folding can only shorten, and a few characters more than the limit are enough to
+    // tell whether the folded text was cut.
+    const QString head = text.left(std::max<qsizetype>(limit * 4, 64));
+    QString folded = head.simplified();
+    if (head.size() < text.size() && folded.size() <= limit)
+        folded += QChar(0x2026);
+    return preview(folded, limit);
+}
+
 } // namespace Format

@@ -9,6 +9,9 @@
 
 #include <simdjson.h>
 
+#include <charconv>
+#include <cmath>
+#include <string>
 #include <string_view>
 
 // Decoding works on simdjson's DOM: the document is validated as a whole first (a broken
@@ -156,11 +159,129 @@ template<typename T> QList<T> decodeArray(simdjson::dom::object document, std::s
     return out;
 }
 
+// The length of the JSON number at the start of `text`, or 0 when it is not one.
+size_t numberLength(std::string_view text)
+{
+    size_t i = 0;
+    const auto digits = [&] {
+        const size_t from = i;
+        while (i < text.size() && text[i] >= '0' && text[i] <= '9')
+            ++i;
+        return i - from;
+    };
+    if (i < text.size() && text[i] == '-')
+        ++i;
+    if (i < text.size() && text[i] == '0')
+        ++i;
+    else if (digits() == 0)
+        return 0;
+    if (i < text.size() && text[i] == '.' && (++i, digits() == 0))
+        return 0;
+    if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+        ++i;
+        if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+            ++i;
+        if (digits() == 0)
+            return 0;
+    }
+    return i;
+}
+
+// Whether a number from_chars finds out of range is too large (and not too small).
+bool beyondDoubles(std::string_view number)
+{
+    const size_t e = number.find_first_of("eE");
+    const std::string_view mantissa = number.substr(0, e);
+    // The decimal exponent of the first significant digit, roughly: enough to tell ±300 apart.
+    long long magnitude = 0;
+    const size_t first = mantissa.find_first_of("123456789");
+    const size_t point = std::min(mantissa.find('.'), mantissa.size());
+    if (first != std::string_view::npos)
+        magnitude = first < point ? (long long)(point - first) : -(long long)(first - point);
+    if (e != std::string_view::npos) {
+        std::string_view exponent = number.substr(e + 1);
+        const bool negative = !exponent.empty() && exponent[0] == '-';
+        if (!exponent.empty() && (exponent[0] == '-' || exponent[0] == '+'))
+            exponent.remove_prefix(1);
+        long long value = 0;
+        for (const char d : exponent)
+            value = std::min(value * 10 + (d - '0'), 1'000'000'000LL);
+        magnitude += negative ? -value : value;
+    }
+    return magnitude > 0;
+}
+
+// simdjson refuses integers beyond 64 bits and numbers beyond a double's range, and with
+// them the whole document. The server writes whatever a message's content holds, so such a
+// document is read again with each of those numbers rewritten: one a double can hold as
+// that double, one beyond its range as null. Nothing else changes; text that is not JSON
+// stays not JSON. Empty when there is nothing to rewrite.
+std::optional<std::string> withNumbersInRange(std::string_view json)
+{
+    std::string out;
+    size_t copied = 0;
+    for (size_t i = 0; i < json.size();) {
+        const char c = json[i];
+        if (c == '"') { // skip the string, escapes and all
+            for (++i; i < json.size() && json[i] != '"'; ++i) {
+                if (json[i] == '\\')
+                    ++i;
+            }
+            ++i;
+            continue;
+        }
+        if (c != '-' && (c < '0' || c > '9')) {
+            ++i;
+            continue;
+        }
+        size_t length = numberLength(json.substr(i));
+        if (length == 0) {
+            ++i;
+            continue;
+        }
+        const std::string_view number = json.substr(i, length);
+        const bool integer = number.find_first_of(".eE") == std::string_view::npos;
+        double value = 0;
+        std::string replacement;
+        if (std::from_chars(number.data(), number.data() + number.size(), value).ec == std::errc()) {
+            if (integer && number.size() > 19) {
+                char buffer[32];
+                const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
+                replacement.assign(buffer, result.ptr);
+            }
+        } else if (beyondDoubles(number)) {
+            replacement = "null";
+        } // else too small to tell from zero, which simdjson reads itself
+        if (!replacement.empty()) {
+            out.append(json.substr(copied, i - copied));
+            out += replacement;
+            copied = i + length;
+        }
+        i += length;
+    }
+    if (copied == 0)
+        return std::nullopt;
+    out.append(json.substr(copied));
+    return out;
+}
+
 // One parser per thread: it keeps its buffers between documents and is never shared.
 simdjson::dom::parser &threadParser()
 {
     thread_local simdjson::dom::parser parser;
     return parser;
+}
+
+// Parses with the thread's parser, reading numbers out of simdjson's range as above.
+simdjson::error_code parseDocument(QByteArrayView json, element &root)
+{
+    simdjson::dom::parser &parser = threadParser();
+    simdjson::error_code err = parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root);
+    if (err == simdjson::NUMBER_ERROR) {
+        if (const auto rewritten = withNumbersInRange(std::string_view(json.data(), size_t(json.size()))))
+            err = parser.parse(*rewritten).get(root);
+    }
+    return err;
 }
 
 } // namespace
@@ -207,9 +328,8 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
 
     if (json.isEmpty())
         return fail(QStringLiteral("not JSON: empty body"));
-    simdjson::dom::parser &parser = threadParser();
     element root;
-    if (const auto err = parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
+    if (const auto err = parseDocument(json, root))
         return fail(QStringLiteral("not JSON: %1").arg(QLatin1String(simdjson::error_message(err))));
     simdjson::dom::object document;
     if (root.get_object().get(document) != simdjson::SUCCESS)
@@ -240,9 +360,8 @@ std::optional<JSONValue> JSONValue::fromJson(QByteArrayView json)
 {
     if (json.isEmpty())
         return std::nullopt;
-    thread_local simdjson::dom::parser parser;
     element root;
-    if (parser.parse(json.data(), static_cast<size_t>(json.size()), true).get(root))
+    if (parseDocument(json, root))
         return std::nullopt;
     StringInterner interner;
     return JSONTreeReader(interner).read(root);

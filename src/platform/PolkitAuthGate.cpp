@@ -21,6 +21,13 @@ PolkitAuthGate::PolkitAuthGate(QObject *parent)
     registerPolkitTypes();
 }
 
+PolkitAuthGate::PolkitAuthGate(const QDBusConnection &authorityBus, QObject *parent)
+    : QObject(parent)
+    , m_bus(authorityBus)
+{
+    registerPolkitTypes();
+}
+
 quint64 PolkitAuthGate::processStartTime()
 {
     QFile stat(QStringLiteral("/proc/self/stat"));
@@ -38,12 +45,7 @@ quint64 PolkitAuthGate::processStartTime()
 
 QDBusConnection PolkitAuthGate::bus() const
 {
-    const QString which = qEnvironmentVariable("QUILLMOTE_POLKIT_BUS");
-    if (which.isEmpty())
-        return QDBusConnection::systemBus();
-    if (which == QLatin1String("session"))
-        return QDBusConnection::sessionBus();
-    return QDBusConnection::connectToBus(which, QStringLiteral("quillmote-polkit"));
+    return m_bus ? *m_bus : QDBusConnection::systemBus();
 }
 
 void PolkitAuthGate::authenticate(const QString &reason, std::function<void(const Answer &)> done)

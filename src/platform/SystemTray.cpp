@@ -74,7 +74,8 @@ SystemTray::SystemTray(QObject *parent)
     });
     // Under X11 Qt embeds the icon by itself once a host appears, so it is shown regardless.
     m_shown = m_available || QGuiApplication::platformName() == QLatin1String("xcb");
-    setIcon({}); // before show(): Qt refuses to show an icon without a picture
+    setIcon({});
+    applyIcon(); // before show(): Qt refuses to show an icon without a picture
     if (m_shown)
         m_icon->show();
     if (m_available)
@@ -117,15 +118,36 @@ QImage SystemTray::drawIcon(const TrayIconState &state, int size)
 
 void SystemTray::setIcon(const TrayIconState &state)
 {
+    if (state == m_state && m_iconSet)
+        return;
     m_state = state;
-    if (m_icon && m_shown) {
-        m_icon->setIcon(QIcon(QPixmap::fromImage(drawIcon(state))));
-        m_icon->setToolTip(
-            state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(state.badge) : QStringLiteral("Quillmote"));
+    if (!m_icon || !m_shown)
+        return;
+    // Drawn after the caller is done: a message's banner goes out before its tray picture is
+    // painted and exported, and a burst of changes paints once.
+    if (!m_iconPending) {
+        m_iconPending = true;
+        QMetaObject::invokeMethod(this, &SystemTray::applyIcon, Qt::QueuedConnection);
     }
-    // Hosts that read the exported menu without opening it must see current rows.
-    if (!m_menu->isVisible())
-        scheduleRebuild();
+}
+
+void SystemTray::applyIcon()
+{
+    m_iconPending = false;
+    m_iconSet = true;
+    // The pulse alternates two pictures: both are drawn once and then only swapped.
+    auto cached = std::find_if(m_pictures.begin(), m_pictures.end(), [&](const auto &p) { return p.first == m_state; });
+    if (cached == m_pictures.end()) {
+        if (m_pictures.size() >= 2)
+            m_pictures.removeFirst();
+        m_pictures.append({ m_state, QIcon(QPixmap::fromImage(drawIcon(m_state))) });
+        cached = std::prev(m_pictures.end());
+    }
+    m_icon->setIcon(cached->second);
+    const QString tip
+        = m_state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(m_state.badge) : QStringLiteral("Quillmote");
+    if (m_icon->toolTip() != tip)
+        m_icon->setToolTip(tip);
 }
 
 void SystemTray::setMenuSource(std::function<QList<MenuEntry>()> source)
@@ -150,60 +172,104 @@ void SystemTray::rebuildMenu()
     m_rebuild.stop();
     if (!m_source)
         return;
-    m_menu->clear();
-    for (QMenu *sub : m_menu->findChildren<QMenu *>(Qt::FindDirectChildrenOnly))
-        sub->deleteLater();
-    fill(m_menu.get(), m_source());
+    sync(m_menu.get(), m_source());
 }
 
-void SystemTray::fill(QMenu *menu, const QList<MenuEntry> &rows)
+namespace {
+
+const char kindProperty[] = "qm-kind";
+
+MenuEntry::Kind kindOf(QAction *a)
 {
+    return MenuEntry::Kind(a->property(kindProperty).toInt());
+}
+
+} // namespace
+
+// Updates the menu in place: an action whose row kept its kind keeps its object, and so
+// its id in the exported menu; a setter given an unchanged value emits nothing, so a
+// refresh with the same rows sends no signal to the host at all.
+void SystemTray::sync(QMenu *menu, const QList<MenuEntry> &rows)
+{
+    const QList<QAction *> existing = menu->actions();
+    qsizetype at = 0;
     for (const MenuEntry &row : rows) {
-        switch (row.kind) {
-        case MenuEntry::Kind::Separator:
-            menu->addSeparator();
-            break;
-        case MenuEntry::Kind::Header: {
-            QAction *a = menu->addAction(menuText(row.text));
-            a->setEnabled(false);
-            QFont f = a->font();
-            f.setBold(true);
-            a->setFont(f);
-            break;
+        QAction *a = at < existing.size() ? existing[at] : nullptr;
+        if (a && kindOf(a) == row.kind) {
+            ++at;
+        } else {
+            QAction *before = a;
+            a = create(menu, row.kind, row.text);
+            menu->insertAction(before, a);
         }
-        case MenuEntry::Kind::Submenu: {
-            auto *sub = new QMenu(menuText(row.text), menu);
-            if (!row.iconName.isEmpty())
-                sub->setIcon(QIcon::fromTheme(row.iconName));
-            fill(sub, row.children);
-            menu->addMenu(sub);
-            break;
-        }
-        case MenuEntry::Kind::Item: {
-            QString text = row.text;
-            if (!row.subtitle.isEmpty())
-                text += QStringLiteral(" — ") + row.subtitle;
-            if (row.emphasized)
-                text = QStringLiteral("● ") + text;
-            QAction *a = menu->addAction(menuText(text));
-            a->setEnabled(row.enabled);
-            if (row.emphasized) {
-                QFont f = a->font();
-                f.setBold(true);
-                a->setFont(f);
-            }
-            if (row.checkable) {
-                a->setCheckable(true);
-                a->setChecked(row.checked);
-            }
-            if (!row.iconName.isEmpty())
-                a->setIcon(QIcon::fromTheme(row.iconName));
-            if (!row.shortcut.isEmpty())
-                a->setShortcut(QKeySequence(row.shortcut));
-            if (row.trigger)
-                QObject::connect(a, &QAction::triggered, menu, [fn = row.trigger] { fn(); });
-            break;
-        }
-        }
+        update(a, row);
+    }
+    for (; at < existing.size(); ++at) {
+        QAction *a = existing[at];
+        menu->removeAction(a);
+        m_triggers.remove(a);
+        if (QMenu *sub = a->menu())
+            sub->deleteLater();
+        a->deleteLater();
+    }
+}
+
+QAction *SystemTray::create(QMenu *menu, MenuEntry::Kind kind, const QString &text)
+{
+    QAction *a = nullptr;
+    if (kind == MenuEntry::Kind::Submenu) {
+        a = (new QMenu(menuText(text), menu))->menuAction();
+    } else {
+        a = new QAction(menu);
+        a->setSeparator(kind == MenuEntry::Kind::Separator);
+        connect(a, &QAction::triggered, this, [this, a] {
+            if (const auto fn = m_triggers.value(a))
+                fn();
+        });
+    }
+    a->setProperty(kindProperty, int(kind));
+    return a;
+}
+
+void SystemTray::update(QAction *a, const MenuEntry &row)
+{
+    switch (row.kind) {
+    case MenuEntry::Kind::Separator:
+        return;
+    case MenuEntry::Kind::Header: {
+        a->setText(menuText(row.text));
+        a->setEnabled(false);
+        QFont f = a->font();
+        f.setBold(true);
+        a->setFont(f);
+        return;
+    }
+    case MenuEntry::Kind::Submenu:
+        a->setText(menuText(row.text));
+        if (!row.iconName.isEmpty() && a->icon().name() != row.iconName)
+            a->setIcon(QIcon::fromTheme(row.iconName));
+        sync(a->menu(), row.children);
+        return;
+    case MenuEntry::Kind::Item: {
+        QString text = row.text;
+        if (!row.subtitle.isEmpty())
+            text += QStringLiteral(" — ") + row.subtitle;
+        if (row.emphasized)
+            text = QStringLiteral("● ") + text;
+        a->setText(menuText(text));
+        a->setEnabled(row.enabled);
+        QFont f = a->font();
+        f.setBold(row.emphasized);
+        a->setFont(f);
+        a->setCheckable(row.checkable);
+        a->setChecked(row.checkable && row.checked);
+        if (a->icon().name() != row.iconName)
+            a->setIcon(row.iconName.isEmpty() ? QIcon() : QIcon::fromTheme(row.iconName));
+        const QKeySequence keys(row.shortcut);
+        if (a->shortcut() != keys)
+            a->setShortcut(keys);
+        m_triggers.insert(a, row.trigger);
+        return;
+    }
     }
 }

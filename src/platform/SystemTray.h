@@ -12,9 +12,9 @@
 class QSystemTrayIcon;
 
 // The tray icon on Linux: QSystemTrayIcon (a StatusNotifierItem over D-Bus where the
-// desktop has a host, XEmbed otherwise) with a QMenu rebuilt from the logic's rows each
-// time it opens. Badge and pulse are painted into the icon itself, because Qt exports
-// the item with a fixed status and no overlay.
+// desktop has a host, XEmbed otherwise) with a QMenu brought up to date with the logic's
+// rows when it opens and when the rows change, in place, so exported ids stay stable. Badge and pulse are painted into
+// the icon itself, because Qt exports the item with a fixed status and no overlay.
 class SystemTray : public QObject, public TrayPort
 {
     Q_OBJECT
@@ -35,15 +35,22 @@ public:
 
 private:
     void rebuildMenu();
+    void applyIcon();
     // Hosts that read the exported menu without opening it see rows at most this old.
     static constexpr int rebuildDelayMs = 100;
     void scheduleRebuild();
-    static void fill(QMenu *menu, const QList<MenuEntry> &rows);
+    void sync(QMenu *menu, const QList<MenuEntry> &rows);
+    QAction *create(QMenu *menu, MenuEntry::Kind kind, const QString &text);
+    void update(QAction *action, const MenuEntry &row);
 
     std::unique_ptr<QMenu> m_menu;
     QPointer<QSystemTrayIcon> m_icon;
     std::function<QList<MenuEntry>()> m_source;
+    QHash<QAction *, std::function<void()>> m_triggers;
     TrayIconState m_state;
+    bool m_iconSet = false;
+    bool m_iconPending = false;
+    QList<std::pair<TrayIconState, QIcon>> m_pictures;
     QTimer m_rebuild;
     bool m_available = false;
     bool m_shown = false; // pictures are drawn only for an icon that can be seen

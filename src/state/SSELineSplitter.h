@@ -11,7 +11,7 @@ class SSELineSplitter
 public:
     // Appends a chunk; returns how many "event: changed" lines it completed.
     int feed(QByteArrayView chunk);
-    void reset() { m_buffer.clear(); }
+    void reset() { m_buffer = QByteArray(); }
 
 private:
     QByteArray m_buffer;

@@ -33,11 +33,12 @@ QVariant SessionListModel::data(const QModelIndex &index, int role) const
         return s.peer;
     case Qt::DisplayRole:
     case TitleRole:
-        return QStringLiteral("@") + s.peer;
+        return QStringLiteral("@") + Format::preview(s.peer, Format::PreviewLimit::name);
     case InitialsRole:
         return s.peer.left(1).toUpper();
     case PreviewRole:
-        return m_state->preview(s.peer);
+        // One elided line: the row never lays out more than its start.
+        return Format::preview(m_state->preview(s.peer), Format::PreviewLimit::name);
     case ListTimeRole:
         return s.last ? Format::listTime(s.last->createdAt) : QString();
     case UnreadRole:

@@ -182,6 +182,12 @@ void StateClient::handleFetchReply(QNetworkReply *reply, const QByteArray &body)
     }
     if (sameBytes(body, m_decodingBody))
         return;
+    // A server that keeps answering with a document we cannot read costs one poll per
+    // interval, not one decode each.
+    if (sameBytes(body, m_failedBody)) {
+        fetchFailed(m_failedReason, true);
+        return;
+    }
     m_decodingBody = body;
     ++m_decodeCount;
     const PanelState snapshot = m_state; // shared, not copied
@@ -212,9 +218,12 @@ void StateClient::applyDecoded(
     if (m_decodingBody == body)
         m_decodingBody.clear();
     if (!decoded) {
-        fetchFailed(QStringLiteral("cannot decode the state document: %1").arg(error));
+        m_failedBody = body;
+        m_failedReason = QStringLiteral("cannot decode the state document: %1").arg(error);
+        fetchFailed(m_failedReason, true);
         return;
     }
+    m_failedBody.clear();
     m_lastBody = body;
     // The comparison made on the worker holds unless another fetch replaced the state since.
     if (generation != m_stateGeneration)
@@ -237,22 +246,25 @@ void StateClient::fetchSucceeded()
     Q_EMIT connectionChanged(m_connection);
 }
 
-void StateClient::fetchFailed(const QString &reason)
+void StateClient::fetchFailed(const QString &reason, bool serverAnswered)
 {
     if (m_connection != Connection::offline) {
         m_connection = Connection::offline;
         logInfo(QStringLiteral("offline: %1").arg(reason));
         Q_EMIT connectionChanged(m_connection);
     }
-    if (m_started && !m_autoStartInFlight) {
+    // A 200 answer we cannot read already says the server runs: no probe, no spawn.
+    if (m_started && !m_autoStartInFlight && !serverAnswered) {
         m_autoStartInFlight = true;
-        ensureServerRunning([this](bool running) {
+        checkServer([this](ServerCheck outcome) {
             m_autoStartInFlight = false;
-            // With no tool to start, fetching again at once would spin through fetch,
-            // probe and spawn attempt without pause: the next try waits for one poll interval.
-            if (running)
+            // Only a server that has just come up is fetched from at once. One that was
+            // answering all along gave the failure itself (a bad status, a document we
+            // cannot read), and with no tool to start a retry would spin through fetch,
+            // probe and spawn attempt: both wait for the poll timer.
+            if (outcome == ServerCheck::spawned)
                 refresh();
-            else
+            else if (outcome == ServerCheck::unavailable && !m_pollTimer.isActive())
                 QTimer::singleShot(m_pollTimer.interval(), this, &StateClient::refresh);
         });
     }
@@ -272,14 +284,22 @@ void StateClient::isServerResponding(std::function<void(bool)> done)
 
 void StateClient::ensureServerRunning(std::function<void(bool)> done)
 {
-    if (!done)
-        done = [](bool) {};
-    isServerResponding([this, done](bool responding) {
+    checkServer([done = std::move(done)](ServerCheck outcome) {
+        if (done)
+            done(outcome != ServerCheck::unavailable);
+    });
+}
+
+void StateClient::checkServer(std::function<void(ServerCheck)> finished)
+{
+    isServerResponding([this, finished](bool responding) {
         if (responding) {
             logDaemon(QStringLiteral("daemon: state server already responding — not spawning"));
-            done(true);
+            finished(ServerCheck::alreadyResponding);
             return;
         }
+        const auto done
+            = [finished](bool running) { finished(running ? ServerCheck::spawned : ServerCheck::unavailable); };
         logDaemon(QStringLiteral("daemon: state server silent — attempting to spawn `quillmote web`"));
         // Resolving the tool touches the file system: off the main thread.
         QPointer<StateClient> self(this);

@@ -70,8 +70,10 @@ private:
     void applyDecoded(const QByteArray &body, std::optional<PanelState> decoded, const QString &error, bool differs,
         quint64 generation);
     void fetchSucceeded();
-    void fetchFailed(const QString &reason);
+    void fetchFailed(const QString &reason, bool serverAnswered = false);
     void probeUntilAnswer(int attempt, std::function<void(bool)> done);
+    enum class ServerCheck { alreadyResponding, spawned, unavailable };
+    void checkServer(std::function<void(ServerCheck)> finished);
 
     PanelState m_state;
     Connection m_connection = Connection::connecting;
@@ -89,6 +91,8 @@ private:
     QByteArray m_scratch; // reused for reading response bodies
     QByteArray m_lastBody; // the body that produced m_state
     QByteArray m_decodingBody; // a body on its way through the decoder
+    QByteArray m_failedBody; // the last body that could not be decoded, and why
+    QString m_failedReason;
     quint64 m_stateGeneration = 0; // bumped whenever m_state is replaced
     int m_decodeCount = 0;
     int m_fetchCount = 0;

@@ -90,6 +90,18 @@ QVariantList ConversationModel::partsOf(const Message &message) const
         map.remove(QStringLiteral("dataBase64"));
         if (map.contains(QStringLiteral("bytes")))
             map.insert(QStringLiteral("size"), Format::bytes(map.value(QStringLiteral("bytes")).toDouble()));
+        // A bubble lays out a preview of a long text; partText() hands out more on demand.
+        for (const QString &key : { QStringLiteral("text"), QStringLiteral("code"), QStringLiteral("json"),
+                 QStringLiteral("args"), QStringLiteral("result"), QStringLiteral("raw") }) {
+            const auto it = map.find(key);
+            if (it == map.end() || it->typeId() != QMetaType::QString)
+                continue;
+            const QString whole = it->toString();
+            if (whole.size() <= Format::PreviewLimit::bubble)
+                continue;
+            *it = Format::preview(whole, Format::PreviewLimit::bubble);
+            map.insert(QStringLiteral("length"), whole.size());
+        }
         out.append(map);
     }
     return out;
@@ -130,4 +142,24 @@ QHash<int, QByteArray> ConversationModel::roleNames() const
 {
     return { { IdRole, "messageId" }, { OutgoingRole, "outgoing" }, { TypeRole, "messageType" }, { PartsRole, "parts" },
         { TimeRole, "time" }, { SeparatorRole, "separator" }, { StatusRole, "status" } };
+}
+
+QString ConversationModel::partText(const QString &messageId, int part, int chars) const
+{
+    for (const qsizetype row : m_rows) {
+        const Message &m = m_all.at(row);
+        if (m.id != messageId)
+            continue;
+        const QList<ContentPart> parts = ContentNormalizer::parts(m.content);
+        if (part < 0 || part >= parts.size())
+            return QString();
+        const QVariantMap map = ContentNormalizer::toVariantMap(parts[part]);
+        for (const char *key : { "text", "code", "json", "args", "result", "raw" }) {
+            const QVariant value = map.value(QLatin1String(key));
+            if (value.typeId() == QMetaType::QString)
+                return Format::preview(value.toString(), chars);
+        }
+        return QString();
+    }
+    return QString();
 }

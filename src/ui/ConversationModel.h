@@ -24,7 +24,8 @@ public:
         IdRole = Qt::UserRole + 1,
         OutgoingRole,
         TypeRole,
-        PartsRole, // list of ContentNormalizer::toVariantMap, images as "source" URLs
+        PartsRole, // list of ContentNormalizer::toVariantMap, images as "source" URLs, long
+                   // texts as a preview plus their whole "length"
         TimeRole, // "HH:mm"
         SeparatorRole, // the day label when the message opens a day, else ""
         StatusRole, // "queued", "sent", "delivered", "read", "failed" or ""
@@ -35,6 +36,10 @@ public:
     const QString &peer() const { return m_peer; }
     // Shows the conversation with peer ("" for none).
     void setPeer(const QString &peer);
+
+    // Up to `chars` characters of a part whose preview was cut ("length" in its map),
+    // for a bubble that shows more on demand.
+    Q_INVOKABLE QString partText(const QString &messageId, int part, int chars) const;
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role) const override;

@@ -86,10 +86,13 @@ private Q_SLOTS:
         QCOMPARE(m_tray->icon(), (TrayIconState { "bob", 2, false }));
         QVERIFY(m_menu->isPulsing());
 
-        // The pulse alternates dimmed and full icons.
+        // The pulse alternates dimmed and full icons and leaves the menu alone.
+        QCOMPARE(m_tray->refreshes, 2);
         m_tray->icons.clear();
         QTRY_VERIFY_WITH_TIMEOUT(m_tray->icons.size() >= 2, 3000);
         QVERIFY(m_tray->icons[0].dimmed != m_tray->icons[1].dimmed);
+        QCOMPARE(m_tray->refreshes, 2);
+        m_tray->refreshes = 0;
 
         m_menu->markRead("bob");
         QVERIFY(m_menu->isPulsing());
@@ -105,7 +108,7 @@ private Q_SLOTS:
         QVERIFY(!m_menu->lastSender());
         QVERIFY(!m_menu->isPulsing());
         QCOMPARE(m_tray->icon(), TrayIconState {});
-        QCOMPARE(m_tray->refreshes, 1);
+        QCOMPARE(m_tray->refreshes, 4); // two reads, a message, the clear
         QVERIFY(log.contains("menubar: clear (unread reset)"));
         m_menu->addMessage("bob", "@bob", "y");
         QVERIFY(m_menu->isPulsing());

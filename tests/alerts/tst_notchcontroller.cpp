@@ -81,6 +81,20 @@ static NotifyFrame codeFrame(const QString &code)
     return f;
 }
 
+static int midX(const QRect &r)
+{
+    return r.x() + r.width() / 2;
+}
+
+// A second screen right of FakeScreens' first: 1920 wide, no top panel.
+static NotchScreen right()
+{
+    NotchScreen s;
+    s.name = QStringLiteral("RIGHT");
+    s.frame = s.available = QRect(1440, 0, 1920, 1080);
+    return s;
+}
+
 class TestNotchController : public QObject
 {
     Q_OBJECT
@@ -318,6 +332,63 @@ private Q_SLOTS:
         QCOMPARE(r.panelsBuilt, 0);
         QVERIFY(r.log.isEmpty());
         QVERIFY(!r.model().item());
+    }
+
+    // Left: 1440 wide under a 28 px panel (primary); right: 1920 wide, no panel.
+    void overlayGoesWhereTheUserLooks_data()
+    {
+        QTest::addColumn<int>("focused");
+        QTest::addColumn<int>("pointer");
+        QTest::addColumn<int>("centreX");
+        QTest::addColumn<int>("top");
+        QTest::newRow("focused window on the right") << 1 << 0 << 1440 + 960 << 4;
+        QTest::newRow("no focus, pointer on the right") << -1 << 1 << 1440 + 960 << 4;
+        QTest::newRow("neither known: primary") << -1 << -1 << 720 << 32;
+        QTest::newRow("stale index: primary") << 5 << -1 << 720 << 32;
+    }
+    void overlayGoesWhereTheUserLooks()
+    {
+        QFETCH(int, focused);
+        QFETCH(int, pointer);
+        QFETCH(int, centreX);
+        QFETCH(int, top);
+        Rig r;
+        r.screens->list.append(right());
+        r.screens->focused = focused;
+        r.screens->pointer = pointer;
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        QCOMPARE(midX(r.panel.frame), centreX);
+        QCOMPARE(r.panel.frame.top(), top);
+    }
+
+    void screenChangesRefitTheShownOverlay()
+    {
+        Rig r;
+        const NotchScreen left = r.screens->list.first();
+        const NotchScreen right = ::right();
+        r.screens->list.append(right);
+        r.screens->focused = 1;
+        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        QCOMPARE(midX(r.panel.frame), 2400);
+
+        // Its screen grows a top panel: it moves down with it, on the same screen.
+        NotchScreen paneled = right;
+        paneled.available.adjust(0, 30, 0, 0);
+        r.screens->change({ left, paneled });
+        QCOMPARE(midX(r.panel.frame), 2400);
+        QCOMPARE(r.panel.frame.top(), 34);
+        // Its screen is unplugged: it goes to the one left.
+        r.screens->focused = -1;
+        r.screens->change({ left });
+        QCOMPARE(midX(r.panel.frame), 720);
+        QCOMPARE(r.logCount(QStringLiteral("notch: screens changed — refitted on XVFB-1")), 1);
+
+        // Hidden, it does not move; the next message picks the screen again.
+        r.notch->handle({ NotchAction::Kind::dismiss, {} });
+        r.clock->advance(1);
+        const QRect before = r.panel.frame;
+        r.screens->change({ left, right });
+        QCOMPARE(r.panel.frame, before);
     }
 
 private:

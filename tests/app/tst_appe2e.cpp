@@ -1,6 +1,7 @@
 // The installed program as a desktop user meets it: started once, handed URLs by later
 // starts, switched by the environment, quieted by do-not-disturb. Runs under a private
 // X server and session bus (tests/support/session.sh).
+#include "fakes/FakePolkitAuthority.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
 
@@ -9,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -131,8 +133,66 @@ private Q_SLOTS:
         }
         App other(env, {}, { { "QUILLMOTE_OPEN_WINDOW", "true" }, { "QUILLMOTE_PREVIEW", "yes" } });
         QVERIFY(other.waitFor("launched (menu-bar accessory)"));
-        QTest::qWait(500);
+        // The switches act on the first turn of the event loop; a link handed over by a
+        // later start is served after it.
+        int code = -1;
+        secondStart(env, QStringLiteral("quillmote://open?sender=w"), &code);
+        QVERIFY(other.waitFor("url-scheme: open?sender=@w"));
         QVERIFY(!other.log().contains("controller created"));
+    }
+
+    // The gate asks the system's polkit authority and no other: an authority that says yes
+    // to everything, on the user's own session bus, is never asked, whatever the
+    // environment says. Here there is no system bus, so the gate fails closed.
+    void gateAsksOnlyTheSystemAuthority()
+    {
+        TestEnv env;
+        QDir().mkpath(env.configHome() + "/quillmote");
+        QFile conf(env.configHome() + "/quillmote/notifier.conf");
+        QVERIFY(conf.open(QIODevice::WriteOnly));
+        conf.write("[General]\nquillmote.biometricGateEnabled=true\n");
+        conf.close();
+        QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
+        FakePolkitAuthority authority;
+        QVERIFY(authority.registerOn(authorityBus));
+
+        App app(env, {},
+            { { "QUILLMOTE_POLKIT_BUS", "session" },
+                { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + env.quillmoteHome() + "/no-system-bus" } });
+        QVERIFY(app.waitFor("launched (menu-bar accessory)"));
+        QTRY_VERIFY(onBus("com.quillmote.Notifier"));
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            "com.quillmote.Notifier", "/com/quillmote/Notifier/Actions", "com.quillmote.Notifier.Actions", "Connect");
+        call << QStringLiteral("zed");
+        QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call, 60000);
+
+        // The user confirms with the pointer (keys would be held back for a moment).
+        QProcess search;
+        search.start("xdotool", { "search", "--sync", "--name", "^Quillmote$" });
+        QVERIFY(QTest::qWaitFor([&] { return search.state() == QProcess::NotRunning; }, 20000));
+        const QString window = QString::fromUtf8(search.readAllStandardOutput()).split('\n').first();
+        QVERIFY2(!window.isEmpty(), qPrintable(app.log()));
+        QProcess geometry;
+        geometry.start("xdotool", { "getwindowgeometry", "--shell", window });
+        QVERIFY(geometry.waitForFinished(5000));
+        const QString shell = QString::fromUtf8(geometry.readAllStandardOutput());
+        const auto number
+            = [&](const QString &key) { return QRegularExpression(key + "=(\\d+)").match(shell).captured(1).toInt(); };
+        // "继续" is the last button, in the bottom right corner inside the 20 px margin.
+        const int x = number("WIDTH") - 32;
+        const int y = number("HEIGHT") - 30;
+        QProcess::execute(
+            "xdotool", { "mousemove", "--window", window, QString::number(x), QString::number(y), "click", "1" });
+
+        QVERIFY(QTest::qWaitFor([&] { return pending.isFinished(); }, 30000));
+        const QDBusMessage reply = pending.reply();
+        QVERIFY2(reply.type() == QDBusMessage::ReplyMessage, qPrintable(reply.errorMessage()));
+        QCOMPARE(reply.arguments().value(0).toString(), QStringLiteral("已取消：未通过 Touch ID 验证。"));
+        QCOMPARE(authority.actionId, QString());
+        QVERIFY2(
+            app.waitFor("BiometricGate: failed action=发起好友申请 error=polkit unavailable"), qPrintable(app.log()));
+        authorityBus.unregisterService("org.freedesktop.PolicyKit1");
+        QDBusConnection::disconnectFromBus("authority");
     }
 
     void doNotDisturbDecidesUrgencyAndChime()
@@ -147,9 +207,14 @@ private Q_SLOTS:
         conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=true\n");
         conf.close();
 
+        // The monitor watches from the moment the bus confirms it (its own name is then
+        // taken away); its output is kept whole, since a message may arrive in pieces.
+        QByteArray monitored; // outlives the process, which may still report as it ends
         QProcess monitor;
+        connect(&monitor, &QProcess::readyReadStandardOutput, &monitor,
+            [&] { monitored += monitor.readAllStandardOutput(); });
         monitor.start("dbus-monitor", { "--session", "interface='org.freedesktop.Notifications',member='Notify'" });
-        QVERIFY(monitor.waitForStarted());
+        QVERIFY(QTest::qWaitFor([&] { return monitored.contains("member=NameLost"); }, 5000));
         App app(env, {}, { { "QT_LOGGING_RULES", "com.quillmote.notifier.*.debug=true" } });
         QVERIFY(app.waitFor("socket: listening at"));
         QProcess::execute("dunstctl", { "set-paused", "true" });
@@ -160,19 +225,20 @@ private Q_SLOTS:
         terminal.write(R"({"type":"notify","sender":"alice","body":"urgent","msgId":"d1"})"
                        "\n");
         QVERIFY(app.waitFor("socket: onNotify d1"));
-        QVERIFY(QTest::qWaitFor(
-            [&] {
-                return monitor.readAllStandardOutput().contains("\"urgency\"\n         variant             byte 2");
-            },
-            5000));
-        QVERIFY(app.log().contains("notch: chime"));
+        QVERIFY2(QTest::qWaitFor(
+                     [&] { return monitored.contains("\"urgency\"\n         variant             byte 2"); }, 10000),
+            monitored.constData());
+        QVERIFY(app.waitFor("notch: chime"));
 
         // The user lets do-not-disturb win: the next change records it; no chime any more.
+        // Each change is waited for: dunst is also polled, and a poll could see only the end.
         conf.open(QIODevice::WriteOnly);
         conf.write("[General]\nquillmote.focusFilterEnabled=true\nquillmote.focusFilter.breakthroughChoice=false\n");
         conf.close();
         QProcess::execute("dunstctl", { "set-paused", "false" });
+        QVERIFY(app.waitFor("do-not-disturb: off"));
         QProcess::execute("dunstctl", { "set-paused", "true" });
+        QVERIFY(QTest::qWaitFor([&] { return app.log().count("do-not-disturb: on") == 2; }, 10000));
         QVERIFY(app.waitFor("recorded allowBreakthrough=false"));
         terminal.write(R"({"type":"notify","sender":"bob","body":"later","msgId":"d2"})"
                        "\n");

@@ -3,6 +3,7 @@
 #include "alerts/NotchPanel.h"
 
 #include <QList>
+#include <QRect>
 
 // Records what the controller asked of the window.
 class FakePanel : public NotchPanel
@@ -13,18 +14,23 @@ public:
         bool focus = false;
         int orderOuts = 0;
         QList<bool> focusRequests;
+        QRect frame;
     };
     explicit FakePanel(Record &record)
         : m_r(record)
     {
     }
-    void orderFront(const QRect &) override { m_r.visible = true; }
+    void orderFront(const QRect &frame) override
+    {
+        m_r.visible = true;
+        m_r.frame = frame;
+    }
     void orderOut() override
     {
         m_r.visible = false;
         ++m_r.orderOuts;
     }
-    void setFrame(const QRect &) override { }
+    void setFrame(const QRect &frame) override { m_r.frame = frame; }
     void setKeyboardFocus(bool wanted) override
     {
         m_r.focus = wanted;

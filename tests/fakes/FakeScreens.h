@@ -12,7 +12,19 @@ public:
     }
     QList<NotchScreen> screens() const override { return list; }
     int primaryIndex() const override { return list.isEmpty() ? -1 : primary; }
+    int focusedIndex() const override { return focused; }
+    int pointerIndex() const override { return pointer; }
+
+    // Replaces the screens and tells the listener, as a monitor plugged in or out does.
+    void change(QList<NotchScreen> screens)
+    {
+        list = std::move(screens);
+        if (onChanged)
+            onChanged();
+    }
 
     QList<NotchScreen> list;
     int primary = 0;
+    int focused = -1;
+    int pointer = -1;
 };

@@ -152,6 +152,14 @@ private Q_SLOTS:
                                  << "确认把消息 in-1 转发到设备「laptop」？|继续"
                                  << "已转发到设备「laptop」。"
                                  << "ForwardIntent: forwarded in-1 → laptop";
+        QTest::newRow("block") << "BlockIntent" << Values { { "handle", "mallory" } }
+                               << QStringList { "block", "mallory", "--json" }
+                               << "确认屏蔽 @mallory？屏蔽后对方无法再给你发消息。|继续"
+                               << "已屏蔽 @mallory。"
+                               << "BlockIntent: blocked @mallory";
+        QTest::newRow("whoami") << "WhoamiIntent" << Values {} << QStringList { "whoami", "--json" } << ""
+                                << "你是 @me。"
+                                << "WhoamiIntent: @me";
         QTest::newRow("doctor") << "DoctorIntent" << Values {} << QStringList { "doctor", "--json" } << ""
                                 << "体检通过：连通性 / 身份 / 监听都正常。"
                                 << "DoctorIntent: ok=true";
@@ -166,10 +174,19 @@ private Q_SLOTS:
         QFETCH(QString, dialog);
         QFETCH(QString, logLine);
 
+        // With the gate switched on (and letting everything through), exactly the four
+        // sensitive actions ask it, each with its own reason.
+        static const QMap<QString, QString> gated { { "ConnectIntent", "发起好友申请" },
+            { "ApproveIntent", "批准好友申请" }, { "BlockIntent", "屏蔽用户" }, { "UnfriendIntent", "解除好友" } };
+        const QString reason = gated.value(name);
+
         World world;
+        SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
         LogCapture log;
 
         const IntentResult result = performAndWait(world.service, name, values);
+        QCOMPARE(world.gate.reasons, reason.isEmpty() ? QStringList {} : QStringList { reason });
+        QCOMPARE(log.count("BiometricGate: authorized action=" + reason), reason.isEmpty() ? 0 : 1);
         QCOMPARE(result.error.message, QString());
         QCOMPARE(result.dialog, dialog);
         QCOMPARE(world.argvs(), QList<QStringList> { argv });
@@ -181,9 +198,6 @@ private Q_SLOTS:
             QCOMPARE(world.confirmer.asked.size(), 1);
             QCOMPARE(world.confirmer.asked[0].first + "|" + world.confirmer.asked[0].second, confirmation);
         }
-        // The gate is off unless switched on: never asked.
-        QVERIFY(world.gate.reasons.isEmpty());
-        QCOMPARE(log.count("BiometricGate"), 0);
     }
 
     void emptyListsAnswerWithTheirOwnSentence_data()

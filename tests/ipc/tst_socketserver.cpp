@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <memory>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -109,6 +110,45 @@ private Q_SLOTS:
         QCOMPARE(ids, QStringList({ "1", "2", "3", "4" }));
         QCOMPARE(h.frames[2].body, QStringLiteral("三 \n lines"));
         QCOMPARE(log.count(QStringLiteral("ignored")), 1);
+    }
+
+    // Out of descriptors or memory, accept() fails; the terminal stays queued, and after a
+    // pause the loop takes it and the ones after it. Only stop() ends the loop.
+    void acceptFailuresPass_data()
+    {
+        QTest::addColumn<int>("error");
+        for (const int e : { EMFILE, ENFILE, ENOBUFS, ENOMEM, ECONNABORTED, EPROTO })
+            QTest::newRow(qPrintable(QString::number(e))) << e;
+    }
+
+    void acceptFailuresPass()
+    {
+        QFETCH(int, error);
+        TestEnv env;
+        LogCapture log;
+        Harness h(env.socketPath());
+        std::atomic<int> failuresLeft { 3 };
+        h.server.setAcceptForTesting([&](int fd) {
+            // Fails only once a terminal waits, as running out of descriptors does.
+            pollfd pfd { fd, POLLIN, 0 };
+            if (failuresLeft > 0 && ::poll(&pfd, 1, -1) > 0) {
+                --failuresLeft;
+                errno = error;
+                return -1;
+            }
+            return ::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC);
+        });
+        QVERIFY(h.start(log));
+        UnixClient queued;
+        QVERIFY(queued.connectTo(env.socketPath()));
+        QVERIFY(queued.write(notifyLine("a", "queued", "1")));
+        QTRY_COMPARE(h.frames.size(), 1);
+        UnixClient later;
+        QVERIFY(later.connectTo(env.socketPath()));
+        QVERIFY(later.write(notifyLine("a", "later", "2")));
+        QTRY_COMPARE(h.frames.size(), 2);
+        // One line for the whole burst.
+        QCOMPARE(log.count(QStringLiteral("socket: accept() failed (errno %1)").arg(error)), 1);
     }
 
     void refusesPathsLongerThanTheKernelTakes()

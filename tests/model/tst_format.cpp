@@ -83,6 +83,42 @@ private Q_SLOTS:
         QCOMPARE(Format::daySeparator(createdAt, kNow), separator);
         QCOMPARE(Format::dayKey(createdAt, kNow), dayKey);
     }
+
+    void previews_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<QString>("preview");
+        QTest::addColumn<QString>("oneLine");
+        QTest::newRow("fits") << "a  b\nc" << 6 << "a  b\nc"
+                              << "a b c";
+        QTest::newRow("cut") << "abcdef" << 4 << "abc…"
+                             << "abc…";
+        // An emoji is two UTF-16 units: never keep half of one.
+        QTest::newRow("surrogate pair at the cut") << "ab😀cd" << 4 << "ab…"
+                                                   << "ab…";
+        QTest::newRow("folded, then fits") << "a \n\n b" << 3 << "a …"
+                                           << "a b";
+        QTest::newRow("long whitespace") << QString(500, u' ') + "tail" << 10 << QString(9, u' ') + "…"
+                                         << "…";
+    }
+
+    void previews()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, limit);
+        QFETCH(QString, preview);
+        QFETCH(QString, oneLine);
+        QCOMPARE(Format::preview(text, limit), preview);
+        QCOMPARE(Format::oneLine(text, limit), oneLine);
+    }
+
+    // A text that fits is handed back shared, not copied: a 16 MB body must not double.
+    void previewOfAFittingTextSharesIt()
+    {
+        const QString body(1 << 20, u'x');
+        QVERIFY(Format::preview(body, body.size()).constData() == body.constData());
+    }
 };
 
 QTEST_GUILESS_MAIN(TestFormat)

@@ -144,6 +144,13 @@ private Q_SLOTS:
                                              JSONValue::array({ JSONValue::boolean(false) }), JSONValue::object({}) });
         QTest::newRow("duplicate keys keep the last")
             << QByteArray(R"({"a":1,"a":2})") << JSONValue::object({ { QStringLiteral("a"), JSONValue::number(2) } });
+        // Numbers past 64-bit integers become the nearest double, past a double's range null;
+        // a text that looks like one stays text.
+        QTest::newRow("numbers of any size")
+            << QByteArray(R"([123456789012345678901234567890,-18446744073709551617,1e400,-1E+999,1e-400,"1e400"])")
+            << JSONValue::array({ JSONValue::number(123456789012345678901234567890.0),
+                   JSONValue::number(-18446744073709551617.0), JSONValue::null(), JSONValue::null(),
+                   JSONValue::number(0), JSONValue::string(QStringLiteral("1e400")) });
     }
 
     void contentOfAnyShape()
@@ -157,6 +164,20 @@ private Q_SLOTS:
         QVERIFY(state);
         QCOMPARE(state->messages.size(), 1);
         QVERIFY(state->messages[0].content == expected);
+    }
+
+    void numbersOutOfRangeNeverMakeBadJsonGood_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::newRow("leading zero") << QByteArray(R"({"messages":[],"x":0123456789012345678901})");
+        QTest::newRow("dangling exponent") << QByteArray(R"({"messages":[],"x":1e400e})");
+        QTest::newRow("bare minus") << QByteArray(R"({"messages":[],"x":-,"y":1e400})");
+    }
+
+    void numbersOutOfRangeNeverMakeBadJsonGood()
+    {
+        QFETCH(QByteArray, json);
+        QVERIFY(!PanelState::decode(json));
     }
 
     void messageTime_data()

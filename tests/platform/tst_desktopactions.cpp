@@ -57,14 +57,12 @@ private Q_SLOTS:
         QFETCH(int, mode);
         QFETCH(int, kind);
         QFETCH(QString, error);
-        TestEnv env;
-        env.set("QUILLMOTE_POLKIT_BUS", "session");
         QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
         FakePolkitAuthority authority;
         authority.mode = FakePolkitAuthority::Mode(mode);
         QVERIFY(authority.registerOn(authorityBus));
 
-        PolkitAuthGate gate;
+        PolkitAuthGate gate(QDBusConnection::sessionBus());
         const AuthGate::Answer answer = authenticate(gate, "解除好友");
         QCOMPARE(int(answer.kind), kind);
         QCOMPARE(answer.error, error);
@@ -81,9 +79,7 @@ private Q_SLOTS:
 
     void noAuthorityFailsClosed()
     {
-        TestEnv env;
-        env.set("QUILLMOTE_POLKIT_BUS", "session");
-        PolkitAuthGate gate;
+        PolkitAuthGate gate(QDBusConnection::sessionBus());
         const AuthGate::Answer answer = authenticate(gate, "屏蔽用户");
         QCOMPARE(answer.kind, AuthGate::Answer::Kind::failed);
         QVERIFY2(answer.error.startsWith("org.freedesktop.DBus.Error.ServiceUnknown"), qPrintable(answer.error));
@@ -153,42 +149,70 @@ private Q_SLOTS:
 
     void confirmationDialogAnswersWithItsButtons_data()
     {
-        QTest::addColumn<QString>("button"); // empty: the window is closed
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("confirm") << "confirmButton" << true;
-        QTest::newRow("cancel") << "cancelButton" << false;
-        QTest::newRow("closed") << "" << false;
+        QTest::addColumn<QString>("input"); // a button's name, a key, or empty: the window is closed
+        QTest::addColumn<bool>("armed"); // the dialog has been active long enough to take keys
+        QTest::addColumn<int>("answer"); // -1: no answer yet, else 0/1
+        QTest::newRow("confirm") << "confirmButton" << false << 1;
+        QTest::newRow("cancel") << "cancelButton" << false << 0;
+        QTest::newRow("closed") << "" << false << 0;
+        // Keys meant for another window, arriving as the dialog pops up, do nothing.
+        QTest::newRow("stray Enter") << "Return" << false << -1;
+        QTest::newRow("stray Space") << "Space" << false << -1;
+        // Later, Enter and Space press the focused button, which is 取消.
+        QTest::newRow("Enter") << "Return" << true << 0;
+        QTest::newRow("Space") << "Space" << true << 0;
     }
 
     void confirmationDialogAnswersWithItsButtons()
     {
-        QFETCH(QString, button);
-        QFETCH(bool, accepted);
+        QFETCH(QString, input);
+        QFETCH(bool, armed);
+        QFETCH(int, answer);
         QmlConfirmer confirmer;
-        std::optional<bool> answer;
-        confirmer.ask("确认解除与 @bob 的好友关系？", "继续", [&](bool a) { answer = a; });
+        std::optional<bool> answered;
+        // Markup in the caller's text must not hide what is being confirmed.
+        const QString text = QStringLiteral("确认发送：hi<font size=\"1\" color=\"white\">rm -rf ~</font>");
+        confirmer.ask(text, "继续", [&](bool a) { answered = a; });
         QQuickWindow *window = confirmer.currentWindow();
         QVERIFY(window);
-        QVERIFY(QTest::qWaitForWindowExposed(window));
+        window->setProperty("armDelay", armed ? 0 : 24 * 3600 * 1000);
+        QVERIFY(QTest::qWaitForWindowActive(window));
         QCOMPARE(window->modality(), Qt::ApplicationModal);
 
+        auto *label = window->findChild<QQuickItem *>("questionLabel");
         auto *confirm = window->findChild<QQuickItem *>("confirmButton");
         auto *cancel = window->findChild<QQuickItem *>("cancelButton");
-        QVERIFY(confirm && cancel);
+        QVERIFY(label && confirm && cancel);
+        QCOMPARE(label->property("text").toString(), text);
+        QCOMPARE(label->property("textFormat").toInt(), int(Qt::PlainText));
         QCOMPARE(confirm->property("text").toString(), QStringLiteral("继续"));
         QCOMPARE(cancel->property("text").toString(), QStringLiteral("取消"));
+        QVERIFY(cancel->hasActiveFocus());
         if (!qEnvironmentVariableIsEmpty("QM_SHOT_DIR"))
             window->grabWindow().save(qEnvironmentVariable("QM_SHOT_DIR") + "/confirmation.png");
 
-        if (button.isEmpty()) {
+        if (armed)
+            QTRY_VERIFY(window->property("armed").toBool());
+        if (input.isEmpty()) {
             window->close();
+        } else if (input == "Return" || input == "Space") {
+            QTest::keyClick(window, input == "Return" ? Qt::Key_Return : Qt::Key_Space);
         } else {
-            QQuickItem *item = button == "confirmButton" ? confirm : cancel;
+            QQuickItem *item = input == "confirmButton" ? confirm : cancel;
             QTest::mouseClick(
                 window, Qt::LeftButton, {}, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint());
         }
-        QTRY_VERIFY(answer.has_value());
-        QCOMPARE(*answer, accepted);
+        if (answer < 0) {
+            // Key events are delivered at once: had they counted, the answer would be here.
+            QVERIFY(!answered.has_value());
+            QVERIFY(confirmer.currentWindow());
+            window->close();
+            QTRY_VERIFY(answered.has_value());
+            QCOMPARE(*answered, false);
+        } else {
+            QTRY_VERIFY(answered.has_value());
+            QCOMPARE(*answered, answer == 1);
+        }
         QTRY_VERIFY(!confirmer.currentWindow());
     }
 };

@@ -1,10 +1,12 @@
 #include "alerts/NotchController.h"
 #include "core/SettingsStore.h"
 #include "ipc/SocketServer.h"
+#include "model/Format.h"
 #include "platform/ClipboardPasteboard.h"
 #include "platform/NotchOverlayWindow.h"
 #include "platform/NotchPlatform.h"
 #include "support/LogCapture.h"
+#include "support/RequestRecorder.h"
 #include "support/TestEnv.h"
 #include "ui/QmlViews.h"
 
@@ -190,6 +192,33 @@ private Q_SLOTS:
         QTRY_VERIFY(!view()->isVisible());
     }
 
+    // Titles, bodies and code are drawn as they are: markup in them loads nothing and
+    // styles nothing, and a huge body is drawn as a preview while copy takes all of it.
+    void untrustedTextIsDrawnAsPlainPreview()
+    {
+        RequestRecorder web;
+        QVERIFY(web.listen());
+        NotifyFrame frame;
+        frame.type = QStringLiteral("notify");
+        frame.sender = QStringLiteral("mallory");
+        frame.title = QStringLiteral("<img src=\"%1\">标题").arg(web.url("/title"));
+        frame.body = QStringLiteral("<b>hi</b><img src=\"%1\">").arg(web.url("/body")) + QString(2'000'000, u'x');
+        frame.codeText = QStringLiteral("<img src=\"%1\">").arg(web.url("/code"));
+        frame.msgId = QStringLiteral("m5");
+        m_notch->present(frame, 1, Alert {});
+        QTRY_VERIFY_WITH_TIMEOUT(view() && view()->isExposed(), 5000);
+        m_notch->model().action(QStringLiteral("expand"));
+        QTRY_VERIFY(m_notch->model().stateName() == QStringLiteral("expanded") && settled());
+        QVERIFY(web.control(view()->engine(), view()->rootObject()));
+        QCOMPARE(web.paths, QStringList { "/control" });
+        QCOMPARE(web.connections, 1);
+
+        QCOMPARE(m_notch->model().body().size(), Format::PreviewLimit::overlay);
+        clickItem("copyBody");
+        QTRY_COMPARE(m_notch->model().feedbackText(), QStringLiteral("已复制"));
+        QCOMPARE(QGuiApplication::clipboard()->mimeData()->text(), frame.body);
+    }
+
 private:
     bool startSim(const QStringList &args);
     void stopSim();
@@ -292,12 +321,12 @@ bool TestNotchOverlay::settled() const
 // The overlay as it sits on a light desktop, top edge and all.
 void TestNotchOverlay::capture(const QString &name)
 {
-    QTest::qWait(250);
-    const QImage shot = view()->grabWindow();
-    QVERIFY(!shot.isNull());
     const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
     if (dir.isEmpty())
         return;
+    QTest::qWait(250); // the last frame of the animation, for the picture only
+    const QImage shot = view()->grabWindow();
+    QVERIFY(!shot.isNull());
     const int width = std::max(640, shot.width() + 160);
     QImage canvas(width, shot.height() + 70, QImage::Format_ARGB32_Premultiplied);
     QPainter p(&canvas);

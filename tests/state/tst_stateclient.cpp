@@ -196,6 +196,40 @@ private Q_SLOTS:
         QCOMPARE(server.stateRequests, before + 2);
     }
 
+    // Numbers of any size in a message's content decode. A document that cannot be decoded
+    // costs one fetch per poll: it is decoded once, probes nothing and starts nothing.
+    void undecodableAnswerCostsOnlyThePoll()
+    {
+        TestEnv env;
+        LogCapture log;
+        ScriptedServer server;
+        noToolEnvironment(env, server.port());
+        server.body = R"({"messages":[{"id":"m1","peer":"alice","direction":"in","type":"text",)"
+                      R"("createdAt":"2024-01-01T08:00:00Z","content":{"n":123456789012345678901234567890,)"
+                      R"("huge":-1e400,"small":18446744073709551616}}]})";
+        StateClient client;
+        client.setPollIntervalForTesting(50);
+        client.start();
+        QVERIFY2(log.waitFor(QStringLiteral("connected: 1 msgs, 0 contacts"), 10000), qPrintable(log.dump()));
+        const JSONValue &content = client.state().messages[0].content;
+        QCOMPARE(content.find(u"n")->toNumber(), 123456789012345678901234567890.0);
+        QVERIFY(content.find(u"huge")->isNull());
+        QCOMPARE(content.find(u"small")->toNumber(), 18446744073709551616.0);
+
+        server.body = "{\"self\": 7}";
+        QVERIFY(log.waitFor(QStringLiteral("offline: cannot decode the state document"), 10000));
+        const int requests = server.stateRequests, fetches = client.fetchCount(), decodes = client.decodeCount();
+        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 10; }, 10000));
+        // At most the one request in flight when counting began beyond the fetches.
+        QVERIFY2(server.stateRequests - requests <= client.fetchCount() - fetches + 1,
+            qPrintable(QStringLiteral("%1 requests for %2 fetches")
+                           .arg(server.stateRequests - requests)
+                           .arg(client.fetchCount() - fetches)));
+        QCOMPARE(client.decodeCount(), decodes);
+        QCOMPARE(log.count(QStringLiteral("already responding")), 1); // the one at start
+        QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
+    }
+
     void serverThatDiesAndComesBackIsFollowed()
     {
         TestEnv env;

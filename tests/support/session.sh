@@ -9,12 +9,16 @@ mkdir -p "$world/home" "$world/config" "$world/data" "$world/cache" "$world/runt
 chmod 700 "$world/runtime"
 export HOME="$world/home" XDG_CONFIG_HOME="$world/config" XDG_DATA_HOME="$world/data" \
        XDG_CACHE_HOME="$world/cache" XDG_RUNTIME_DIR="$world/runtime"
-# A display number of our own: free, and not :99 which other tools like.
-for n in $(seq 120 220); do
-  if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then display=":$n"; break; fi
-done
-Xvfb "$display" -screen 0 1440x900x24 -noreset -nolisten tcp >"$world/xvfb.log" 2>&1 &
-for _ in $(seq 1 100); do [ -e "/tmp/.X11-unix/X${display#:}" ] && break; sleep 0.05; done
+# The server picks its own free display and tells us which (-displayfd): choosing a number
+# first and starting the server after would race with GUI tests starting in parallel.
+mkfifo "$world/displayfd"
+Xvfb -displayfd 3 -screen 0 1440x900x24 -noreset -nolisten tcp 3>"$world/displayfd" >"$world/xvfb.log" 2>&1 &
+if ! read -r -t 60 n <"$world/displayfd" || [ -z "$n" ]; then
+  echo "session.sh: Xvfb did not start" >&2
+  cat "$world/xvfb.log" >&2
+  exit 1
+fi
+display=":$n"
 export DISPLAY="$display" QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND=software
 unset WAYLAND_DISPLAY
 dbus-run-session -- "$@"

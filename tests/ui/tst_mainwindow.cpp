@@ -1,9 +1,11 @@
 #include "cli/CLIRunner.h"
 #include "core/SettingsStore.h"
+#include "model/Format.h"
 #include "state/AppState.h"
 #include "state/DaemonManager.h"
 #include "state/StateClient.h"
 #include "support/LogCapture.h"
+#include "support/RequestRecorder.h"
 #include "support/SimWeb.h"
 #include "support/TestEnv.h"
 #include "ui/ConversationModel.h"
@@ -16,6 +18,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -23,13 +26,13 @@
 namespace {
 void saveShot(QQuickWindow *window, const QString &name)
 {
-    QTest::qWait(400); // asynchronous images and the first layout
-    const QImage shot = window->grabWindow();
-    QVERIFY(!shot.isNull());
     // Kept only on request (QM_SCREENSHOT_DIR=docs/screenshots refreshes the committed ones).
     const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
     if (dir.isEmpty())
         return;
+    QTest::qWait(400); // asynchronous images and the first layout, for the picture only
+    const QImage shot = window->grabWindow();
+    QVERIFY(!shot.isNull());
     QDir().mkpath(dir);
     QVERIFY(shot.save(dir + QLatin1Char('/') + name));
 }
@@ -113,6 +116,48 @@ private Q_SLOTS:
         QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded")));
         QVERIFY(controller.window()->isVisible());
         QCOMPARE(controller.viewModel()->selectedPeer(), QStringLiteral("alice"));
+    }
+
+    // A bubble draws its text as it is (markup loads and styles nothing) and a long text
+    // as a preview, the rest on demand.
+    void bubblesDrawTextAsPlainPreview()
+    {
+        TestEnv env;
+        RequestRecorder recorder;
+        QVERIFY(recorder.listen());
+        const quint16 port = freePort();
+        SimWeb web;
+        QVERIFY(web.start(port, { QStringLiteral("--messages"), QStringLiteral("60") }));
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+        const QString text
+            = QStringLiteral("<b>hi</b><img src=\"%1\">").arg(recorder.url("/bubble")) + QString(10000, u'x');
+        QVERIFY(web.command({ QStringLiteral("push"), QStringLiteral("--peer"), QStringLiteral("alice"),
+            QStringLiteral("--text"), text }));
+        // Handles come from the document too: the sidebar lists this one at the top.
+        QVERIFY(web.command({ QStringLiteral("push"), QStringLiteral("--peer"),
+            QStringLiteral("<img src=\"%1\">").arg(recorder.url("/peer")), QStringLiteral("--text"),
+            QStringLiteral("hi") }));
+
+        AppState state;
+        StateClient client;
+        state.follow(client);
+        MainWindowController controller(state, client);
+        controller.open(QStringLiteral("alice"));
+        ConversationModel *conversation = controller.viewModel()->conversation();
+        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 10000));
+        QQuickItem *more = nullptr;
+        QTRY_VERIFY((more = findItem(controller.window(), QStringLiteral("showMore"))) && more->isVisible());
+        QVERIFY(recorder.control(qmlEngine(more), more));
+        QCOMPARE(recorder.paths, QStringList { "/control" });
+
+        QQuickItem *shown = findItem(controller.window(), QStringLiteral("partText"));
+        QVERIFY(shown);
+        QCOMPARE(shown->property("text").toString().size(), Format::PreviewLimit::bubble);
+        QVERIFY(more->property("text").toString().startsWith(QStringLiteral("显示全部")));
+        QTest::mouseClick(controller.window(), Qt::LeftButton, {},
+            more->mapToScene(QPointF(more->width() / 2, more->height() / 2)).toPoint());
+        QTRY_COMPARE(shown->property("text").toString(), text);
+        QVERIFY(!more->isVisible());
     }
 
     void offlineViewStartsTheServer()

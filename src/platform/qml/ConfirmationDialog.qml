@@ -6,10 +6,30 @@ import Quillmote.Platform
 
 // Asks the user to confirm one action before it runs. Everything it decides goes back
 // through request.answer(); closing the window counts as "取消".
+//
+// The dialog comes up on its own, while the user may be typing elsewhere: keys count only
+// once it has been active for armDelay ms, and the focused button is "取消", which Enter
+// and Space activate. A keystroke meant for another window can never confirm.
 Window {
     id: root
 
     required property ConfirmationRequest request
+    property int armDelay: 600
+    property bool armed: false
+
+    onActiveChanged: {
+        armed = false
+        if (active)
+            armTimer.restart()
+        else
+            armTimer.stop()
+    }
+
+    Timer {
+        id: armTimer
+        interval: root.armDelay
+        onTriggered: root.armed = root.active
+    }
 
     title: "Quillmote"
     modality: Qt.ApplicationModal
@@ -27,6 +47,25 @@ Window {
         onActivated: root.request.answer(false)
     }
 
+    // Keys reach a button only once the dialog is armed; Enter and Space press the
+    // focused one.
+    component DialogButton: Button {
+        id: button
+        Keys.priority: Keys.BeforeItem
+        Keys.onPressed: event => {
+            if (!root.armed) {
+                event.accepted = true
+            } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                event.accepted = true
+                button.clicked()
+            }
+        }
+        Keys.onReleased: event => {
+            if (!root.armed)
+                event.accepted = true
+        }
+    }
+
     ColumnLayout {
         id: content
 
@@ -38,6 +77,9 @@ Window {
             objectName: "questionLabel"
             Layout.fillWidth: true
             Layout.fillHeight: true
+            // The caller's text, shown as it is: markup in it must not hide or restyle
+            // what the user is asked to confirm.
+            textFormat: Text.PlainText
             text: root.request.text
             wrapMode: Text.Wrap
             font.pixelSize: 15
@@ -47,17 +89,16 @@ Window {
             Layout.alignment: Qt.AlignRight
             spacing: 10
 
-            Button {
+            DialogButton {
                 objectName: "cancelButton"
                 text: "取消"
+                focus: true
                 onClicked: root.request.answer(false)
             }
 
-            Button {
+            DialogButton {
                 objectName: "confirmButton"
                 text: root.request.confirmLabel
-                highlighted: true
-                focus: true
                 onClicked: root.request.answer(true)
             }
         }

@@ -28,6 +28,7 @@ Item {
         radius: width / 2
         color: avatar.tint
         Text {
+            textFormat: Text.PlainText
             anchors.centerIn: parent
             text: avatar.initials
             color: "white"

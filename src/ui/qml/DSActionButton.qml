@@ -30,6 +30,7 @@ Item {
     }
     Text {
         id: text
+        textFormat: Text.PlainText
         anchors.centerIn: parent
         text: button.label
         color: "white"

@@ -25,6 +25,7 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 1
             Text {
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 text: bar.vm.detail === "conversation" ? "@" + bar.vm.selectedPeer
                     : bar.vm.detail === "profile" ? "个人中心" : "Quillmote"
@@ -34,6 +35,7 @@ Rectangle {
                 elide: Text.ElideRight
             }
             Text {
+                textFormat: Text.PlainText
                 visible: text.length > 0
                 text: bar.vm.detail === "conversation" ? bar.vm.selectedFingerprint : ""
                 font.pixelSize: 10
@@ -42,6 +44,7 @@ Rectangle {
             }
         }
         Text {
+            textFormat: Text.PlainText
             visible: bar.vm.detail === "conversation"
             text: "在 CLI 回复 · App 仅查看"
             font.pixelSize: 12

@@ -13,6 +13,7 @@ Item {
             Rectangle { x: 20; y: 20; width: 42; height: 30; radius: 12; color: "#f5f5f7"; border.color: "#a1a1a6"; border.width: 3 }
         }
         Text {
+            textFormat: Text.PlainText
             anchors.horizontalCenter: parent.horizontalCenter
             text: "选择一个会话"
             font.pixelSize: 20
@@ -20,6 +21,7 @@ Item {
             color: "#3a3a3c"
         }
         Text {
+            textFormat: Text.PlainText
             anchors.horizontalCenter: parent.horizontalCenter
             text: "从左侧选择一个 Agent 开始对话，或打开个人中心。"
             font.pixelSize: 13

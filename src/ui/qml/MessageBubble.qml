@@ -6,6 +6,7 @@ import QtQuick
 // time and delivery mark.
 Item {
     id: bubble
+    required property string messageId
     required property string separator
     required property bool outgoing
     required property string messageType
@@ -42,6 +43,7 @@ Item {
                 color: "#e4e4e8"
                 Text {
                     id: separatorText
+                    textFormat: Text.PlainText
                     anchors.centerIn: parent
                     text: bubble.separator
                     font.pixelSize: 11
@@ -73,6 +75,7 @@ Item {
 
                     Text {
                         id: typeLabel
+                        textFormat: Text.PlainText
                         visible: bubble.messageType.length > 0 && bubble.messageType !== "text"
                         text: bubble.messageType
                         font.pixelSize: 10
@@ -99,7 +102,11 @@ Item {
                             model: bubble.parts
                             delegate: PartView {
                                 required property var modelData
+                                required property int index
                                 part: modelData
+                                partIndex: index
+                                messageId: bubble.messageId
+                                conversation: bubble.ListView.view ? bubble.ListView.view.model : null
                                 width: content.width
                             }
                         }
@@ -110,14 +117,16 @@ Item {
                         anchors.right: parent.right
                         spacing: 6
                         Text {
+                            textFormat: Text.PlainText
                             visible: bubble.status === "failed"
                             text: "发送失败"
                             font.pixelSize: 11
                             font.bold: true
                             color: "#e5484d"
                         }
-                        Text { text: bubble.time; font.pixelSize: 10; color: "#86868b" }
+                        Text { textFormat: Text.PlainText; text: bubble.time; font.pixelSize: 10; color: "#86868b" }
                         Text {
+                            textFormat: Text.PlainText
                             visible: bubble.outgoing && text.length > 0
                             text: bubble.statusMark(bubble.status)
                             font.pixelSize: 10

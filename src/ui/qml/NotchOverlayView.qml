@@ -92,6 +92,7 @@ Item {
                 attention: root.compact
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.left: stripAvatar.right
                 anchors.leftMargin: 10
                 anchors.right: stripDot.left
@@ -113,6 +114,7 @@ Item {
             }
             Text {
                 id: stripCount
+                textFormat: Text.PlainText
                 anchors.right: parent.right
                 anchors.rightMargin: 14
                 anchors.verticalCenter: parent.verticalCenter
@@ -155,6 +157,7 @@ Item {
                     anchors.rightMargin: 8
                     anchors.verticalCenter: parent.verticalCenter
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         text: root.notch.title
                         color: "white"
@@ -163,6 +166,7 @@ Item {
                         elide: Text.ElideRight
                     }
                     Text {
+                        textFormat: Text.PlainText
                         width: parent.width
                         visible: root.notch.title !== "@" + root.notch.sender || root.notch.queued > 0
                         text: "@" + root.notch.sender + (root.notch.queued > 0 ? "  ·  还有 " + root.notch.queued + " 条" : "")
@@ -173,6 +177,7 @@ Item {
                 }
                 Text {
                     id: feedbackLabel
+                    textFormat: Text.PlainText
                     anchors.right: closeDot.left
                     anchors.rightMargin: 10
                     anchors.verticalCenter: parent.verticalCenter
@@ -201,6 +206,7 @@ Item {
                     Accessible.name: "关闭"
                     Accessible.onPressAction: root.notch.action("dismiss")
                     Text {
+                        textFormat: Text.PlainText
                         anchors.centerIn: parent
                         visible: root.closeHovering
                         text: "×"
@@ -219,6 +225,7 @@ Item {
             }
 
             Text {
+                textFormat: Text.PlainText
                 width: parent.width
                 text: root.notch.body
                 color: "#e5e5ea"
@@ -237,6 +244,7 @@ Item {
                 border.color: "#3a3a3c"
                 Text {
                     id: code
+                    textFormat: Text.PlainText
                     x: 10
                     y: 8
                     width: parent.width - 20

@@ -1,17 +1,37 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import Quillmote.Ui
 
 // One content part of a bubble, by its kind.
 Item {
     id: partView
     required property var part
+    // Where more of a long text comes from: the conversation model, the message and the
+    // part's place in it.
+    property ConversationModel conversation: null
+    property string messageId: ""
+    property int partIndex: 0
     // Width the part would like without wrapping; the bubble sizes itself from it.
     readonly property real naturalWidth: loader.partItem ? loader.partItem.naturalWidth : 0
     // Code and structured payloads take the widest bubble.
     readonly property real wide: 100000
-    implicitHeight: loader.partItem ? loader.partItem.implicitHeight : 0
+    // A long text comes as a preview and its whole length; each "显示更多" fetches a
+    // bounded step more, so a huge message never has to be laid out at once.
+    readonly property int fullLength: part.length || 0
+    property string more: ""
+    readonly property bool cut: fullLength > 0 && more.length < fullLength
+    readonly property int step: 100000
+    implicitHeight: (loader.partItem ? loader.partItem.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
     height: implicitHeight
+
+    function shown(preview) {
+        return more.length > 0 ? more : preview
+    }
+    function showMore() {
+        const now = more.length > 0 ? more.length : 4000
+        more = conversation.partText(messageId, partIndex, now + step)
+    }
 
     function pick(kind) {
         switch (kind) {
@@ -34,14 +54,32 @@ Item {
         sourceComponent: partView.pick(partView.part.kind)
     }
 
+    Text {
+        id: moreLink
+        objectName: "showMore"
+        textFormat: Text.PlainText
+        y: loader.height + 6
+        visible: partView.cut && partView.conversation !== null
+        readonly property int remaining: partView.fullLength - (partView.more.length > 0 ? partView.more.length - 1 : 3999)
+        text: (remaining <= partView.step ? "显示全部" : "显示更多") + "（还有 " + remaining + " 字）"
+        font.pixelSize: 12
+        color: "#3d7bd9"
+        MouseArea {
+            anchors.fill: parent
+            cursorShape: Qt.PointingHandCursor
+            onClicked: partView.showMore()
+        }
+    }
+
     Component {
         id: textPart
         Text {
+            objectName: "partText"
             // Measured apart from the wrapped text, whose size follows the bubble's width.
             readonly property real naturalWidth: measure.implicitWidth
             Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
             width: loader.width
-            text: partView.part.text || ""
+            text: partView.shown(partView.part.text || "")
             textFormat: Text.PlainText
             wrapMode: Text.Wrap
             font.pixelSize: 14
@@ -65,6 +103,7 @@ Item {
                 spacing: 4
                 Text {
                     id: header
+                    textFormat: Text.PlainText
                     text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
                     font.pixelSize: 10
                     font.family: "monospace"
@@ -73,7 +112,7 @@ Item {
                 Text {
                     id: codeText
                     width: parent.width
-                    text: partView.part.code || ""
+                    text: partView.shown(partView.part.code || "")
                     textFormat: Text.PlainText
                     wrapMode: Text.WrapAnywhere
                     font.family: "monospace"
@@ -100,8 +139,9 @@ Item {
             Column {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 2
-                Text { text: partView.part.name || "file"; font.pixelSize: 13; font.bold: true; color: "#1d1d1f" }
+                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pixelSize: 13; font.bold: true; color: "#1d1d1f" }
                 Text {
+                    textFormat: Text.PlainText
                     text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
                     font.pixelSize: 11
                     color: "#6e6e73"
@@ -137,6 +177,7 @@ Item {
             }
             Text {
                 id: altText
+                textFormat: Text.PlainText
                 visible: text.length > 0
                 width: loader.width
                 text: [partView.part.alt || "", partView.part.size || ""].filter(s => s.length > 0).join(" · ")
@@ -157,10 +198,10 @@ Item {
                 : kind === "tool_call" ? "⚙ 工具调用 · " + (partView.part.name || "tool call")
                 : kind === "tool_result" ? (partView.part.ok ? "工具结果 · 成功" : "工具结果 · 失败")
                 : "未知内容 · " + (partView.part.kind || "")
-            readonly property string body: kind === "data" ? (partView.part.json || "")
+            readonly property string body: partView.shown(kind === "data" ? (partView.part.json || "")
                 : kind === "tool_call" ? (partView.part.args || "")
                 : kind === "tool_result" ? (partView.part.result || "")
-                : (partView.part.raw || "")
+                : (partView.part.raw || ""))
             readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : "#e5484d") : "#5b6b7f"
             readonly property real naturalWidth: partView.wide
             width: loader.width
@@ -176,6 +217,7 @@ Item {
                 spacing: 4
                 Text {
                     id: titleText
+                    textFormat: Text.PlainText
                     text: json.title + (partView.part.callId ? "  #" + partView.part.callId : "")
                     font.pixelSize: 11
                     font.bold: true
@@ -194,6 +236,7 @@ Item {
                 }
                 Text {
                     id: errorText
+                    textFormat: Text.PlainText
                     visible: text.length > 0
                     width: parent.width
                     text: partView.part.error || ""

@@ -44,7 +44,7 @@ Rectangle {
                 delegate: Group {
                     id: group
                     required property var modelData
-                    Text { text: group.modelData.title; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
+                    Text { textFormat: Text.PlainText; text: group.modelData.title; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
                     Repeater {
                         model: group.modelData.switches
                         delegate: Switch {
@@ -69,6 +69,7 @@ Rectangle {
                     onToggled: root.prefs.setBreakthrough(checked)
                 }
                 Text {
+                    textFormat: Text.PlainText
                     Layout.fillWidth: true
                     wrapMode: Text.Wrap
                     text: "开启“按好友配专注打断”后生效：勿扰模式打开时，Quillmote 的消息仍以紧急通知送达。"
@@ -79,8 +80,8 @@ Rectangle {
 
             Group {
                 Text { text: "关于"; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
-                Text { text: root.prefs.appName; font.pixelSize: 16; font.bold: true; color: "#1d1d1f" }
-                Text { text: "版本 " + root.prefs.version; font.pixelSize: 12; color: "#6e6e73" }
+                Text { textFormat: Text.PlainText; text: root.prefs.appName; font.pixelSize: 16; font.bold: true; color: "#1d1d1f" }
+                Text { textFormat: Text.PlainText; text: "版本 " + root.prefs.version; font.pixelSize: 12; color: "#6e6e73" }
                 Text { text: "查看最近一小时的日志："; font.pixelSize: 12; color: "#6e6e73"; topPadding: 6 }
                 Rectangle {
                     Layout.fillWidth: true
@@ -90,6 +91,7 @@ Rectangle {
                     TextEdit {
                         id: logCommand
                         objectName: "logCommand"
+                        textFormat: TextEdit.PlainText
                         x: 8
                         y: 7
                         width: parent.width - 16

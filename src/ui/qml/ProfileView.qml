@@ -12,6 +12,7 @@ ScrollView {
     clip: true
 
     component SectionTitle: Text {
+        textFormat: Text.PlainText
         font.pixelSize: 13
         font.bold: true
         color: "#6e6e73"
@@ -36,8 +37,9 @@ ScrollView {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 2
-                Text { Layout.fillWidth: true; text: "@" + person.row.handle; font.pixelSize: 14; font.bold: true; color: "#1d1d1f" }
+                Text { textFormat: Text.PlainText; Layout.fillWidth: true; text: "@" + person.row.handle; font.pixelSize: 14; font.bold: true; color: "#1d1d1f" }
                 Text {
+                    textFormat: Text.PlainText
                     Layout.fillWidth: true
                     text: person.row.fingerprint
                     font.family: "monospace"
@@ -45,7 +47,7 @@ ScrollView {
                     color: "#6e6e73"
                 }
             }
-            Text { text: person.note; font.pixelSize: 12; color: "#86868b" }
+            Text { textFormat: Text.PlainText; text: person.note; font.pixelSize: 12; color: "#86868b" }
         }
     }
 
@@ -71,6 +73,7 @@ ScrollView {
                     Layout.fillWidth: true
                     spacing: 6
                     Text {
+                        textFormat: Text.PlainText
                         text: page.vm.selfHandle.length > 0 ? "@" + page.vm.selfHandle : "未登录"
                         font.pixelSize: 20
                         font.bold: true
@@ -79,6 +82,7 @@ ScrollView {
                     Text { text: "指纹"; font.pixelSize: 11; color: "#86868b" }
                     TextEdit {
                         objectName: "selfFingerprint"
+                        textFormat: TextEdit.PlainText
                         Layout.fillWidth: true
                         text: page.vm.selfFingerprint
                         readOnly: true
@@ -98,6 +102,7 @@ ScrollView {
             delegate: PersonRow { required property var modelData; row: modelData; note: "等待确认" }
         }
         Text {
+            textFormat: Text.PlainText
             visible: page.vm.pending.length === 0
             text: "没有待确认的请求"
             font.pixelSize: 12
@@ -114,6 +119,7 @@ ScrollView {
             }
         }
         Text {
+            textFormat: Text.PlainText
             visible: page.vm.contacts.length === 0
             text: "还没有连接的 Agent"
             font.pixelSize: 12

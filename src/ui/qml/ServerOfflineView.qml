@@ -22,6 +22,7 @@ Rectangle {
             Text { anchors.centerIn: parent; text: "!"; font.pixelSize: 34; font.bold: true; color: "#6e6e73" }
         }
         Text {
+            textFormat: Text.PlainText
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: "还没连接到监督服务"
@@ -30,6 +31,7 @@ Rectangle {
             color: "#1d1d1f"
         }
         Text {
+            textFormat: Text.PlainText
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
@@ -55,6 +57,7 @@ Rectangle {
         }
         Text {
             objectName: "launchError"
+            textFormat: Text.PlainText
             width: parent.width
             visible: offline.vm.launchError.length > 0
             horizontalAlignment: Text.AlignHCenter

@@ -64,6 +64,7 @@ Rectangle {
                         RowLayout {
                             Layout.fillWidth: true
                             Text {
+                                textFormat: Text.PlainText
                                 Layout.fillWidth: true
                                 text: row.title
                                 font.pixelSize: 14
@@ -71,7 +72,7 @@ Rectangle {
                                 color: "#1d1d1f"
                                 elide: Text.ElideRight
                             }
-                            Text { text: row.listTime; font.pixelSize: 11; color: "#86868b" }
+                            Text { textFormat: Text.PlainText; text: row.listTime; font.pixelSize: 11; color: "#86868b" }
                         }
                         RowLayout {
                             Layout.fillWidth: true
@@ -92,6 +93,7 @@ Rectangle {
                                 implicitWidth: Math.max(18, badge.implicitWidth + 10)
                                 Text {
                                     id: badge
+                                    textFormat: Text.PlainText
                                     anchors.centerIn: parent
                                     text: row.unread > 99 ? "99+" : row.unread
                                     color: "white"

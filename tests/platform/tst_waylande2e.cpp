@@ -1,0 +1,314 @@
+// The overlay in a real Wayland session: sway, headless, two outputs side by side, with
+// XWayland, and the app started the way a desktop starts it (`swaymsg exec`: WAYLAND_DISPLAY
+// and DISPLAY set, no platform chosen). A message must show as a small card at the top
+// centre that the compositor does not manage: nothing of ours in sway's window tree, and
+// nothing else of ours on screen; and it must show on the output of the focused window.
+// sway refuses to run as root: as root the test runs sway and the app as an unprivileged
+// account, created when missing. Set QM_SCREENSHOT_DIR to keep the screenshot.
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <cstring>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+const char kUser[] = "qmdesk";
+
+// Every pid of a node in sway's tree (tiled, floating and scratchpad windows alike).
+void collectPids(const QJsonObject &node, QList<qint64> &pids)
+{
+    if (node.contains("pid"))
+        pids << node.value("pid").toInteger();
+    for (const char *key : { "nodes", "floating_nodes" })
+        for (const QJsonValue &child : node.value(key).toArray())
+            collectPids(child.toObject(), pids);
+}
+
+// The bounding box of the card's near-black pixels; the desktop behind is blue.
+QRect darkArea(const QImage &image)
+{
+    QRect box;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (qRed(line[x]) < 40 && qGreen(line[x]) < 40 && qBlue(line[x]) < 40)
+                box |= QRect(x, y, 1, 1);
+        }
+    }
+    return box;
+}
+
+} // namespace
+
+class TestWaylandEndToEnd : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        for (const char *tool : { "sway", "swaymsg", "grim", "Xwayland", "runuser" }) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(qPrintable(QStringLiteral("%1 is not installed").arg(QString::fromLatin1(tool))));
+        }
+        QVERIFY(m_world.isValid());
+        QVERIFY(QDir(m_world.path()).mkpath("run"));
+        QVERIFY(QDir(m_world.path()).mkpath("home"));
+        QFile config(m_world.filePath("sway.conf"));
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write("xwayland enable\n"
+                     "output HEADLESS-1 mode 1440x900 position 0 0 bg #2f5f8f solid_color\n"
+                     "output HEADLESS-2 mode 1440x900 position 1440 0 bg #2f5f8f solid_color\n"
+                     "default_border none\n"
+                     // A window to focus, kept small and low so it covers nothing at the top.
+                     "for_window [class=\"Xmessage\"] floating enable, resize set 300 100, "
+                     "move position center\n");
+        config.close();
+        QFile::setPermissions(m_world.path(),
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
+        if (::getuid() == 0) {
+            if (!::getpwnam(kUser))
+                QCOMPARE(QProcess::execute(
+                             "useradd", { "--system", "--no-create-home", "--shell", "/usr/sbin/nologin", kUser }),
+                    0);
+            QCOMPARE(QProcess::execute("chown", { "-R", kUser, m_world.path() }), 0);
+            m_as = { "runuser", "-u", kUser, "--" };
+        }
+        QFile::setPermissions(m_world.filePath("run"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+        // A clean environment: nothing of the test's own session leaks into the desktop's.
+        m_session = { "PATH=/usr/local/bin:/usr/bin:/bin", "HOME=" + m_world.filePath("home"),
+            "XDG_RUNTIME_DIR=" + m_world.filePath("run"), "XDG_CONFIG_HOME=" + m_world.filePath("home/.config"),
+            "XDG_DATA_HOME=" + m_world.filePath("home/.local/share"),
+            "XDG_CACHE_HOME=" + m_world.filePath("home/.cache"), "WLR_BACKENDS=headless", "WLR_HEADLESS_OUTPUTS=2",
+            "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman",
+            // No bus: nothing is autolaunched that would outlive the test.
+            "DBUS_SESSION_BUS_ADDRESS=disabled:" };
+        const QString asan = qEnvironmentVariable("ASAN_OPTIONS");
+        if (!asan.isEmpty())
+            m_session << "ASAN_OPTIONS=" + asan;
+        m_sway.setProgram(m_as.isEmpty() ? QStringLiteral("env") : m_as.first());
+        m_sway.setArguments(m_as.mid(1) + QStringList { "env", "-i" } + m_session
+            + QStringList { "sway", "-c", m_world.filePath("sway.conf") });
+        m_sway.setStandardOutputFile(m_world.filePath("sway.log"));
+        m_sway.setStandardErrorFile(m_world.filePath("sway.log"));
+        m_sway.start();
+        QVERIFY(m_sway.waitForStarted());
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         const QStringList found
+                             = QDir(m_world.filePath("run")).entryList({ "sway-ipc.*.sock" }, QDir::System);
+                         if (!found.isEmpty())
+                             m_swaySock = m_world.filePath("run/" + found.first());
+                         return !found.isEmpty()
+                             && QDir(m_world.filePath("run")).entryList({ "wayland-*.lock" }).size() == 1;
+                     },
+                     15000),
+            qPrintable(log("sway.log")));
+        m_wayland = QDir(m_world.filePath("run")).entryList({ "wayland-*.lock" }).first().chopped(5);
+    }
+
+    void cleanupTestCase()
+    {
+        stopApp();
+        if (m_sway.state() != QProcess::NotRunning) {
+            swaymsg({ "exit" });
+            if (!m_sway.waitForFinished(5000)) {
+                // runuser passes the signal on to sway.
+                m_sway.terminate();
+                m_sway.waitForFinished(5000);
+            }
+        }
+    }
+
+    void overlayIsASmallUnmanagedCardAtTheTopCentre()
+    {
+        startApp();
+        QVERIFY2(log("app.log").contains("running on XWayland"), qPrintable(log("app.log")));
+        QImage shot;
+        const QRect card = showMessage(&shot);
+        keep(shot, "wayland-sway-overlay.png");
+        QVERIFY2(qAbs(card.center().x() % 1440 - 720) <= 2, qPrintable(describe(card)));
+        QVERIFY2(card.top() <= 8 && card.width() < 500 && card.height() < 120, qPrintable(describe(card)));
+
+        // Nothing of ours is a window the compositor manages (tiled, floating or hidden).
+        const QJsonObject tree = QJsonDocument::fromJson(swaymsg({ "-t", "get_tree" })).object();
+        QVERIFY(!tree.isEmpty());
+        QList<qint64> pids;
+        collectPids(tree, pids);
+        QVERIFY2(!pids.contains(m_appPid), qPrintable(QString::fromUtf8(QJsonDocument(tree).toJson())));
+    }
+
+    void overlayFollowsTheFocusedWindowsOutput_data()
+    {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<int>("centreX");
+        QTest::newRow("right") << "HEADLESS-2" << 1440 + 720;
+        QTest::newRow("left") << "HEADLESS-1" << 720;
+    }
+    void overlayFollowsTheFocusedWindowsOutput()
+    {
+        QFETCH(QString, output);
+        QFETCH(int, centreX);
+        stopApp();
+        // An X11 window with the focus on that output: sway names it in _NET_ACTIVE_WINDOW.
+        const QString title = "qm-focus-" + output;
+        swaymsg({ "focus", "output", output });
+        swaymsg({ "exec", "xmessage -title " + title + " focus" });
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         const QByteArray tree = swaymsg({ "-t", "get_tree" });
+                         return focusedOutput(QJsonDocument::fromJson(tree).object(), title, {}) == output;
+                     },
+                     10000),
+            swaymsg({ "-t", "get_tree" }).constData());
+        startApp();
+        QImage shot;
+        const QRect card = showMessage(&shot);
+        keep(shot, "wayland-sway-focused-output-" + output + ".png");
+        QVERIFY2(qAbs(card.center().x() - centreX) <= 2, qPrintable(describe(card)));
+    }
+
+private:
+    void startApp()
+    {
+        const QString qh = m_world.filePath("home/qh");
+        QFile::remove(m_world.filePath("app.log"));
+        QFile::remove(m_world.filePath("app.pid"));
+        // sway runs `exec` through sh -c, but splits its own commands at ';' first.
+        const QString script = m_world.filePath("start-app.sh");
+        QFile file(script);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(
+            QStringLiteral("#!/bin/sh\necho $$ > %1\nQUILLMOTE_HOME=%2 QUILLMOTE_BIN=/nonexistent exec %3 2>%4\n")
+                .arg(m_world.filePath("app.pid"), qh, QStringLiteral(QM_APP), m_world.filePath("app.log"))
+                .toUtf8());
+        file.close();
+        QVERIFY(file.setPermissions(
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+        swaymsg({ "exec", script });
+        QVERIFY2(QTest::qWaitFor([&] { return log("app.log").contains("socket: listening at"); }, 20000),
+            qPrintable(log("app.log") + log("sway.log")));
+        m_appPid = log("app.pid").trimmed().toLongLong();
+        QVERIFY(m_appPid > 0);
+    }
+
+    void stopApp()
+    {
+        if (m_appPid <= 0)
+            return;
+        ::kill(pid_t(m_appPid), SIGTERM);
+        QVERIFY(QTest::qWaitFor([&] { return ::kill(pid_t(m_appPid), 0) != 0; }, 10000));
+        m_appPid = 0;
+    }
+
+    // Sends one message and returns where its card is, once drawn and grown to its compact
+    // size (the appearance animation has ended when two screenshots agree).
+    QRect showMessage(QImage *shot)
+    {
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un addr {};
+        addr.sun_family = AF_UNIX;
+        const QByteArray path = m_world.filePath("home/qh/notifier.sock").toUtf8();
+        std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
+        const char frame[] = "{\"type\":\"notify\",\"sender\":\"ada\",\"title\":\"Build\",\"body\":\"all green\"}\n";
+        const bool sent = ::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0
+            && ::write(fd, frame, sizeof frame - 1) == ssize_t(sizeof frame - 1);
+        ::close(fd);
+        if (!sent || !QTest::qWaitFor([&] { return log("app.log").contains("notch: show"); }, 10000)) {
+            qWarning("%s", qPrintable(log("app.log")));
+            return {};
+        }
+        QRect card, previous;
+        (void)QTest::qWaitFor( // the caller checks the card it gets
+            [&] {
+                *shot = screenshot();
+                previous = card;
+                card = darkArea(shot->copy(0, 0, shot->width(), 200));
+                return card.width() > 100 && card == previous;
+            },
+            15000);
+        return card;
+    }
+
+    static QString describe(const QRect &r)
+    {
+        return QStringLiteral("card %1x%2+%3+%4").arg(r.width()).arg(r.height()).arg(r.x()).arg(r.y());
+    }
+
+    // The output of the focused window titled `title`, or empty.
+    static QString focusedOutput(const QJsonObject &node, const QString &title, const QString &output)
+    {
+        const QString here = node.value("type").toString() == "output" ? node.value("name").toString() : output;
+        if (node.value("name").toString() == title && node.value("focused").toBool())
+            return here;
+        for (const char *key : { "nodes", "floating_nodes" }) {
+            for (const QJsonValue &child : node.value(key).toArray()) {
+                const QString found = focusedOutput(child.toObject(), title, here);
+                if (!found.isEmpty())
+                    return found;
+            }
+        }
+        return {};
+    }
+
+    static void keep(const QImage &image, const QString &name)
+    {
+        const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
+        if (dir.isEmpty())
+            return;
+        QDir().mkpath(dir);
+        QVERIFY(image.save(dir + '/' + name));
+    }
+
+    QByteArray swaymsg(const QStringList &args)
+    {
+        QProcess p;
+        p.start(m_as.isEmpty() ? QStringLiteral("env") : m_as.first(),
+            m_as.mid(1) + QStringList { "env", "SWAYSOCK=" + m_swaySock, "swaymsg" } + args);
+        p.waitForFinished(10000);
+        return p.readAllStandardOutput();
+    }
+
+    QImage screenshot()
+    {
+        const QString file = m_world.filePath("shot.png");
+        QFile::remove(file);
+        QProcess p;
+        p.start(m_as.isEmpty() ? QStringLiteral("env") : m_as.first(),
+            m_as.mid(1)
+                + QStringList { "env", "XDG_RUNTIME_DIR=" + m_world.filePath("run"), "WAYLAND_DISPLAY=" + m_wayland,
+                    "grim", file });
+        p.waitForFinished(10000);
+        return QImage(file).convertToFormat(QImage::Format_RGB32);
+    }
+
+    QString log(const QString &name) const
+    {
+        QFile f(m_world.filePath(name));
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+    }
+
+    QTemporaryDir m_world { QStringLiteral("/tmp/qmwl-XXXXXX") };
+    QStringList m_as; // runs a command as the unprivileged account, when we are root
+    QStringList m_session;
+    QProcess m_sway;
+    QString m_swaySock;
+    QString m_wayland;
+    qint64 m_appPid = 0;
+};
+
+QTEST_GUILESS_MAIN(TestWaylandEndToEnd)
+#include "tst_waylande2e.moc"
