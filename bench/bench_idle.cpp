@@ -96,37 +96,19 @@ Window observe(qint64 pid, int seconds)
     return { 100.0 * (b.cpuSeconds - a.cpuSeconds) / wall, double(b.switches - a.switches) / wall, b };
 }
 
-int fail(const char *why)
-{
-    std::fprintf(stderr, "bench_idle: %s\n", why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariable("QM_BENCH_IN_BUS") != QLatin1String("1")) {
-        qputenv("QM_BENCH_IN_BUS", "1");
-        execlp("dbus-run-session", "dbus-run-session", "--", argv[0], static_cast<char *>(nullptr));
+    if (!inPrivateBus(argv))
         return fail("needs dbus-run-session");
-    }
     QCoreApplication core(argc, argv);
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         return fail("needs a display (tools/bench gives it a private Xvfb)");
 
     QTemporaryDir dir(QStringLiteral("/tmp/qmi-XXXXXX"));
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    // The app's own choices, as on a desktop.
-    for (const char *name : { "QT_QPA_PLATFORM", "QT_QUICK_BACKEND", "QSG_RHI_BACKEND", "JOURNAL_STREAM" })
-        env.remove(QString::fromLatin1(name));
-    env.insert(QStringLiteral("QUILLMOTE_HOME"), dir.path() + QStringLiteral("/qh"));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.path() + QStringLiteral("/config"));
-    env.insert(QStringLiteral("XDG_DATA_HOME"), dir.path() + QStringLiteral("/data"));
-    env.insert(QStringLiteral("XDG_CACHE_HOME"), dir.path() + QStringLiteral("/cache"));
-    env.insert(QStringLiteral("QUILLMOTE_BIN"), QStringLiteral("/nonexistent"));
     QProcess app;
-    app.setProcessEnvironment(env);
+    app.setProcessEnvironment(appEnvironment(dir.path()));
     app.start(appPath(), {});
     QByteArray log;
     if (!waitForLine(app, log, "launched", 15000))
