@@ -5,6 +5,7 @@
 //     share of one core and wakeups per second over 15 s, and the resident set after it.
 // Read from /proc: utime+stime of /proc/PID/stat, voluntary+nonvoluntary context switches
 // summed over /proc/PID/task/*/status, VmRSS.
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
@@ -21,11 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString appPath()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier");
-}
 
 struct Sample {
     double cpuSeconds = 0;
@@ -63,20 +59,6 @@ Sample sample(qint64 pid)
     }
     s.rssKiB = field(readAll(QStringLiteral("/proc/%1/status").arg(pid)), "VmRSS:");
     return s;
-}
-
-bool waitForLine(QProcess &app, QByteArray &seen, const char *text, int timeoutMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < timeoutMs) {
-        if (seen.contains(text))
-            return true;
-        if (!app.waitForReadyRead(50) && app.state() == QProcess::NotRunning)
-            return false;
-        seen += app.readAllStandardError();
-    }
-    return seen.contains(text);
 }
 
 // Measures `seconds` of the app's life: returns CPU share, wakeups per second, and the last sample.
