@@ -3,6 +3,7 @@
 // with the platform it picks for itself) and, as the desktop's notification server on the
 // same private session bus, stamps each Notify call the moment it arrives. In the same run
 // `notify-send` posts messages to the same server, timed from its start to the same stamp.
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
