@@ -1,5 +1,5 @@
 // The socket link: frame decode rate, intake of a line that never ends, ingestion from 8 terminals through SocketServer
-// to onNotify on the main thread beside a plain reader of the same bytes, broadcast time.
+// to notifyReceived on the main thread beside a plain reader of the same bytes, broadcast time.
 #include "BenchReport.h"
 #include "ipc/Frames.h"
 #include "ipc/SocketServer.h"
@@ -126,7 +126,7 @@ double serverRate(const QByteArray &path, long long &counted)
 {
     SocketServer server(QString::fromUtf8(path));
     long long frames = 0;
-    server.onNotify = [&](const NotifyFrame &) { ++frames; };
+    QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { ++frames; });
     startListening(server);
 
     QElapsedTimer timer;
@@ -144,13 +144,13 @@ double serverRate(const QByteArray &path, long long &counted)
 }
 
 // A terminal writes one line that does not end for `bytes`, then ends it and sends a frame:
-// MB/s from the first byte until that frame reaches onNotify. The line is unparseable, so
+// MB/s from the first byte until that frame reaches notifyReceived. The line is unparseable, so
 // the figure is the intake itself.
 double endlessLineIntake(const QByteArray &path, qint64 bytes)
 {
     SocketServer server(QString::fromUtf8(path));
     bool heard = false;
-    server.onNotify = [&](const NotifyFrame &) { heard = true; };
+    QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { heard = true; });
     startListening(server);
     QElapsedTimer timer;
     timer.start();
@@ -213,7 +213,8 @@ int main(int argc, char *argv[])
     {
         SocketServer server(QString::fromUtf8(path));
         bool listening = false;
-        server.onLog = [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); };
+        QObject::connect(&server, &SocketServer::logged,
+            [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
         server.start();
         while (!listening)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);

@@ -170,26 +170,20 @@ QList<MenuEntry> MenuBarController::buildMenu()
 
 void MenuBarController::openApp()
 {
-    if (onOpenApp)
-        onOpenApp();
+    Q_EMIT openAppRequested();
 }
 
 void MenuBarController::openPreferences()
 {
-    if (onOpenPreferences)
-        onOpenPreferences();
+    Q_EMIT openPreferencesRequested();
 }
 
 void MenuBarController::openRecent(const QString &sender)
 {
-    if (onOpenSender)
-        onOpenSender(sender);
+    Q_EMIT openSenderRequested(sender);
 }
 
 void MenuBarController::quit()
 {
-    if (onQuit)
-        onQuit();
-    else
-        QCoreApplication::quit();
+    QCoreApplication::quit();
 }

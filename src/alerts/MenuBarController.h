@@ -56,10 +56,10 @@ public:
     // Tests replace the clock.
     void setClock(std::function<QDateTime()> now) { m_now = std::move(now); }
 
-    std::function<void()> onOpenPreferences;
-    std::function<void()> onOpenApp;
-    std::function<void(const QString &)> onOpenSender;
-    std::function<void()> onQuit;
+Q_SIGNALS:
+    void openPreferencesRequested();
+    void openAppRequested();
+    void openSenderRequested(const QString &sender);
 
 private:
     void updateIcon();

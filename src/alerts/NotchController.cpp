@@ -3,6 +3,7 @@
 #include "core/Log.h"
 
 #include <QDateTime>
+#include <QPointer>
 
 namespace {
 constexpr double kFollowUpAfterClose = 0.32;
@@ -17,19 +18,15 @@ NotchController::NotchController(NotchPorts ports, QObject *parent)
 {
     m_debugForceExpanded = qgetenv("QUILLMOTE_NOTCH_DEBUG") == "1";
     m_model.setReduceMotion(reduceMotion());
-    // The model lives inside the controller, so plain captures cannot outlive it.
-    m_model.onAction = [this](const NotchAction &a) { handle(a); };
-    m_model.onHoverChange = [this](bool inside) { hoverChanged(inside); };
-    m_model.onContentSize = [this](qreal w, qreal h) { contentSizeChanged(w, h); };
+    connect(&m_model, &NotchViewModel::actionRaised, this, &NotchController::handle);
+    connect(&m_model, &NotchViewModel::hoverReported, this, &NotchController::hoverChanged);
+    connect(&m_model, &NotchViewModel::contentSizeReported, this, &NotchController::contentSizeChanged);
     if (m_ports.screens)
-        m_ports.screens->onChanged = [this] { screensChanged(); };
+        connect(m_ports.screens.get(), &ScreenSource::changed, this, &NotchController::screensChanged);
 }
 
 NotchController::~NotchController()
 {
-    m_alive.reset();
-    if (m_ports.screens)
-        m_ports.screens->onChanged = nullptr;
     if (m_ports.scheduler) {
         m_ports.scheduler->cancel(m_dismissTask);
         m_ports.scheduler->cancel(m_feedbackTask);
@@ -38,10 +35,9 @@ NotchController::~NotchController()
     m_panel.reset();
 }
 
-void NotchController::log(const QString &line) const
+void NotchController::log(const QString &line)
 {
-    if (onLog)
-        onLog(line);
+    Q_EMIT logged(line);
 }
 
 QString NotchController::idOf(const NotchItem &item) const
@@ -56,9 +52,8 @@ bool NotchController::reduceMotion() const
 
 Scheduler::TaskId NotchController::after(double seconds, std::function<void()> task)
 {
-    std::weak_ptr<int> alive = m_alive;
-    return m_ports.scheduler->schedule(seconds, [alive, task = std::move(task)] {
-        if (alive.lock())
+    return m_ports.scheduler->schedule(seconds, [self = QPointer<NotchController>(this), task = std::move(task)] {
+        if (self)
             task();
     });
 }
@@ -332,8 +327,7 @@ void NotchController::handle(const NotchAction &action)
     }
     case K::openApp:
         log(QStringLiteral("notch: openApp → @") + item.sender);
-        if (onOpenApp)
-            onOpenApp(item.sender);
+        Q_EMIT openAppRequested(item.sender);
         dismissNow();
         break;
     }

@@ -17,7 +17,7 @@
 // Decides everything about the notch overlay: the screen and size, whether a message shows
 // at once or waits its turn, when the overlay expands, collapses and closes by itself,
 // what each quick action does and what gets reported. Main thread only; every timer runs
-// on the Scheduler port and holds the controller weakly.
+// on the Scheduler port and holds the controller weakly (a QPointer).
 class NotchController : public QObject
 {
     Q_OBJECT
@@ -49,8 +49,10 @@ public:
     // Each takes the frame and returns whether a connected terminal received it.
     std::function<bool(const ReplyFrame &)> onReply;
     std::function<bool(const FillFrame &)> onFill;
-    std::function<void(const QString &)> onOpenApp; // the sender's handle
-    std::function<void(const QString &)> onLog;
+
+Q_SIGNALS:
+    void openAppRequested(const QString &sender);
+    void logged(const QString &line);
 
 private:
     struct Pending {
@@ -74,7 +76,7 @@ private:
     void contentSizeChanged(qreal width, qreal height);
     void screensChanged();
     bool reduceMotion() const;
-    void log(const QString &line) const;
+    void log(const QString &line);
     QString idOf(const NotchItem &item) const;
     // Runs `task` after `seconds` unless the controller is gone by then.
     Scheduler::TaskId after(double seconds, std::function<void()> task);
@@ -92,5 +94,4 @@ private:
     std::optional<double> m_lastSoundAt; // none: the distant past
     bool m_pinned = false;
     bool m_debugForceExpanded = false;
-    std::shared_ptr<int> m_alive = std::make_shared<int>(0);
 };

@@ -194,18 +194,16 @@ void NotchViewModel::setReduceMotion(bool reduce)
 void NotchViewModel::action(const QString &name, const QString &text)
 {
     const auto parsed = NotchAction::fromName(name, text);
-    if (parsed && onAction)
-        onAction(*parsed);
+    if (parsed)
+        Q_EMIT actionRaised(*parsed);
 }
 
 void NotchViewModel::hoverChanged(bool inside)
 {
-    if (onHoverChange)
-        onHoverChange(inside);
+    Q_EMIT hoverReported(inside);
 }
 
 void NotchViewModel::contentSize(qreal width, qreal height)
 {
-    if (onContentSize)
-        onContentSize(width, height);
+    Q_EMIT contentSizeReported(width, height);
 }

@@ -97,11 +97,6 @@ public:
     Q_INVOKABLE void hoverChanged(bool inside);
     Q_INVOKABLE void contentSize(qreal width, qreal height);
 
-    // Bound once by the controller.
-    std::function<void(const NotchAction &)> onAction;
-    std::function<void(bool)> onHoverChange;
-    std::function<void(qreal, qreal)> onContentSize;
-
     static QString stateName(NotchState state);
 
 Q_SIGNALS:
@@ -113,6 +108,10 @@ Q_SIGNALS:
     void replyVisibleChanged();
     void feedbackChanged();
     void motionChanged();
+    // What the view raised, for the controller.
+    void actionRaised(const NotchAction &action);
+    void hoverReported(bool inside);
+    void contentSizeReported(qreal width, qreal height);
 
 private:
     void setMotion(NotchMotion &slot, const NotchMotion &motion);

@@ -4,6 +4,7 @@
 #include "core/SettingsStore.h"
 #include "model/Format.h"
 
+#include <QMetaMethod>
 #include <QPointer>
 
 namespace {
@@ -15,43 +16,33 @@ NotificationController::NotificationController(NotificationsPort &port, QObject 
     : QObject(parent)
     , m_port(port)
 {
-    const QPointer<NotificationController> self(this);
-    m_port.onAction = [self](quint32 id, const QString &key) {
-        if (self)
-            self->handleAction(id, key);
-    };
-    m_port.onReplied = [self](quint32 id, const QString &text) {
-        if (self)
-            self->handleReplied(id, text);
-    };
-    m_port.onClosed = [self](quint32 id) {
-        if (self)
-            self->handleClosed(id);
-    };
-    m_port.onServerChanged = [self](bool present) {
-        if (!self)
-            return;
-        // Ids of a server that went away mean nothing to the next one.
-        self->forgetAll();
-        if (present) {
-            // Our own first question starts a bus-activated server: its answer is on the way.
-            if (self->m_probing) {
-                self->m_appearedWhileProbing = true;
-                return;
-            }
-            self->log(QStringLiteral("notifications: server appeared on the bus — asking it again"));
-            self->probe();
-        } else {
-            self->m_state = State::disabled;
-            self->log(QStringLiteral("notifications: server left the bus — banners disabled until it returns"));
-        }
-    };
+    connect(&m_port, &NotificationsPort::actionChosen, this, &NotificationController::handleAction);
+    connect(&m_port, &NotificationsPort::replyTyped, this, &NotificationController::handleReplied);
+    connect(&m_port, &NotificationsPort::bannerClosed, this, &NotificationController::handleClosed);
+    connect(&m_port, &NotificationsPort::serverChanged, this, &NotificationController::serverChanged);
 }
 
-void NotificationController::log(const QString &text) const
+void NotificationController::serverChanged(bool present)
 {
-    if (onLog)
-        onLog(text);
+    // Ids of a server that went away mean nothing to the next one.
+    forgetAll();
+    if (present) {
+        // Our own first question starts a bus-activated server: its answer is on the way.
+        if (m_probing) {
+            m_appearedWhileProbing = true;
+            return;
+        }
+        log(QStringLiteral("notifications: server appeared on the bus — asking it again"));
+        probe();
+    } else {
+        m_state = State::disabled;
+        log(QStringLiteral("notifications: server left the bus — banners disabled until it returns"));
+    }
+}
+
+void NotificationController::log(const QString &text)
+{
+    Q_EMIT logged(text);
 }
 
 void NotificationController::bootstrap()
@@ -200,8 +191,7 @@ std::optional<bool> NotificationController::dispatch(
     const QString &actionId, const QString &sender, const QString &msgId, const QString &text)
 {
     if (actionId == QLatin1String(openAction) || actionId == QLatin1String(defaultAction)) {
-        if (onOpen)
-            onOpen(sender);
+        Q_EMIT openRequested(sender);
         return std::nullopt;
     }
     if (actionId != QLatin1String(replyAction))
@@ -227,8 +217,8 @@ void NotificationController::handleAction(quint32 id, const QString &key)
         return;
     const Shown shown = *it;
     if (key == QLatin1String(replyAction)) {
-        if (onOpenReply)
-            onOpenReply(shown.frame);
+        if (isSignalConnected(QMetaMethod::fromSignal(&NotificationController::replyFieldRequested)))
+            Q_EMIT replyFieldRequested(shown.frame);
         else
             log(QStringLiteral("reply: no reply field to open for @") + shown.sender);
         return;

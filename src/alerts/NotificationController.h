@@ -44,13 +44,15 @@ public:
     // Banners the controller still knows by server id (open on screen, as far as it knows).
     int trackedBanners() const { return int(m_byId.size()); }
 
-    // Returns whether a terminal took the reply.
+    // Sends a reply typed in a banner; returns whether a terminal took it.
     std::function<bool(const ReplyFrame &)> onReply;
-    std::function<void(const QString &sender)> onOpen;
+
+Q_SIGNALS:
+    void openRequested(const QString &sender);
     // Servers without an inline reply field: open the overlay's reply field for the
     // message the banner shows.
-    std::function<void(const NotifyFrame &)> onOpenReply;
-    std::function<void(const QString &)> onLog;
+    void replyFieldRequested(const NotifyFrame &frame);
+    void logged(const QString &line);
 
 private:
     enum class State { unknown, enabled, disabled };
@@ -69,7 +71,7 @@ private:
         Banner::Urgency urgency;
     };
 
-    void log(const QString &text) const;
+    void log(const QString &text);
     void probe();
     Banner messageBanner(const NotifyFrame &frame, Banner::Urgency urgency);
     QList<QPair<QString, QString>> actions(bool withReply) const;
@@ -79,6 +81,7 @@ private:
     void handleAction(quint32 id, const QString &key);
     void handleReplied(quint32 id, const QString &text);
     void handleClosed(quint32 id);
+    void serverChanged(bool present);
     void forgetAll();
 
     NotificationsPort &m_port;

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QList>
+#include <QObject>
 #include <QPair>
 #include <QString>
 #include <QStringList>
@@ -38,20 +39,22 @@ struct ServerInfo {
 };
 
 // The desktop's notification server, asynchronous throughout: every answer comes back
-// later on the main thread through a callback or one of the `on…` events.
-class NotificationsPort
+// later on the main thread through a callback or one of the signals.
+class NotificationsPort : public QObject
 {
+    Q_OBJECT
 public:
-    virtual ~NotificationsPort() = default;
+    using QObject::QObject;
 
     // Asks the server who it is and what it can do.
     virtual void probe(std::function<void(const ServerInfo &)> done) = 0;
     // Posts a banner; `done` gets the server's id, or 0 and an error text.
     virtual void post(const Banner &banner, std::function<void(quint32 id, const QString &error)> done) = 0;
 
-    std::function<void(quint32 id, const QString &actionKey)> onAction;
-    std::function<void(quint32 id, const QString &text)> onReplied;
-    std::function<void(quint32 id)> onClosed;
+Q_SIGNALS:
+    void actionChosen(quint32 id, const QString &actionKey);
+    void replyTyped(quint32 id, const QString &text);
+    void bannerClosed(quint32 id);
     // The server's bus name got a new owner (it started or restarted) or lost it.
-    std::function<void(bool present)> onServerChanged;
+    void serverChanged(bool present);
 };

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QList>
+#include <QObject>
 #include <QRect>
 #include <QString>
 
-#include <functional>
 #include <optional>
 
 // One screen as the notch sees it, in the desktop's top-left coordinates.
@@ -20,10 +20,11 @@ struct NotchScreen {
 };
 
 // The screens of the desktop, and where the user is looking.
-class ScreenSource
+class ScreenSource : public QObject
 {
+    Q_OBJECT
 public:
-    virtual ~ScreenSource() = default;
+    using QObject::QObject;
     virtual QList<NotchScreen> screens() const = 0;
     // Index of the primary screen in screens(), or -1.
     virtual int primaryIndex() const = 0;
@@ -33,6 +34,7 @@ public:
     // Index of the screen under the pointer, or -1 when the session cannot tell.
     virtual int pointerIndex() const { return -1; }
 
-    // Called when a screen is added or removed or changes its geometry.
-    std::function<void()> onChanged;
+Q_SIGNALS:
+    // A screen was added or removed or changed its geometry.
+    void changed();
 };

@@ -66,12 +66,8 @@ void AppController::openMainWindow(const std::optional<QString> &focusPeer)
 {
     if (!m_mainWC) {
         m_mainWC = std::make_unique<MainWindowController>(appState(), stateClient());
-        const QPointer<AppController> self(this);
-        m_mainWC->onOpenPreferences = [self] {
-            if (self)
-                self->openPreferences();
-        };
-        returnToMenuBarOnClose(*m_mainWC);
+        connect(m_mainWC.get(), &MainWindowController::openPreferencesRequested, this, &AppController::openPreferences);
+        connect(m_mainWC.get(), &MainWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("mainwindow: controller created"));
     }
     m_mainWC->open(focusPeer);
@@ -87,7 +83,7 @@ void AppController::openPreferences()
 {
     if (!m_prefsWC) {
         m_prefsWC = std::make_unique<PreferencesWindowController>();
-        returnToMenuBarOnClose(*m_prefsWC);
+        connect(m_prefsWC.get(), &PreferencesWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("prefs: window created"));
     }
     m_prefsWC->open();
@@ -97,18 +93,10 @@ void AppController::openNativePreviewWindow()
 {
     if (!m_nativePreviewWC) {
         m_nativePreviewWC = std::make_unique<NativePreviewWindowController>();
-        returnToMenuBarOnClose(*m_nativePreviewWC);
+        connect(m_nativePreviewWC.get(), &NativePreviewWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("native-preview: controller created"));
     }
     m_nativePreviewWC->open();
-}
-
-void AppController::returnToMenuBarOnClose(ViewWindow &window)
-{
-    window.onClosed = [self = QPointer<AppController>(this)] {
-        if (self)
-            self->windowClosed();
-    };
 }
 
 void AppController::bringWindowsForward()
@@ -123,9 +111,7 @@ void AppController::windowClosed()
 {
     // On the next turn, when the closing window is gone: the app is an accessory again
     // once no ordinary window is visible (the overlay and menus do not count).
-    QTimer::singleShot(0, this, [self = QPointer<AppController>(this)] {
-        if (!self)
-            return;
+    QTimer::singleShot(0, this, [] {
         const QWindowList windows = QGuiApplication::topLevelWindows();
         for (const QWindow *w : windows) {
             const Qt::WindowType type = w->type();
@@ -138,7 +124,8 @@ void AppController::windowClosed()
 
 void AppController::applicationDidFinishLaunching()
 {
-    // Callbacks hold the controller weakly: one that fires after it is gone does nothing.
+    // Notices arrive as signals connected with the controller as context, so none is
+    // delivered once it is gone; the callbacks that answer "delivered" hold it weakly.
     const QPointer<AppController> self(this);
 
     // An accessory from the start: with no window open only the tray icon shows
@@ -146,24 +133,18 @@ void AppController::applicationDidFinishLaunching()
     // handler (the session-bus name) are installed by main before this runs.
     registerLoginItem();
 
-    m_menuBar->onOpenPreferences = [self] {
-        if (self)
-            self->openPreferences();
-    };
-    m_menuBar->onOpenApp = [self] {
-        if (self)
-            self->openMainWindow();
-    };
+    connect(m_menuBar.get(), &MenuBarController::openPreferencesRequested, this, &AppController::openPreferences);
+    connect(m_menuBar.get(), &MenuBarController::openAppRequested, this, [this] { openMainWindow(); });
     applyEnvironmentSwitches();
 
-    m_notifications->onLog = [](const QString &message) { Log::emit(Log::Category::notify, message); };
-    m_notch->onLog = [](const QString &message) { Log::emit(Log::Category::notch, message); };
-    m_socket->onLog = [](const QString &message) { Log::emit(Log::Category::socket, message); };
+    connect(m_notifications.get(), &NotificationController::logged, this,
+        [](const QString &line) { Log::emit(Log::Category::notify, line); });
+    connect(m_notch.get(), &NotchController::logged, this,
+        [](const QString &line) { Log::emit(Log::Category::notch, line); });
+    connect(m_socket.get(), &SocketServer::logged, this,
+        [](const QString &line) { Log::emit(Log::Category::socket, line); });
 
-    m_socket->onNotify = [self](const NotifyFrame &frame) {
-        if (self)
-            self->handleNotify(frame);
-    };
+    connect(m_socket.get(), &SocketServer::notifyReceived, this, &AppController::handleNotify);
 
     m_notifications->onReply = [self](const ReplyFrame &frame) {
         return self ? self->sendReply(frame, QStringLiteral("reply → CLI")) : false;
@@ -181,27 +162,22 @@ void AppController::applicationDidFinishLaunching()
                 .arg(frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
         return delivered;
     };
-    m_notch->onOpenApp = [self](const QString &sender) {
-        if (!self)
-            return;
-        self->openMainWindow(sender);
+    connect(m_notch.get(), &NotchController::openAppRequested, this, [this](const QString &sender) {
+        openMainWindow(sender);
         Log::info(Log::Category::lifecycle, QStringLiteral("notch → mainwindow: opened + selected @%1").arg(sender));
-    };
+    });
     // Desktops without an inline reply field: the banner's "回复" opens the overlay's.
-    m_notifications->onOpenReply = [self](const NotifyFrame &frame) {
-        if (self && !self->m_notch->openReply(frame, self->m_menuBar->unread()))
-            Log::emit(Log::Category::reply, QStringLiteral("reply: no screen for the reply field of @") + frame.sender);
-    };
-    m_notifications->onOpen = [self](const QString &sender) {
-        if (!self)
-            return;
-        self->m_menuBar->markRead(sender);
-        self->openSender(sender);
-    };
-    m_menuBar->onOpenSender = [self](const QString &sender) {
-        if (self)
-            self->openSender(sender);
-    };
+    connect(
+        m_notifications.get(), &NotificationController::replyFieldRequested, this, [this](const NotifyFrame &frame) {
+            if (!m_notch->openReply(frame, m_menuBar->unread()))
+                Log::emit(
+                    Log::Category::reply, QStringLiteral("reply: no screen for the reply field of @") + frame.sender);
+        });
+    connect(m_notifications.get(), &NotificationController::openRequested, this, [this](const QString &sender) {
+        m_menuBar->markRead(sender);
+        openSender(sender);
+    });
+    connect(m_menuBar.get(), &MenuBarController::openSenderRequested, this, &AppController::openSender);
     startDesktopActions();
 
     m_notifications->bootstrap();
@@ -228,24 +204,15 @@ void AppController::registerLoginItem()
 
 void AppController::applyEnvironmentSwitches()
 {
-    // Honoured only for exactly "1", and run after start-up has finished.
-    const QPointer<AppController> self(this);
+    // Honoured only for exactly "1", and run after start-up has finished (the timers'
+    // context is the controller, so none runs once it is gone).
     const auto on = [](const char *name) { return qgetenv(name) == "1"; };
     if (on("QUILLMOTE_OPEN_WINDOW"))
-        QTimer::singleShot(0, this, [self] {
-            if (self)
-                self->openMainWindow();
-        });
+        QTimer::singleShot(0, this, [this] { openMainWindow(); });
     if (on("QUILLMOTE_OPEN_PROFILE"))
-        QTimer::singleShot(0, this, [self] {
-            if (self)
-                self->openProfile();
-        });
+        QTimer::singleShot(0, this, &AppController::openProfile);
     if (on("QUILLMOTE_PREVIEW"))
-        QTimer::singleShot(0, this, [self] {
-            if (self)
-                self->openNativePreviewWindow();
-        });
+        QTimer::singleShot(0, this, &AppController::openNativePreviewWindow);
 }
 
 void AppController::startDesktopActions()

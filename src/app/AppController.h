@@ -22,7 +22,6 @@ class NotchController;
 class NotificationController;
 class SocketServer;
 class SystemTray;
-class ViewWindow;
 
 // The only place where the components meet: creates them, binds their callbacks and
 // fans every incoming message frame out to them.
@@ -70,8 +69,6 @@ private:
     void startDesktopActions();
     void bringWindowsForward();
     void windowClosed();
-    // A window of ours that closes may leave only the tray icon.
-    void returnToMenuBarOnClose(ViewWindow &window);
     void handleNotify(const NotifyFrame &frame);
     bool sendReply(const ReplyFrame &frame, const QString &logPrefix);
 

@@ -50,13 +50,15 @@ int main(int argc, char *argv[])
 
     AppController controller;
     controller.setOwnsBusName(role == SingleInstance::Role::primary);
-    instance.onOpenURL = [&controller](const QString &u) { controller.handleURLString(u); };
-    instance.onActivate = [&controller] { controller.openMainWindow(); };
+    QObject::connect(&instance, &SingleInstance::openURLRequested, &controller, &AppController::handleURLString);
+    QObject::connect(
+        &instance, &SingleInstance::activationRequested, &controller, [&controller] { controller.openMainWindow(); });
 
     AppShortcuts shortcuts;
-    shortcuts.onOpenApp = [&controller] { controller.openMainWindow(); };
-    shortcuts.onOpenPreferences = [&controller] { controller.openPreferences(); };
-    shortcuts.onQuit = [] { QCoreApplication::quit(); };
+    QObject::connect(
+        &shortcuts, &AppShortcuts::openAppRequested, &controller, [&controller] { controller.openMainWindow(); });
+    QObject::connect(&shortcuts, &AppShortcuts::openPreferencesRequested, &controller, &AppController::openPreferences);
+    QObject::connect(&shortcuts, &AppShortcuts::quitRequested, &app, &QCoreApplication::quit);
 
     UnixSignals::quitOnTermination();
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &controller, &AppController::applicationWillTerminate);

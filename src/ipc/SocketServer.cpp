@@ -113,8 +113,8 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
     void log(const QString &message)
     {
         postToMain([owner = owner, message] {
-            if (owner && owner->onLog)
-                owner->onLog(message);
+            if (owner)
+                Q_EMIT owner->logged(message);
         });
     }
 
@@ -124,12 +124,10 @@ struct SocketServer::Shared : std::enable_shared_from_this<SocketServer::Shared>
             for (const Event &e : events) {
                 if (!owner)
                     return;
-                if (const auto *frame = std::get_if<NotifyFrame>(&e)) {
-                    if (owner->onNotify)
-                        owner->onNotify(*frame);
-                } else if (owner->onLog) {
-                    owner->onLog(std::get<QString>(e));
-                }
+                if (const auto *frame = std::get_if<NotifyFrame>(&e))
+                    Q_EMIT owner->notifyReceived(*frame);
+                else
+                    Q_EMIT owner->logged(std::get<QString>(e));
             }
         });
     }

@@ -13,7 +13,7 @@
 // hands every notify frame to the main thread and writes reply/fill frames back to all.
 //
 // Set-up and accept run on a thread of their own, each client is read on its own thread,
-// and onNotify/onLog are always called on the main thread. Its failure never stops the
+// and notifyReceived/logged are always emitted on the main thread. Its failure never stops the
 // app: the link is logged and disabled.
 class SocketServer : public QObject
 {
@@ -43,8 +43,9 @@ public:
     // errno set as accept4() sets it.
     void setAcceptForTesting(std::function<int(int)> accept);
 
-    std::function<void(const NotifyFrame &)> onNotify;
-    std::function<void(const QString &)> onLog;
+Q_SIGNALS:
+    void notifyReceived(const NotifyFrame &frame);
+    void logged(const QString &line);
 
 private:
     bool broadcastLine(QByteArray line);

@@ -19,21 +19,17 @@ bool AppShortcuts::eventFilter(QObject *watched, QEvent *event)
     const auto *key = static_cast<QKeyEvent *>(event);
     if ((key->modifiers() & ~Qt::KeypadModifier) != Qt::ControlModifier)
         return false;
-    const std::function<void()> *action = nullptr;
     switch (key->key()) {
     case Qt::Key_0:
-        action = &onOpenApp;
-        break;
+        Q_EMIT openAppRequested();
+        return true;
     case Qt::Key_Comma:
-        action = &onOpenPreferences;
-        break;
+        Q_EMIT openPreferencesRequested();
+        return true;
     case Qt::Key_Q:
-        action = &onQuit;
-        break;
+        Q_EMIT quitRequested();
+        return true;
     default:
         return false;
     }
-    if (*action)
-        (*action)();
-    return true;
 }

@@ -2,8 +2,6 @@
 
 #include <QObject>
 
-#include <functional>
-
 // The app's own key commands on every window of ours: Ctrl+0 opens the main window,
 // Ctrl+, the preferences, Ctrl+Q quits. (Cut, copy, paste and select-all are the text
 // fields' own.)
@@ -13,9 +11,10 @@ class AppShortcuts : public QObject
 public:
     explicit AppShortcuts(QObject *parent = nullptr);
 
-    std::function<void()> onOpenApp;
-    std::function<void()> onOpenPreferences;
-    std::function<void()> onQuit;
+Q_SIGNALS:
+    void openAppRequested();
+    void openPreferencesRequested();
+    void quitRequested();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -63,7 +63,7 @@ FreedesktopNotifications::FreedesktopNotifications(QObject *parent)
 }
 
 FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection &bus, QObject *parent)
-    : QObject(parent)
+    : NotificationsPort(parent)
     , m_bus(bus)
 {
     qDBusRegisterMetaType<NotificationImage>();
@@ -82,8 +82,7 @@ FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection &bus, Q
 
 void FreedesktopNotifications::ownerChanged(const QString &, const QString &, const QString &newOwner)
 {
-    if (onServerChanged)
-        onServerChanged(!newOwner.isEmpty());
+    Q_EMIT serverChanged(!newOwner.isEmpty());
 }
 
 void FreedesktopNotifications::probe(std::function<void(const ServerInfo &)> done)
@@ -174,18 +173,15 @@ void FreedesktopNotifications::post(const Banner &banner, std::function<void(qui
 
 void FreedesktopNotifications::actionInvoked(uint id, const QString &actionKey)
 {
-    if (onAction)
-        onAction(id, actionKey);
+    Q_EMIT actionChosen(id, actionKey);
 }
 
 void FreedesktopNotifications::notificationReplied(uint id, const QString &text)
 {
-    if (onReplied)
-        onReplied(id, text);
+    Q_EMIT replyTyped(id, text);
 }
 
 void FreedesktopNotifications::notificationClosed(uint id, uint)
 {
-    if (onClosed)
-        onClosed(id);
+    Q_EMIT bannerClosed(id);
 }

@@ -3,14 +3,13 @@
 #include "alerts/NotificationsPort.h"
 
 #include <QDBusConnection>
-#include <QObject>
 
 class QDBusServiceWatcher;
 
 // Banners through org.freedesktop.Notifications on the session bus. Every call is
 // asynchronous, so a slow or hung server never blocks the interface. The server's name
-// is watched: one that starts or restarts later is reported through onServerChanged.
-class FreedesktopNotifications : public QObject, public NotificationsPort
+// is watched: one that starts or restarts later is reported through serverChanged.
+class FreedesktopNotifications : public NotificationsPort
 {
     Q_OBJECT
 public:

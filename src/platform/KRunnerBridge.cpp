@@ -6,6 +6,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMetaType>
+#include <QPointer>
 
 QDBusArgument &operator<<(QDBusArgument &arg, const KRunnerMatch &m)
 {
@@ -132,16 +133,16 @@ void KRunnerBridge::Run(const QString &matchId, const QString &)
             words.clear();
     }
     const QString title = intent->title;
-    m_service.perform(*intent, IntentArguments(values), [this, title](const IntentResult &result) {
-        if (result.status == IntentResult::Status::cancelled)
-            return;
-        const bool failed = result.status == IntentResult::Status::failed;
-        const QString text = failed ? result.error.errorDescription() : result.dialog;
-        if (onResult)
-            onResult(title, text, failed);
-        else
+    m_service.perform(
+        *intent, IntentArguments(values), [self = QPointer<KRunnerBridge>(this), title](const IntentResult &result) {
+            if (result.status == IntentResult::Status::cancelled)
+                return;
+            const bool failed = result.status == IntentResult::Status::failed;
+            const QString text = failed ? result.error.errorDescription() : result.dialog;
             Log::emit(Log::Category::intents,
                 QStringLiteral("krunner: %1 %2")
                     .arg(title, failed ? QStringLiteral("failed") : QStringLiteral("done")));
-    });
+            if (self)
+                Q_EMIT self->resultReady(title, text, failed);
+        });
 }

@@ -50,8 +50,9 @@ public:
     // The matches for a query, best first; `appName` stands for {app} in the phrases.
     static QList<KRunnerMatch> matches(const QString &query, const QString &appName = QStringLiteral("Quillmote"));
 
+Q_SIGNALS:
     // The answer of a run: its title, the dialog or error text, and whether it failed.
-    std::function<void(const QString &title, const QString &text, bool failed)> onResult;
+    void resultReady(const QString &title, const QString &text, bool failed);
 
 public Q_SLOTS:
     Q_SCRIPTABLE QList<KRunnerMatch> Match(const QString &query);

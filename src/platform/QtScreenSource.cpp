@@ -77,21 +77,15 @@ QtScreenSource::QtScreenSource()
         watch(s);
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *s) {
         watch(s);
-        changed();
+        Q_EMIT changed();
     });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &QtScreenSource::changed);
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &ScreenSource::changed);
 }
 
 void QtScreenSource::watch(QScreen *screen)
 {
-    connect(screen, &QScreen::geometryChanged, this, &QtScreenSource::changed);
-    connect(screen, &QScreen::availableGeometryChanged, this, &QtScreenSource::changed);
-}
-
-void QtScreenSource::changed()
-{
-    if (onChanged)
-        onChanged();
+    connect(screen, &QScreen::geometryChanged, this, &ScreenSource::changed);
+    connect(screen, &QScreen::availableGeometryChanged, this, &ScreenSource::changed);
 }
 
 QList<NotchScreen> QtScreenSource::screens() const

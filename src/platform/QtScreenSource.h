@@ -2,8 +2,6 @@
 
 #include "alerts/ScreenSource.h"
 
-#include <QObject>
-
 // The desktop's screens from QGuiApplication. No Linux screen reports a camera housing, so
 // every screen has a top inset of 0 and the overlay hangs below the top panel.
 //
@@ -14,7 +12,7 @@
 //  - Wayland: only our own focused window is known (the protocol tells a client nothing about
 //    other clients' windows or the pointer outside its own surfaces), so the answer is -1 and
 //    the primary screen is taken.
-class QtScreenSource : public QObject, public ScreenSource
+class QtScreenSource : public ScreenSource
 {
     Q_OBJECT
 public:
@@ -27,5 +25,4 @@ public:
 
 private:
     void watch(class QScreen *screen);
-    void changed();
 };

@@ -40,12 +40,10 @@ bool SingleInstance::handOff(const QString &url, QString *error)
 
 void SingleInstance::OpenURL(const QString &url)
 {
-    if (onOpenURL)
-        onOpenURL(url);
+    Q_EMIT openURLRequested(url);
 }
 
 void SingleInstance::Activate()
 {
-    if (onActivate)
-        onActivate();
+    Q_EMIT activationRequested();
 }

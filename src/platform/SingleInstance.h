@@ -3,8 +3,6 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
-
 // One instance per user session: the first process owns the session-bus name
 // com.quillmote.Notifier and serves /com/quillmote/Notifier; a later one hands its URL
 // (or just an activation) to it and exits. Without a session bus every process is
@@ -26,8 +24,9 @@ public:
     // From a secondary process: asks the primary to open the URL (empty: just come forward).
     static bool handOff(const QString &url, QString *error = nullptr);
 
-    std::function<void(const QString &url)> onOpenURL;
-    std::function<void()> onActivate;
+Q_SIGNALS:
+    void openURLRequested(const QString &url);
+    void activationRequested();
 
 public Q_SLOTS:
     Q_SCRIPTABLE void OpenURL(const QString &url);

@@ -148,6 +148,5 @@ void MainViewModel::launchServer()
 
 void MainViewModel::openPreferences()
 {
-    if (onOpenPreferences)
-        onOpenPreferences();
+    Q_EMIT openPreferencesRequested();
 }

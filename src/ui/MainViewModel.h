@@ -8,8 +8,6 @@
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
-#include <functional>
-
 class AppState;
 class ContentImageProvider;
 class StateClient;
@@ -66,14 +64,14 @@ public:
     Q_INVOKABLE void launchServer();
     Q_INVOKABLE void openPreferences();
 
-    std::function<void()> onOpenPreferences;
-
 Q_SIGNALS:
     void offlineChanged();
     void launchChanged();
     void selectionChanged();
     void searchTextChanged();
     void profileChanged();
+    // The offline view's preferences link.
+    void openPreferencesRequested();
 
 private:
     void followSelection();

@@ -16,10 +16,7 @@ MainWindowController::MainWindowController(AppState &state, StateClient &client,
     , m_client(client)
     , m_model(loadMainView(*this, state, &client))
 {
-    m_model->onOpenPreferences = [this] {
-        if (onOpenPreferences)
-            onOpenPreferences();
-    };
+    connect(m_model, &MainViewModel::openPreferencesRequested, this, &MainWindowController::openPreferencesRequested);
 }
 
 MainViewModel *MainWindowController::loadMainView(ViewWindow &window, AppState &state, StateClient *client)

@@ -4,7 +4,6 @@
 
 #include <QString>
 
-#include <functional>
 #include <optional>
 
 class AppState;
@@ -29,7 +28,8 @@ public:
     // without a client the view never goes offline (the sample-data preview).
     static MainViewModel *loadMainView(ViewWindow &window, AppState &state, StateClient *client);
 
-    std::function<void()> onOpenPreferences; // the offline view's preferences link
+Q_SIGNALS:
+    void openPreferencesRequested(); // the offline view's preferences link
 
 private:
     AppState &m_state;

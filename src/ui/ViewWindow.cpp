@@ -82,8 +82,7 @@ bool ViewWindow::eventFilter(QObject *watched, QEvent *event)
         event->ignore();
         saveGeometry();
         m_view->hide();
-        if (onClosed)
-            onClosed();
+        Q_EMIT closed();
         return true;
     }
     if (watched == m_view.get() && (event->type() == QEvent::Move || event->type() == QEvent::Resize)

@@ -5,7 +5,6 @@
 #include <QTimer>
 #include <QVariantMap>
 
-#include <functional>
 #include <memory>
 
 class QQmlEngine;
@@ -37,7 +36,9 @@ public:
     // Shows, raises and asks for keyboard focus.
     void bringToFront();
 
-    std::function<void()> onClosed;
+Q_SIGNALS:
+    // The user closed the window (it is only hidden).
+    void closed();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

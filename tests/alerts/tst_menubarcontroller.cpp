@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(rows[3].text, QStringLiteral("清除全部"));
 
         QStringList opened;
-        m_menu->onOpenSender = [&](const QString &s) { opened << s; };
+        QObject::connect(m_menu.get(), &MenuBarController::openSenderRequested, [&](const QString &s) { opened << s; });
         rows[2].trigger();
         QCOMPARE(opened, QStringList { "alice" });
     }

@@ -24,7 +24,7 @@ struct Rig {
             return std::make_unique<FakePanel>(panel);
         };
         notch = std::make_unique<NotchController>(ports);
-        notch->onLog = [this](const QString &line) { log.append(line); };
+        QObject::connect(notch.get(), &NotchController::logged, [this](const QString &line) { log.append(line); });
         notch->onReply = [this](const ReplyFrame &f) {
             replies.append(f);
             return terminalListening;

@@ -30,7 +30,7 @@ private Q_SLOTS:
         m_server = std::make_unique<FakeNotifications>();
         m_ctl = std::make_unique<NotificationController>(*m_server);
         m_lines.clear();
-        m_ctl->onLog = [this](const QString &line) { m_lines << line; };
+        connect(m_ctl.get(), &NotificationController::logged, this, [this](const QString &line) { m_lines << line; });
     }
     void cleanup()
     {
@@ -58,14 +58,14 @@ private Q_SLOTS:
         // Bus activation: the server appears while our first probe waits for it.
         m_server->autoAnswer = false;
         m_ctl->bootstrap();
-        m_server->onServerChanged(true);
+        Q_EMIT m_server->serverChanged(true);
         m_server->answerProbe();
         QVERIFY(m_ctl->isEnabled());
         QCOMPARE(m_lines.count(QStringLiteral("notifications: authorization granted")), 1);
         // If the server asked first went away instead, the one that appeared is asked.
-        m_server->onServerChanged(false);
+        Q_EMIT m_server->serverChanged(false);
         m_ctl->bootstrap();
-        m_server->onServerChanged(true);
+        Q_EMIT m_server->serverChanged(true);
         m_server->server.available = false;
         m_server->answerProbe();
         QVERIFY(m_server->pendingProbe);
@@ -116,12 +116,12 @@ private Q_SLOTS:
     {
         m_ctl->bootstrap();
         m_ctl->present(frame("alice", "v1", "m1"), Banner::Urgency::normal);
-        m_server->onClosed(1);
+        Q_EMIT m_server->bannerClosed(1);
         QCOMPARE(m_ctl->trackedBanners(), 0);
         m_ctl->present(frame("alice", "v2", "m1"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().replacesId, 0u);
         // A restarted server hands out its ids afresh.
-        m_server->onServerChanged(true);
+        Q_EMIT m_server->serverChanged(true);
         m_ctl->present(frame("alice", "v3", "m1"), Banner::Urgency::normal);
         QCOMPARE(m_server->last().replacesId, 0u);
 
@@ -194,7 +194,8 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         QFETCH(QString, logLine);
         QStringList seen;
-        m_ctl->onOpen = [&](const QString &s) { seen << "open:" + s; };
+        connect(
+            m_ctl.get(), &NotificationController::openRequested, this, [&](const QString &s) { seen << "open:" + s; });
         m_ctl->onReply = [&](const ReplyFrame &f) {
             seen << QStringLiteral("reply:%1|%2|%3").arg(f.sender, f.text, f.msgId.value_or("-"));
             return true;

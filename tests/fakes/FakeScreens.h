@@ -19,8 +19,7 @@ public:
     void change(QList<NotchScreen> screens)
     {
         list = std::move(screens);
-        if (onChanged)
-            onChanged();
+        Q_EMIT changed();
     }
 
     QList<NotchScreen> list;

@@ -21,8 +21,8 @@ struct Harness {
     explicit Harness(const QString &path)
         : server(path)
     {
-        server.onNotify = [this](const NotifyFrame &f) { frames.append(f); };
-        server.onLog = [](const QString &line) { qInfo("%s", qPrintable(line)); };
+        QObject::connect(&server, &SocketServer::notifyReceived, [this](const NotifyFrame &f) { frames.append(f); });
+        QObject::connect(&server, &SocketServer::logged, [](const QString &line) { qInfo("%s", qPrintable(line)); });
     }
     bool start(LogCapture &log)
     {

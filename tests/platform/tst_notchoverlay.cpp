@@ -36,7 +36,8 @@ private Q_SLOTS:
         // Only the first test rings: without a sound device that is one logged failure.
         SettingsStore::setFlag(SettingsStore::Key::sound, false);
         m_server = std::make_unique<SocketServer>(m_env->socketPath());
-        m_server->onLog = [](const QString &line) { qInfo("%s", qPrintable(line)); };
+        connect(
+            m_server.get(), &SocketServer::logged, this, [](const QString &line) { qInfo("%s", qPrintable(line)); });
         LogCapture log;
         m_server->start();
         QVERIFY(log.waitFor(QStringLiteral("socket: listening at ")));
@@ -51,12 +52,12 @@ private Q_SLOTS:
             return panel;
         };
         m_notch = std::make_unique<NotchController>(ports);
-        m_notch->onLog = [this](const QString &line) { m_log.append(line); };
+        connect(m_notch.get(), &NotchController::logged, this, [this](const QString &line) { m_log.append(line); });
         m_notch->onReply = [this](const ReplyFrame &f) { return m_server->broadcast(f); };
         m_notch->onFill = [this](const FillFrame &f) { return m_server->broadcast(f); };
-        m_server->onNotify = [this](const NotifyFrame &f) {
+        connect(m_server.get(), &SocketServer::notifyReceived, this, [this](const NotifyFrame &f) {
             m_notch->present(f, 2, AlertPolicy::decide(f, AlertPolicy::Switches::current(), {}));
-        };
+        });
         m_log.clear();
         m_simOut.clear();
     }

@@ -107,7 +107,7 @@ private Q_SLOTS:
 
         // Closing only hides; the next open shows the same window without a peer.
         bool closed = false;
-        controller.onClosed = [&] { closed = true; };
+        connect(&controller, &MainWindowController::closed, this, [&] { closed = true; });
         controller.window()->close();
         QVERIFY(closed);
         QVERIFY(!controller.window()->isVisible());
@@ -175,7 +175,7 @@ private Q_SLOTS:
         state.follow(client);
         MainWindowController controller(state, client);
         bool prefs = false;
-        controller.onOpenPreferences = [&] { prefs = true; };
+        connect(&controller, &MainWindowController::openPreferencesRequested, this, [&] { prefs = true; });
         controller.open(std::nullopt);
         MainViewModel *vm = controller.viewModel();
         QVERIFY(QTest::qWaitFor([&] { return vm->offline(); }, 15000));
