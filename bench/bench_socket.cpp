@@ -174,6 +174,41 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
     return heard ? double(bytes) / (1 << 20) / seconds : 0;
 }
 
+// The ceiling for the figure above: the same bytes through a socket into a reader that
+// only reads them into one reused buffer.
+double plainIntake(const QByteArray &path, qint64 bytes)
+{
+    const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr {};
+    addr.sun_family = AF_UNIX;
+    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
+    ::unlink(path.constData());
+    ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
+    ::listen(lfd, 1);
+    QElapsedTimer timer;
+    timer.start();
+    std::thread terminal([&] {
+        const int fd = connectTo(path);
+        const QByteArray chunk(1 << 20, 'x');
+        for (qint64 sent = 0; sent < bytes;) {
+            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+            if (n <= 0)
+                break;
+            sent += n;
+        }
+        ::close(fd);
+    });
+    const int cfd = ::accept(lfd, nullptr, nullptr);
+    std::vector<char> buffer(64 * 1024);
+    while (::read(cfd, buffer.data(), buffer.size()) > 0) { }
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    terminal.join();
+    ::close(cfd);
+    ::close(lfd);
+    ::unlink(path.constData());
+    return double(bytes) / (1 << 20) / seconds;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -206,8 +241,11 @@ int main(int argc, char *argv[])
         QStringLiteral("plain reader lost"), double(expected - plainCount), std::optional<double>());
 
     // A line that never ends is taken in at memory speed, not rescanned on every read.
-    reportBench(QStringLiteral("endless line intake (512 MB, one terminal)"), endlessLineIntake(path, 512LL << 20),
-        QStringLiteral("MB/s"), QStringLiteral("target"), 200);
+    // The target is 200 MB/s; the plain reader shows what the machine allows right now.
+    const double plainMBs = plainIntake(path, 512LL << 20);
+    reportBench(QStringLiteral("endless line intake (512 MB, one terminal; target ≥ 200)"),
+        endlessLineIntake(path, 512LL << 20), QStringLiteral("MB/s"), QStringLiteral("plain read() of the same bytes"),
+        plainMBs);
 
     // Broadcast of one reply to 8 connected terminals that keep reading.
     {

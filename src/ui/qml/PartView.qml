@@ -20,6 +20,8 @@ Item {
     property string more: ""
     readonly property bool cut: fullLength > 0 && more.length < fullLength
     readonly property int step: 100000
+    // Characters of the text a cut preview holds (the model's 4000 end in an ellipsis).
+    readonly property int shownChars: more.length > 0 ? more.length - 1 : 3999
     implicitHeight: (loader.partItem ? loader.partItem.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
     height: implicitHeight
 
@@ -27,8 +29,7 @@ Item {
         return more.length > 0 ? more : preview
     }
     function showMore() {
-        const now = more.length > 0 ? more.length : 4000
-        more = conversation.partText(messageId, partIndex, now + step)
+        more = conversation.partText(messageId, partIndex, shownChars + 1 + step)
     }
 
     function pick(kind) {
@@ -58,7 +59,7 @@ Item {
         textFormat: Text.PlainText
         y: loader.height + 6
         visible: partView.cut && partView.conversation !== null
-        readonly property int remaining: partView.fullLength - (partView.more.length > 0 ? partView.more.length - 1 : 3999)
+        readonly property int remaining: partView.fullLength - partView.shownChars
         text: (remaining <= partView.step ? "显示全部" : "显示更多") + "（还有 " + remaining + " 字）"
         font.pixelSize: 12
         color: "#3d7bd9"
