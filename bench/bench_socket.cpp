@@ -115,8 +115,8 @@ double plainReaderRate(const QByteArray &path, long long &counted)
 void startListening(SocketServer &server)
 {
     auto listening = std::make_shared<bool>(false);
-    server.onLog
-        = [listening](const QString &line) { *listening |= line.startsWith(QLatin1String("socket: listening")); };
+    QObject::connect(&server, &SocketServer::logged,
+        [listening](const QString &line) { *listening |= line.startsWith(QLatin1String("socket: listening")); });
     server.start();
     while (!*listening)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
