@@ -1,31 +1,44 @@
 #include "ui/PreferencesModel.h"
 
+#include "core/Log.h"
 #include "core/SettingsStore.h"
 #include "intents/QuillmoteFocusFilter.h"
+#include "ui/LoginItem.h"
 
-PreferencesModel::PreferencesModel(QObject *parent)
+PreferencesModel::PreferencesModel(LoginItem *loginItem, QObject *parent)
     : QObject(parent)
+    , m_loginItem(loginItem)
 {
 }
 
-QVariantList PreferencesModel::switchGroups() const
+bool PreferencesModel::loginItem() const
 {
-    // The rows of a group stand together in the table.
-    QVariantList groups;
+    return m_loginItem && m_loginItem->enabled();
+}
+
+void PreferencesModel::setLoginItem(bool on)
+{
+    if (!m_loginItem)
+        return;
+    QString error;
+    if (m_loginItem->setEnabled(on, &error))
+        Log::info(Log::Category::lifecycle,
+            on ? QStringLiteral("login-item: turned on in the preferences")
+               : QStringLiteral("login-item: turned off in the preferences"));
+    else
+        Log::error(Log::Category::lifecycle, QStringLiteral("login-item: change failed: %1").arg(error));
+    Q_EMIT changed();
+}
+
+QVariantList PreferencesModel::switches() const
+{
     QVariantList rows;
-    const auto &table = SettingsStore::switches;
-    for (qsizetype i = 0; i < qsizetype(std::size(table)); ++i) {
-        const SettingsStore::Switch &s = table[i];
+    for (const SettingsStore::Switch &s : SettingsStore::switches)
         rows.append(QVariantMap { { QStringLiteral("key"), SettingsStore::keyString(s.key) },
             { QStringLiteral("label"), QString::fromUtf8(s.label) },
+            { QStringLiteral("group"), QString::fromUtf8(s.group) },
             { QStringLiteral("checked"), SettingsStore::flag(s.key) } });
-        if (i + 1 == qsizetype(std::size(table)) || qstrcmp(table[i + 1].group, s.group) != 0) {
-            groups.append(QVariantMap {
-                { QStringLiteral("title"), QString::fromUtf8(s.group) }, { QStringLiteral("switches"), rows } });
-            rows.clear();
-        }
-    }
-    return groups;
+    return rows;
 }
 
 bool PreferencesModel::breakthrough() const

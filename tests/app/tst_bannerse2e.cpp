@@ -1,6 +1,5 @@
 // Messages through the real socket to a real notification server and back: dunst for
-// what an ordinary desktop does, a server of the tests' own for what a banner carries and
-// for inline replies.
+// what an ordinary desktop does, a server of the tests' own for inline replies.
 // Runs under a private X server and session bus (tests/support/session.sh).
 #include "alerts/MenuBarController.h"
 #include "alerts/MonogramAvatar.h"
@@ -14,10 +13,13 @@
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
+#include "ui/MainWindowController.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QProcess>
+#include <QQuickWindow>
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -35,6 +37,27 @@ QString run(const QString &program, const QStringList &args)
     p.start(program, args);
     p.waitForFinished(5000);
     return QString::fromUtf8(p.readAllStandardOutput()).trimmed();
+}
+
+// One Notify call as dbus-monitor printed it.
+struct MonitoredCall {
+    QString text;
+    quint32 replacesId = 0;
+};
+
+QList<MonitoredCall> notifyCalls(const QString &monitorOutput)
+{
+    QList<MonitoredCall> out;
+    const QStringList blocks = monitorOutput.split(QStringLiteral("method call "));
+    static const QRegularExpression replaces(QStringLiteral("string \"Quillmote Notifier\"\\s+uint32 (\\d+)"));
+    for (const QString &b : blocks) {
+        // dbus-monitor prints a call in pieces; the expiry timeout is its last argument.
+        if (!b.contains(QStringLiteral("member=Notify")) || !b.trimmed().endsWith(QStringLiteral("int32 -1")))
+            continue;
+        const auto m = replaces.match(b);
+        out.append({ b, m.hasMatch() ? m.captured(1).toUInt() : 0 });
+    }
+    return out;
 }
 
 class Dunst
@@ -69,14 +92,23 @@ private Q_SLOTS:
         QVERIFY(!serverOnBus());
     }
 
-    // What the banner carries on the bus is the test server's part below; here an ordinary
-    // server shows it, and its default action opens the conversation and marks it read.
-    void dunstShowsAndOpens()
+    void dunstShowsReplacesAndOpens()
     {
         TestEnv env;
         LogCapture log;
         Dunst dunst;
         QVERIFY(dunst.up);
+
+        QProcess monitor;
+        monitor.start(
+            "dbus-monitor", { "type='method_call',interface='org.freedesktop.Notifications',member='Notify'" });
+        QVERIFY(monitor.waitForStarted());
+        QVERIFY(QTest::qWaitFor([&] { return monitor.bytesAvailable() > 0 || !monitor.peek(1).isEmpty(); }, 3000));
+        QString monitored;
+        auto calls = [&] {
+            monitored += QString::fromUtf8(monitor.readAllStandardOutput());
+            return notifyCalls(monitored);
+        };
 
         AppController app;
         app.applicationDidFinishLaunching();
@@ -88,20 +120,46 @@ private Q_SLOTS:
         QVERIFY(terminal.write(
             R"({"type":"notify","sender":"alice","title":"Build","body":"done","msgId":"m1","focused":true})"
             "\n"));
+        QVERIFY2(QTest::qWaitFor([&] { return calls().size() == 1; }, 5000), qPrintable(monitored));
         QTRY_COMPARE_WITH_TIMEOUT(dunst.displayed(), 1, 5000);
+        const QString first = calls().first().text;
+        QCOMPARE(calls().first().replacesId, 0u);
+        for (const char *expected : { "string \"@alice · Build\"", "string \"done\"", "string \"default\"",
+                 "string \"QUILLMOTE_OPEN\"", "string \"QUILLMOTE_REPLY\"", "string \"回复\"", "string \"im.received\"",
+                 "string \"quillmote-notifier\"", "string \"suppress-sound\"" })
+            QVERIFY2(first.contains(QString::fromUtf8(expected)), expected);
+        // Focused terminal, urgency mapping on by default: low urgency.
+        QVERIFY(first.contains(QRegularExpression("string \"urgency\"\\s+variant\\s+byte 0")));
+        QVERIFY(first.contains(QRegularExpression("string \"image-data\"\\s+variant\\s+struct \\{\\s+int32 64\\s+int32 "
+                                                  "64\\s+int32 256\\s+boolean true\\s+int32 8"
+                                                  "\\s+int32 4\\s+array of bytes")));
         QVERIFY(log.contains("comms-notif: enriched banner from @alice"));
-        QCOMPARE(app.menuBar().unread(), 1);
+
+        // The same message again replaces the banner instead of adding one.
+        QVERIFY(terminal.write(R"({"type":"notify","sender":"alice","title":"Build","body":"done twice","msgId":"m1"})"
+                               "\n"));
+        QVERIFY(QTest::qWaitFor([&] { return calls().size() == 2; }, 5000));
+        QVERIFY(calls()[1].replacesId != 0);
+        QVERIFY(calls()[1].text.contains("string \"done twice\""));
+        QVERIFY(calls()[1].text.contains(QRegularExpression("string \"urgency\"\\s+variant\\s+byte 1")));
+        QTest::qWait(300);
+        QCOMPARE(dunst.displayed(), 1);
+        QCOMPARE(app.menuBar().unread(), 2);
 
         // What dunst does on a middle click: the default action, which opens and marks read.
         run("dunstctl", { "action", "0" });
-        QVERIFY2(log.waitFor("menubar: markRead @alice unread=0"), qPrintable(log.dump()));
+        QVERIFY2(log.waitFor("menubar: markRead @alice unread=1"), qPrintable(log.dump()));
         QVERIFY(log.contains("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"));
         QVERIFY(app.menuBar().recents().first().read);
+        monitor.terminate();
+        monitor.waitForFinished(2000);
     }
 
     void inlineReplyReachesTheTerminal()
     {
         TestEnv env;
+        env.set("QUILLMOTE_BIN", "/nonexistent/quillmote"); // the window opens below: no state server
+        env.set("QUILLMOTE_WEB_PORT", "1");
         LogCapture log;
         FakeNotificationServer server({ "actions", "body", "inline-reply" });
         QVERIFY(server.start());
@@ -119,7 +177,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 1; }, 5000));
         const FakeNotificationServer::Call call = server.calls.first();
         QCOMPARE(call.appName, QStringLiteral("Quillmote Notifier"));
-        QCOMPARE(call.summary, QStringLiteral("Alice"));
+        QCOMPARE(call.summary, QStringLiteral("@alice · Alice"));
         QCOMPARE(call.body, QStringLiteral("在哪"));
         QCOMPARE(call.actions, (QStringList { "default", "打开", "QUILLMOTE_OPEN", "打开", "inline-reply", "回复" }));
         QCOMPARE(call.hints.value("x-kde-reply-placeholder-text").toString(), QStringLiteral("输入回复…"));
@@ -157,6 +215,13 @@ private Q_SLOTS:
         server.emitReplied(call.id, "   ");
         QVERIFY(log.waitFor("reply: empty text from alice"));
         QCOMPARE(log.count("reply → CLI"), 2);
+
+        // Opening the banner shows the conversation, though no window was open.
+        QVERIFY(!app.mainWindow());
+        server.emitAction(call.id, "default");
+        QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
+        QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("alice"));
+        QCOMPARE(app.menuBar().unread(), 0);
     }
 
     void profileSwitchPlainServerQuietModeReplyActionAndAServerThatReturns()

@@ -5,10 +5,15 @@ import Quillmote.Ui
 
 // The main window: the offline view while the state server is unreachable, otherwise the
 // conversation list beside one conversation, the own profile or the empty state.
-Rectangle {
+// Ctrl+W closes the window (it is only hidden).
+ThemedPane {
     id: root
-    required property MainViewModel vm
-    color: "#f5f5f7"
+    required property QtObject vm
+
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: root.Window.window.close()
+    }
 
     ServerOfflineView {
         anchors.fill: parent
@@ -22,6 +27,8 @@ Rectangle {
         orientation: Qt.Horizontal
 
         SessionSidebar {
+            id: sidebar
+            objectName: "sidebar"
             vm: root.vm
             SplitView.preferredWidth: 290
             SplitView.minimumWidth: 230
@@ -46,11 +53,10 @@ Rectangle {
         }
     }
 
-    // Qt 6.4's Loader cannot create components bound to this file's context, so these two
-    // reach root from an unbound one, which qmllint cannot follow.
-    // qmllint disable unqualified
+    // The list has the keys when the window opens.
+    Component.onCompleted: sidebar.focusList()
+
     Component { id: conversationPage; ConversationView { vm: root.vm } }
     Component { id: profilePage; ProfileView { vm: root.vm } }
-    // qmllint enable unqualified
     Component { id: emptyPage; EmptyDetailView { } }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import Quillmote.Ui
 
 // One content part of a bubble, by its kind.
@@ -7,11 +8,11 @@ Item {
     required property var part
     // Where more of a long text comes from: the conversation model, the message and the
     // part's place in it.
-    property ConversationModel conversation: null
+    property QtObject conversation: null
     property string messageId: ""
     property int partIndex: 0
     // Width the part would like without wrapping; the bubble sizes itself from it.
-    readonly property real naturalWidth: loader.partItem ? loader.partItem.naturalWidth : 0
+    readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
     // Code and structured payloads take the widest bubble.
     readonly property real wide: 100000
     // A long text comes as a preview and its whole length; each "显示更多" fetches a
@@ -22,7 +23,7 @@ Item {
     readonly property int step: 100000
     // Characters of the text a cut preview holds (the model's 4000 end in an ellipsis).
     readonly property int shownChars: more.length > 0 ? more.length - 1 : 3999
-    implicitHeight: (loader.partItem ? loader.partItem.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
+    implicitHeight: (loader.item ? loader.item.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
     height: implicitHeight
 
     function shown(preview) {
@@ -47,8 +48,6 @@ Item {
 
     Loader {
         id: loader
-        // The loaded part; each kind's item says how wide it would like to be.
-        readonly property var partItem: item
         width: parent.width
         sourceComponent: partView.pick(partView.part.kind)
     }
@@ -61,8 +60,10 @@ Item {
         visible: partView.cut && partView.conversation !== null
         readonly property int remaining: partView.fullLength - partView.shownChars
         text: (remaining <= partView.step ? "显示全部" : "显示更多") + "（还有 " + remaining + " 字）"
-        font.pixelSize: 12
-        color: "#3d7bd9"
+        font.pointSize: Theme.small
+        color: Theme.accent
+        Accessible.role: Accessible.Link
+        Accessible.name: text
         MouseArea {
             anchors.fill: parent
             cursorShape: Qt.PointingHandCursor
@@ -70,22 +71,15 @@ Item {
         }
     }
 
-    // Qt 6.4's Loader cannot create components bound to this file's context, so the parts
-    // below reach partView and loader from unbound ones, which qmllint cannot follow.
-    // qmllint disable unqualified
     Component {
         id: textPart
-        Text {
+        SelectableText {
             objectName: "partText"
             // Measured apart from the wrapped text, whose size follows the bubble's width.
             readonly property real naturalWidth: measure.implicitWidth
             Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
             width: loader.width
             text: partView.shown(partView.part.text || "")
-            textFormat: Text.PlainText
-            wrapMode: Text.Wrap
-            font.pixelSize: 14
-            color: "#1d1d1f"
         }
     }
 
@@ -96,30 +90,60 @@ Item {
             width: loader.width
             implicitHeight: codeColumn.implicitHeight + 16
             radius: 8
-            color: "#1f2430"
+            color: Theme.code
             Column {
                 id: codeColumn
                 x: 10
                 y: 8
                 width: parent.width - 20
                 spacing: 4
-                Text {
-                    id: header
-                    textFormat: Text.PlainText
-                    text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
-                    font.pixelSize: 10
-                    font.family: "monospace"
-                    color: "#9aa4b8"
+                Item {
+                    width: parent.width
+                    height: Math.max(header.implicitHeight, copyButton.implicitHeight)
+                    Text {
+                        id: header
+                        anchors.left: parent.left
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
+                        textFormat: Text.PlainText
+                        font.pointSize: Theme.caption
+                        font.family: "monospace"
+                        color: Theme.codeHeader
+                    }
+                    Button {
+                        id: copyButton
+                        objectName: "copyCode"
+                        anchors.right: parent.right
+                        anchors.verticalCenter: parent.verticalCenter
+                        flat: true
+                        padding: 2
+                        text: copied ? "已复制" : "复制"
+                        property bool copied: false
+                        font.pointSize: Theme.caption
+                        palette.buttonText: Theme.codeHeader
+                        Accessible.name: "复制代码"
+                        ToolTip.visible: hovered
+                        ToolTip.text: "复制这段代码"
+                        onClicked: {
+                            codeText.selectAll()
+                            codeText.copy()
+                            codeText.deselect()
+                            copied = true
+                            copiedTimer.restart()
+                        }
+                        Timer { id: copiedTimer; interval: 1500; onTriggered: copyButton.copied = false }
+                    }
                 }
-                Text {
+                SelectableText {
                     id: codeText
+                    objectName: "codeText"
                     width: parent.width
                     text: partView.shown(partView.part.code || "")
-                    textFormat: Text.PlainText
-                    wrapMode: Text.WrapAnywhere
+                    wrapMode: TextEdit.WrapAnywhere
                     font.family: "monospace"
-                    font.pixelSize: 12
-                    color: "#e6e9ef"
+                    font.pointSize: Theme.codeSize
+                    color: Theme.codeText
+                    selectedTextColor: Theme.codeText
                 }
             }
         }
@@ -134,19 +158,19 @@ Item {
                 width: 36
                 height: 40
                 radius: 6
-                color: "#eef1f6"
-                border.color: "#cfd6e2"
-                Text { anchors.centerIn: parent; text: "▣"; font.pixelSize: 18; color: "#5b6b7f" }
+                color: Theme.pill
+                border.color: Theme.border
+                Text { anchors.centerIn: parent; text: "▣"; font.pointSize: Theme.large; color: Theme.tertiaryText }
             }
             Column {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 2
-                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pixelSize: 13; font.bold: true; color: "#1d1d1f" }
+                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pointSize: Theme.body; font.bold: true; color: Theme.text }
                 Text {
                     textFormat: Text.PlainText
                     text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
-                    font.pixelSize: 11
-                    color: "#6e6e73"
+                    font.pointSize: Theme.caption
+                    color: Theme.secondaryText
                 }
             }
         }
@@ -159,7 +183,7 @@ Item {
             spacing: 4
             Image {
                 id: picture
-                visible: String(source).length > 0
+                visible: source.toString().length > 0
                 source: partView.part.source || ""
                 asynchronous: true
 
@@ -173,9 +197,9 @@ Item {
                 width: Math.min(loader.width, 200)
                 height: 90
                 radius: 8
-                color: "#eef1f6"
-                border.color: "#cfd6e2"
-                Text { anchors.centerIn: parent; text: "▢"; font.pixelSize: 30; color: "#8a94a6" }
+                color: Theme.pill
+                border.color: Theme.border
+                Text { anchors.centerIn: parent; text: "▢"; font.pointSize: Theme.large * 1.6; color: Theme.tertiaryText }
             }
             Text {
                 id: altText
@@ -184,8 +208,8 @@ Item {
                 width: loader.width
                 text: [partView.part.alt || "", partView.part.size || ""].filter(s => s.length > 0).join(" · ")
                 wrapMode: Text.Wrap
-                font.pixelSize: 11
-                color: "#6e6e73"
+                font.pointSize: Theme.caption
+                color: Theme.secondaryText
             }
         }
     }
@@ -194,7 +218,6 @@ Item {
     Component {
         id: jsonPart
         Rectangle {
-            id: json
             readonly property string kind: partView.part.kind
             readonly property string title: kind === "data" ? "数据" + (partView.part.mime ? " · " + partView.part.mime : "")
                 : kind === "tool_call" ? "⚙ 工具调用 · " + (partView.part.name || "tool call")
@@ -204,13 +227,13 @@ Item {
                 : kind === "tool_call" ? (partView.part.args || "")
                 : kind === "tool_result" ? (partView.part.result || "")
                 : (partView.part.raw || ""))
-            readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : "#e5484d") : "#5b6b7f"
+            readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : Theme.danger) : Theme.tertiaryText
             readonly property real naturalWidth: partView.wide
             width: loader.width
             implicitHeight: jsonColumn.implicitHeight + 16
             radius: 8
-            color: "#f6f7f9"
-            border.color: Qt.lighter(accent, 1.6)
+            color: Theme.payload
+            border.color: Theme.dark ? Qt.darker(accent, 1.6) : Qt.lighter(accent, 1.6)
             Column {
                 id: jsonColumn
                 x: 10
@@ -220,21 +243,19 @@ Item {
                 Text {
                     id: titleText
                     textFormat: Text.PlainText
-                    text: json.title + (partView.part.callId ? "  #" + partView.part.callId : "")
-                    font.pixelSize: 11
+                    text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
+                    font.pointSize: Theme.caption
                     font.bold: true
-                    color: json.accent
+                    color: parent.parent.accent
                 }
-                Text {
+                SelectableText {
                     id: bodyText
                     visible: text.length > 0
                     width: parent.width
-                    text: json.body
-                    textFormat: Text.PlainText
-                    wrapMode: Text.WrapAnywhere
+                    text: parent.parent.body
+                    wrapMode: TextEdit.WrapAnywhere
                     font.family: "monospace"
-                    font.pixelSize: 11
-                    color: "#1d1d1f"
+                    font.pointSize: Theme.caption
                 }
                 Text {
                     id: errorText
@@ -243,11 +264,10 @@ Item {
                     width: parent.width
                     text: partView.part.error || ""
                     wrapMode: Text.Wrap
-                    font.pixelSize: 12
-                    color: "#e5484d"
+                    font.pointSize: Theme.small
+                    color: Theme.danger
                 }
             }
         }
     }
-    // qmllint enable unqualified
 }
