@@ -1,31 +1,28 @@
 #include "alerts/MonogramAvatar.h"
 
+#include "core/Characters.h"
+
 #include <QBuffer>
 #include <QFont>
 #include <QPainter>
-#include <QRegularExpression>
 
 namespace MonogramAvatar {
 
 QString initials(const QString &name)
 {
-    static const QRegularExpression separators(QStringLiteral("[\\s_\\-.]+"));
-    const QStringList words = name.split(separators, Qt::SkipEmptyParts);
-    if (words.isEmpty())
-        return QStringLiteral("?");
-    QString out;
-    if (words.size() >= 2) {
-        // Whole characters: a handle may start with a letter outside the BMP.
-        out = words[0].left(words[0].at(0).isHighSurrogate() ? 2 : 1)
-            + words[1].left(words[1].at(0).isHighSurrogate() ? 2 : 1);
-    } else {
-        const QString &w = words[0];
-        qsizetype n = 0;
-        for (int chars = 0; chars < 2 && n < w.size(); ++chars)
-            n += (w.at(n).isHighSurrogate() && n + 1 < w.size()) ? 2 : 1;
-        out = w.left(n);
-    }
-    return out.toUpper();
+    return Characters::initials(name);
+}
+
+QColor handleColor(const QString &handle)
+{
+    if (handle.isEmpty())
+        return QColor(0x5b, 0x6b, 0x7f);
+    // FNV-1a over the UTF-16 units, not qHash: Qt's string hash is seeded per process and
+    // the same agent must get the same colour in every run.
+    quint32 h = 2166136261u;
+    for (const QChar c : handle)
+        h = (h ^ c.unicode()) * 16777619u;
+    return QColor::fromHsl(int(h % 360), 150, 110);
 }
 
 QColor brandGreen()

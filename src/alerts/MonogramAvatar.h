@@ -9,9 +9,12 @@
 // unread badge in the top-right corner (the tray icon).
 namespace MonogramAvatar {
 
-// "" → "?"; two or more words → the first letters of the first two; one word → its first
-// two characters; upper-cased. Words are split at spaces, '_', '-' and '.'.
+// Characters::initials: the same letters on every avatar.
 QString initials(const QString &name);
+
+// The colour of a handle's avatar inside the windows and the overlay: the same hue for
+// the same handle in every run. The monogram picture itself stays brand green.
+QColor handleColor(const QString &handle);
 
 QColor brandGreen();
 

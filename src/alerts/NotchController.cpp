@@ -1,5 +1,6 @@
 #include "alerts/NotchController.h"
 
+#include "core/Characters.h"
 #include "core/Log.h"
 
 #include <QDateTime>
@@ -108,6 +109,14 @@ bool NotchController::openReply(const NotifyFrame &frame, int unread)
         return false;
     }
     const NotchItem item = makeItem(frame);
+    // Every message is shown exactly once: the one being replied to leaves the queue, and
+    // another one on show goes back to its head, to be shown again once the reply is done.
+    if (item.msgId) {
+        std::erase_if(m_queue, [&](const Pending &p) { return p.item.msgId == item.msgId; });
+    }
+    const auto &shown = m_model.item();
+    if (m_model.state() != NotchState::hidden && shown && !(item.msgId && shown->msgId == item.msgId))
+        m_queue.push_front({ *shown, m_model.unread(), m_model.isPulse() });
     configureGeometry(*screen);
     m_model.setItem(item);
     m_model.setUnread(unread);
@@ -116,7 +125,9 @@ bool NotchController::openReply(const NotifyFrame &frame, int unread)
     m_model.setQueued(int(m_queue.size()));
     m_model.setReplyText(QString());
     ensurePanel();
-    m_panel->orderFront(NotchGeometry::panelFrame(m_measure, NotchGeometry::estimatedCompactSize(m_measure, false)));
+    if (m_panel)
+        m_panel->orderFront(
+            NotchGeometry::panelFrame(m_measure, NotchGeometry::estimatedCompactSize(m_measure, false)));
     m_pinned = true;
     cancelDismiss();
     m_model.setState(NotchState::expanded, NotchMotion::appear(reduceMotion()));
@@ -258,6 +269,10 @@ void NotchController::handle(const NotchAction &action)
     using K = NotchAction::Kind;
     switch (action.kind) {
     case K::expand:
+        // A click on the compact strip. The open card is where the user reads, copies and
+        // types: a click there must not pin it or stretch a short close to 45 s.
+        if (m_model.state() != NotchState::compact || m_model.replyVisible())
+            break;
         m_pinned = true;
         cancelDismiss();
         if (m_model.state() != NotchState::expanded)
@@ -281,7 +296,7 @@ void NotchController::handle(const NotchAction &action)
         if (m_ports.pasteboard)
             m_ports.pasteboard->copyConcealed(*item.codeText);
         flashFeedback(QStringLiteral("代码已复制"));
-        log(QStringLiteral("notch: copy code (%1 chars) %2").arg(item.codeText->size()).arg(id));
+        log(QStringLiteral("notch: copy code (%1 chars) %2").arg(Characters::count(*item.codeText)).arg(id));
         break;
     case K::beginReply:
         cancelDismiss();
@@ -304,7 +319,7 @@ void NotchController::handle(const NotchAction &action)
             scheduleDismiss(3);
         }
         log(QStringLiteral("notch: fill (user-initiated, %1 chars, delivered=%2) %3")
-                .arg(text.size())
+                .arg(Characters::count(text))
                 .arg(delivered ? QStringLiteral("true") : QStringLiteral("false"), id));
         break;
     }

@@ -29,8 +29,9 @@ public:
     // quiet arrival, with or without the chime. `unread` is the count to show.
     void present(const NotifyFrame &frame, int unread, const Alert &alert);
     // Shows this message at once, expanded and pinned, with its reply field open and
-    // focused: the "回复" action of a banner on desktops without inline reply. Whatever
-    // was on show is replaced; the queue is kept. False when there is no screen.
+    // focused: the "回复" action of a banner on desktops without inline reply. Another
+    // message on show goes back to the head of the queue and this one leaves the queue, so
+    // each is shown once. False when there is no screen.
     bool openReply(const NotifyFrame &frame, int unread);
 
     void handle(const NotchAction &action);

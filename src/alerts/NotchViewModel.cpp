@@ -1,9 +1,7 @@
 #include "alerts/NotchViewModel.h"
 
+#include "alerts/MonogramAvatar.h"
 #include "model/Format.h"
-
-#include <QColor>
-#include <QRegularExpression>
 
 NotchViewModel::NotchViewModel(QObject *parent)
     : QObject(parent)
@@ -34,32 +32,12 @@ QString NotchViewModel::codeText() const
 
 QString NotchViewModel::initials() const
 {
-    if (!m_item)
-        return {};
-    // Handles are often "first-last" or "first_last": take the first letter of each of
-    // the first two words, else the first two characters.
-    static const QRegularExpression separators(QStringLiteral("[-_.\\s]+"));
-    const QString name = sender();
-    const QStringList words = name.split(separators, Qt::SkipEmptyParts);
-    QString out;
-    if (words.size() >= 2)
-        out = words.at(0).left(1) + words.at(1).left(1);
-    else
-        out = name.left(2);
-    return out.toUpper();
+    return m_item ? MonogramAvatar::initials(sender()) : QString();
 }
 
 QString NotchViewModel::avatarColor() const
 {
-    if (!m_item)
-        return QStringLiteral("#5b6b7f");
-    // A stable hue per sender, so the same agent always gets the same colour.
-    // FNV-1a, not qHash: Qt's string hash is seeded per process.
-    quint32 h = 2166136261u;
-    for (const QChar c : m_item->sender)
-        h = (h ^ c.unicode()) * 16777619u;
-    const int hue = int(h % 360);
-    return QColor::fromHsl(hue, 150, 110).name();
+    return MonogramAvatar::handleColor(m_item ? m_item->sender : QString()).name();
 }
 
 QString NotchViewModel::accessibleLabel() const

@@ -103,11 +103,19 @@ QString NotificationController::bodyText(const QString &text) const
     return m_server.has(QStringLiteral("body-markup")) ? shown.toHtmlEscaped() : shown;
 }
 
+QString NotificationController::summaryOf(const NotifyFrame &frame)
+{
+    // The sender first: a title alone does not say who wrote.
+    const QString who = QStringLiteral("@") + Format::preview(frame.sender, Format::PreviewLimit::name);
+    const QString title = Format::preview(frame.title.value_or(QString()).trimmed(), Format::PreviewLimit::name);
+    return title.isEmpty() ? who : who + QStringLiteral(" · ") + title;
+}
+
 Banner NotificationController::messageBanner(const NotifyFrame &frame, Banner::Urgency urgency)
 {
     Banner b;
     // The summary is plain text by the specification; servers escape it themselves.
-    b.summary = Format::preview(frame.title.value_or(QStringLiteral("@") + frame.sender), Format::PreviewLimit::name);
+    b.summary = summaryOf(frame);
     b.body = bodyText(frame.body);
     b.category = kCategory;
     b.suppressSound = true;
@@ -144,6 +152,23 @@ void NotificationController::present(const NotifyFrame &frame, Banner::Urgency u
     if (shown.msgId && shown.msgId->isEmpty())
         shown.msgId.reset();
     send(banner, shown);
+}
+
+void NotificationController::presentNotice(const QString &summary, const QString &body, bool failed)
+{
+    if (m_state != State::enabled) {
+        log(QStringLiteral("notifications: no server — answer of \"%1\" not shown").arg(summary));
+        return;
+    }
+    Banner b;
+    b.summary = summary;
+    b.body = bodyText(body);
+    b.category = failed ? QStringLiteral("x-quillmote.action.error") : QStringLiteral("x-quillmote.action");
+    const QPointer<NotificationController> self(this);
+    m_port.post(b, [self](quint32 id, const QString &error) {
+        if (self && id == 0)
+            self->log(QStringLiteral("notifications: add failed: ") + error);
+    });
 }
 
 void NotificationController::send(Banner banner, const Shown &shown)

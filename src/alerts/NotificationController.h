@@ -33,11 +33,17 @@ public:
     void bootstrap();
     // Posts the banner at the urgency the alert policy chose.
     void present(const NotifyFrame &frame, Banner::Urgency urgency);
+    // A banner that only tells something (a desktop action's answer): no reply, no
+    // avatar. Dropped with a log line while banners are off.
+    void presentNotice(const QString &summary, const QString &body, bool failed);
 
     // An action on a banner. Returns whether a reply went out to a terminal, or nothing
     // when the action sent no reply.
     std::optional<bool> dispatch(
         const QString &actionId, const QString &sender, const QString &msgId, const QString &text);
+
+    // The banner's first line: "@alice", or "@alice · title" when the message has a title.
+    static QString summaryOf(const NotifyFrame &frame);
 
     bool isEnabled() const { return m_state == State::enabled; }
     bool hasInlineReply() const { return m_server.has(QStringLiteral("inline-reply")); }

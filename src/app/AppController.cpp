@@ -2,6 +2,7 @@
 
 #include "app/DeepLink.h"
 #include "platform/DesktopActions.h"
+#include "platform/DesktopColorScheme.h"
 #include "platform/DoNotDisturbWatcher.h"
 #include "platform/XdgAutostart.h"
 #include "state/AppState.h"
@@ -15,6 +16,7 @@
 #include "alerts/MenuBarController.h"
 #include "alerts/NotchController.h"
 #include "alerts/NotificationController.h"
+#include "core/Characters.h"
 #include "core/Log.h"
 #include "ipc/IPCPath.h"
 #include "ipc/SocketServer.h"
@@ -55,19 +57,49 @@ AppState &AppController::appState()
         m_stateClient = std::make_unique<StateClient>();
         m_appState = std::make_unique<AppState>();
         StateWiring::connectClient(m_stateClient.get(), m_appState.get());
+        // Reading a conversation in the window reads that sender's tray items too.
+        connect(m_appState.get(), &AppState::selectionChanged, this, [this] {
+            const auto &selection = m_appState->selection();
+            if (selection && selection->isConversation())
+                markSenderRead(selection->peer());
+        });
     }
     return *m_appState;
+}
+
+void AppController::followColorScheme()
+{
+    if (!m_colorScheme)
+        m_colorScheme = std::make_unique<DesktopColorScheme>();
 }
 
 void AppController::openMainWindow(const std::optional<QString> &focusPeer)
 {
     if (!m_mainWC) {
+        followColorScheme();
         m_mainWC = std::make_unique<MainWindowController>(appState(), stateClient());
         connect(m_mainWC.get(), &MainWindowController::openPreferencesRequested, this, &AppController::openPreferences);
         connect(m_mainWC.get(), &MainWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("mainwindow: controller created"));
     }
     m_mainWC->open(focusPeer);
+}
+
+void AppController::openConversation(const QString &peer)
+{
+    // The window opens as it is, then the selection moves: the same path a click in the
+    // sidebar takes, so the open is logged without the deep-link suffix.
+    openMainWindow();
+    appState().setSelection(DetailSelection::conversation(peer));
+}
+
+void AppController::markSenderRead(const QString &sender)
+{
+    const auto &recents = m_menuBar->recents();
+    const auto unread = std::count_if(
+        recents.cbegin(), recents.cend(), [&](const RecentItem &r) { return r.sender == sender && !r.read; });
+    for (qsizetype i = 0; i < unread; ++i)
+        m_menuBar->markRead(sender);
 }
 
 void AppController::openProfile()
@@ -79,7 +111,10 @@ void AppController::openProfile()
 void AppController::openPreferences()
 {
     if (!m_prefsWC) {
-        m_prefsWC = std::make_unique<PreferencesWindowController>();
+        followColorScheme();
+        if (!m_loginItem)
+            m_loginItem = std::make_unique<XdgLoginItem>(QCoreApplication::applicationFilePath());
+        m_prefsWC = std::make_unique<PreferencesWindowController>(m_loginItem.get());
         connect(m_prefsWC.get(), &PreferencesWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("prefs: window created"));
     }
@@ -89,19 +124,12 @@ void AppController::openPreferences()
 void AppController::openNativePreviewWindow()
 {
     if (!m_nativePreviewWC) {
+        followColorScheme();
         m_nativePreviewWC = std::make_unique<NativePreviewWindowController>();
         connect(m_nativePreviewWC.get(), &NativePreviewWindowController::closed, this, &AppController::windowClosed);
         Log::info(Log::Category::lifecycle, QStringLiteral("native-preview: controller created"));
     }
     m_nativePreviewWC->open();
-}
-
-void AppController::bringWindowsForward()
-{
-    if (m_mainWC && m_mainWC->window() && m_mainWC->window()->isVisible()) {
-        m_mainWC->window()->raise();
-        m_mainWC->window()->requestActivate();
-    }
 }
 
 void AppController::windowClosed()
@@ -155,12 +183,12 @@ void AppController::applicationDidFinishLaunching()
         const bool delivered = self->m_socket->broadcast(frame);
         Log::info(Log::Category::fill,
             QStringLiteral("fill → CLI (user-initiated): %1 chars msgId=%2 delivered=%3")
-                .arg(frame.text.size())
+                .arg(Characters::count(frame.text))
                 .arg(frame.msgId.value_or(QStringLiteral("<none>")), Log::boolText(delivered)));
         return delivered;
     };
     connect(m_notch.get(), &NotchController::openAppRequested, this, [this](const QString &sender) {
-        openMainWindow(sender);
+        openConversation(sender);
         Log::info(Log::Category::lifecycle, QStringLiteral("notch → mainwindow: opened + selected @%1").arg(sender));
     });
     // Desktops without an inline reply field: the banner's "回复" opens the overlay's.
@@ -184,19 +212,26 @@ void AppController::applicationDidFinishLaunching()
 
 void AppController::registerLoginItem()
 {
-    if (XdgAutostart::status() == XdgAutostart::Status::notRegistered) {
-        QString error;
-        if (XdgAutostart::registerEntry(QCoreApplication::applicationFilePath(), &error))
-            Log::info(Log::Category::lifecycle,
-                QStringLiteral("login-item: registered via XDG autostart %1").arg(XdgAutostart::entryPath()));
-        else
-            Log::error(Log::Category::lifecycle, QStringLiteral("login-item: register failed: %1").arg(error));
-    }
-    QString why;
-    if (XdgAutostart::status(&why) == XdgAutostart::Status::turnedOffByUser)
+    const XdgAutostart::LaunchOutcome outcome = XdgAutostart::atLaunch(QCoreApplication::applicationFilePath());
+    const QString path = XdgAutostart::entryPath();
+    switch (outcome.kind) {
+    case XdgAutostart::LaunchOutcome::registered:
+        Log::info(Log::Category::lifecycle, QStringLiteral("login-item: registered via XDG autostart %1").arg(path));
+        break;
+    case XdgAutostart::LaunchOutcome::failed:
+        Log::error(Log::Category::lifecycle, QStringLiteral("login-item: register failed: %1").arg(outcome.detail));
+        break;
+    case XdgAutostart::LaunchOutcome::turnedOffByUser:
         Log::info(Log::Category::lifecycle,
-            QStringLiteral("login-item: turned off by the user (%1 in %2) — left as it is")
-                .arg(why, XdgAutostart::entryPath()));
+            QStringLiteral("login-item: turned off by the user (%1 in %2) — left as it is").arg(outcome.detail, path));
+        break;
+    case XdgAutostart::LaunchOutcome::removedByUser:
+        Log::info(Log::Category::lifecycle,
+            QStringLiteral("login-item: turned off by the user (%1 removed) — left as it is").arg(path));
+        break;
+    case XdgAutostart::LaunchOutcome::enabled:
+        break;
+    }
 }
 
 void AppController::applyEnvironmentSwitches()
@@ -219,6 +254,11 @@ void AppController::startDesktopActions()
         return;
     }
     m_actions = std::make_unique<DesktopActions>();
+    // A KRunner run has no window of its own: its answer, or its error, comes as a banner.
+    connect(&m_actions->krunner(), &KRunnerBridge::resultReady, this,
+        [this](const QString &title, const QString &text, bool failed) {
+            m_notifications->presentNotice(title, text, failed);
+        });
     m_actions->start();
     m_doNotDisturb->start();
 }
@@ -231,14 +271,18 @@ void AppController::handleURLString(const QString &text)
     }
     const QUrl url(text);
     if (url.isValid())
-        handleDeepLink(url);
+        handleDeepLink(url, DeepLink::parse(text));
 }
 
 void AppController::handleDeepLink(const QUrl &url)
 {
-    const DeepLink link = DeepLink::parse(url);
+    handleDeepLink(url, DeepLink::parse(url));
+}
+
+void AppController::handleDeepLink(const QUrl &url, const DeepLink &link)
+{
     if (link.kind == DeepLink::Kind::conversation)
-        openMainWindow(link.target);
+        openConversation(link.target);
     Log::info(Log::Category::lifecycle, link.logLine(url));
 }
 
@@ -249,12 +293,13 @@ void AppController::applicationWillTerminate()
 
 void AppController::openSender(const QString &sender)
 {
-    // The wake-up URL goes straight to our own handler: there it only brings the app
-    // forward, as a click on a banner of a running app does.
+    // The wake-up URL goes straight to our own handler, where it is logged and does
+    // nothing more; then the window shows the conversation, closed or not.
     const QUrl url = DeepLink::openSenderUrl(sender);
     if (url.isValid())
         handleDeepLink(url);
-    bringWindowsForward();
+    openConversation(sender);
+    markSenderRead(sender);
 }
 
 bool AppController::sendReply(const ReplyFrame &frame, const QString &logPrefix)

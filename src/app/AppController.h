@@ -10,7 +10,10 @@
 class QUrl;
 
 class AppState;
+class LoginItem;
+struct DeepLink;
 class DesktopActions;
+class DesktopColorScheme;
 class DoNotDisturbWatcher;
 class MainWindowController;
 class NativePreviewWindowController;
@@ -51,6 +54,8 @@ public:
     void handleDeepLink(const QUrl &url);
 
     void openMainWindow(const std::optional<QString> &focusPeer = std::nullopt);
+    // Opens the main window, then selects the conversation with `peer`.
+    void openConversation(const QString &peer);
     void openProfile();
     void openPreferences();
     void openNativePreviewWindow();
@@ -67,9 +72,12 @@ private:
     void registerLoginItem();
     void applyEnvironmentSwitches();
     void startDesktopActions();
-    void bringWindowsForward();
     void windowClosed();
+    void followColorScheme();
     void handleNotify(const NotifyFrame &frame);
+    void handleDeepLink(const QUrl &url, const DeepLink &link);
+    // Marks every unread tray item of the sender read, one markRead each.
+    void markSenderRead(const QString &sender);
     bool sendReply(const ReplyFrame &frame, const QString &logPrefix);
 
     // Adapters first: the controllers hold references to them.
@@ -84,6 +92,8 @@ private:
     // Made on first use and kept for the life of the process.
     std::unique_ptr<StateClient> m_stateClient;
     std::unique_ptr<AppState> m_appState;
+    std::unique_ptr<LoginItem> m_loginItem;
+    std::unique_ptr<DesktopColorScheme> m_colorScheme; // with the first window
     std::unique_ptr<PreferencesWindowController> m_prefsWC;
     std::unique_ptr<MainWindowController> m_mainWC;
     std::unique_ptr<NativePreviewWindowController> m_nativePreviewWC;

@@ -23,6 +23,13 @@ DeepLink DeepLink::parse(const QUrl &url)
     return { Kind::noTarget, {} };
 }
 
+DeepLink DeepLink::parse(const QString &text)
+{
+    if (!text.startsWith(QLatin1String("quillmote:")))
+        return { Kind::notQuillmote, {} };
+    return parse(QUrl(text));
+}
+
 QString DeepLink::logLine(const QUrl &url) const
 {
     switch (kind) {

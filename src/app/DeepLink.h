@@ -15,6 +15,8 @@ struct DeepLink {
     QString target; // the handle for conversation and legacyWakeup
 
     static DeepLink parse(const QUrl &url);
+    // The text as it came: the scheme must be exactly "quillmote" (QUrl lower-cases it).
+    static DeepLink parse(const QString &text);
     // The log line the controller writes for this link ("url-scheme: …").
     QString logLine(const QUrl &url) const;
     // The wake-up URL for a sender: quillmote://open?sender=<percent-encoded handle>.

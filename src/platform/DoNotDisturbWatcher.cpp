@@ -17,7 +17,6 @@ const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kPortalSettings = QStringLiteral("org.freedesktop.portal.Settings");
 const QString kGnomeNotifications = QStringLiteral("org.gnome.desktop.notifications");
 const QString kShowBanners = QStringLiteral("show-banners");
-constexpr int kPollMs = 5000;
 
 // The portal's Read wraps the value in one more variant than ReadOne does.
 QVariant unwrap(QVariant v)
@@ -32,8 +31,6 @@ DoNotDisturbWatcher::DoNotDisturbWatcher(QDBusConnection bus, QObject *parent)
     : QObject(parent)
     , m_bus(std::move(bus))
 {
-    m_poll.setInterval(kPollMs);
-    connect(&m_poll, &QTimer::timeout, this, [this] { readProperty(kDunst, QStringLiteral("paused"), &m_paused); });
 }
 
 void DoNotDisturbWatcher::start()
@@ -46,6 +43,13 @@ void DoNotDisturbWatcher::start()
         SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
     m_bus.connect(QString(), kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,
         SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+    m_server.setConnection(m_bus);
+    m_server.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    m_server.addWatchedService(kNotifications);
+    connect(&m_server, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+        readProperty(kNotifications, QStringLiteral("Inhibited"), &m_inhibited);
+        readProperty(kDunst, QStringLiteral("paused"), &m_paused);
+    });
     readAll();
 }
 
@@ -71,14 +75,12 @@ void DoNotDisturbWatcher::readProperty(const QString &interface, const QString &
         = QDBusMessage::createMethodCall(kNotifications, kNotificationsPath, kProperties, QStringLiteral("Get"));
     get << interface << property;
     auto *w = new QDBusPendingCallWatcher(m_bus.asyncCall(get), this);
-    connect(w, &QDBusPendingCallWatcher::finished, this, [this, into, interface](QDBusPendingCallWatcher *call) {
+    connect(w, &QDBusPendingCallWatcher::finished, this, [this, into](QDBusPendingCallWatcher *call) {
         call->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *call;
         if (reply.isError())
             return;
         set(into, unwrap(reply.value().variant()).toBool());
-        if (interface == kDunst && !m_poll.isActive())
-            m_poll.start();
     });
 }
 

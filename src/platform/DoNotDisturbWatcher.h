@@ -3,18 +3,19 @@
 #include "alerts/DoNotDisturbPort.h"
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
-#include <QTimer>
 #include <QVariantMap>
 
 // Follows the desktop's do-not-disturb and runs the Focus filter on every change with the
 // user's breakthrough choice, keeping what it records. Sources, any of which may be missing:
 //  - KDE Plasma: the notification server's "Inhibited" property;
-//  - dunst: the "paused" property of org.dunstproject.cmd0 (also polled, as older dunst
-//    versions do not announce it);
+//  - dunst: the "paused" property of org.dunstproject.cmd0, which dunst announces with
+//    PropertiesChanged (nothing is polled: waiting must cost no wake-ups);
 //  - GNOME: "show-banners" of org.gnome.desktop.notifications through the settings portal.
-// Do-not-disturb is on when any of them says so.
+// Do-not-disturb is on when any of them says so. A notification server that (re)starts is
+// read afresh.
 class DoNotDisturbWatcher : public QObject, public DoNotDisturbPort
 {
     Q_OBJECT
@@ -39,9 +40,9 @@ private:
     void set(bool *field, bool value);
 
     QDBusConnection m_bus;
-    QTimer m_poll;
     bool m_inhibited = false;
     bool m_paused = false;
     bool m_bannersOff = false;
     bool m_breakthrough = false;
+    QDBusServiceWatcher m_server;
 };

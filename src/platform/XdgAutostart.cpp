@@ -1,5 +1,6 @@
 #include "platform/XdgAutostart.h"
 
+#include "core/SettingsStore.h"
 #include "platform/autostart_template.h"
 
 #include <QDir>
@@ -70,6 +71,58 @@ bool registerEntry(const QString &executable, QString *error)
             *error = file.errorString();
         return false;
     }
+    return true;
+}
+
+namespace {
+bool writtenBefore()
+{
+    return SettingsStore::value(QString::fromLatin1(writtenKey)).value_or(false).toBool();
+}
+
+bool writeEntry(const QString &executable, QString *error)
+{
+    if (!registerEntry(executable, error))
+        return false;
+    SettingsStore::setValue(QString::fromLatin1(writtenKey), true);
+    return true;
+}
+} // namespace
+
+LaunchOutcome atLaunch(const QString &executable)
+{
+    QString why;
+    switch (status(&why)) {
+    case Status::enabled:
+        // An entry that is there was written once, by us or an older version of us.
+        if (!writtenBefore())
+            SettingsStore::setValue(QString::fromLatin1(writtenKey), true);
+        return { LaunchOutcome::enabled, {} };
+    case Status::turnedOffByUser:
+        return { LaunchOutcome::turnedOffByUser, why };
+    case Status::notRegistered:
+        break;
+    }
+    if (writtenBefore())
+        return { LaunchOutcome::removedByUser, {} };
+    QString error;
+    if (!writeEntry(executable, &error))
+        return { LaunchOutcome::failed, error };
+    return { LaunchOutcome::registered, {} };
+}
+
+bool setEnabled(bool on, const QString &executable, QString *error)
+{
+    if (on)
+        return writeEntry(executable, error);
+    QFile file(entryPath());
+    if (file.exists() && !file.remove()) {
+        if (error)
+            *error = file.errorString();
+        return false;
+    }
+    // Off is remembered the same way as a removal by hand: the next start leaves it off.
+    SettingsStore::setValue(QString::fromLatin1(writtenKey), true);
     return true;
 }
 

@@ -108,7 +108,8 @@ void AppState::adopt(std::shared_ptr<const Derived> derived)
     m_filteredValid = false;
     Q_EMIT stateChanged();
     Q_EMIT filteredSessionsChanged();
-    reconcileSelection();
+    // The selection stays whatever the new document holds: a deep link may name a peer
+    // who has not written yet and is no contact, and the page waits for them.
     markSelectionRead();
     // Freeing a long history's derivation takes milliseconds; the views have let go of the
     // old records by now, so a worker can do it.
@@ -351,20 +352,6 @@ void AppState::setSearchText(const QString &text)
         m_filteredValid = false;
         Q_EMIT filteredSessionsChanged();
     }
-}
-
-void AppState::reconcileSelection()
-{
-    assertMainThread();
-    if (!m_selection || !m_selection->isConversation())
-        return;
-    const QString &peer = m_selection->peer();
-    const PeerInfo *info = peerInfo(peer);
-    const bool hasMessages = info && !info->messages.isEmpty();
-    if (hasMessages || m_derived->contactByHandle.contains(peer))
-        return;
-    m_selection.reset();
-    Q_EMIT selectionChanged();
 }
 
 void AppState::markSelectionRead()

@@ -54,14 +54,11 @@ public:
     int totalUnread() const;
 
     const std::optional<DetailSelection> &selection() const;
-    // Selecting a conversation marks it read.
+    // Selecting a conversation marks it read. A new document never changes the selection,
+    // not even for a peer it does not know.
     void setSelection(const std::optional<DetailSelection> &selection);
     const QString &searchText() const;
     void setSearchText(const QString &text);
-
-    // Drops a conversation selection whose peer has neither messages nor a contact any more;
-    // the profile always stays.
-    void reconcileSelection();
 
 Q_SIGNALS:
     void stateChanged(); // sessions, conversations and contacts were re-derived

@@ -133,6 +133,11 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
     }
     case StatusRole:
         return m.status.value_or(QString());
+    case SpokenRole: {
+        const QString who = m.direction == QLatin1String("out") ? QStringLiteral("我") : QStringLiteral("@") + m.peer;
+        const QString time = data(index, TimeRole).toString();
+        return QStringLiteral("%1，%2：%3").arg(who, time, ContentNormalizer::preview(m.type, m.content));
+    }
     default:
         return {};
     }
@@ -141,7 +146,13 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
 QHash<int, QByteArray> ConversationModel::roleNames() const
 {
     return { { IdRole, "messageId" }, { OutgoingRole, "outgoing" }, { TypeRole, "messageType" }, { PartsRole, "parts" },
-        { TimeRole, "time" }, { SeparatorRole, "separator" }, { StatusRole, "status" } };
+        { TimeRole, "time" }, { SeparatorRole, "separator" }, { StatusRole, "status" }, { SpokenRole, "spoken" } };
+}
+
+void ConversationModel::refreshDayLabels()
+{
+    if (!m_rows.isEmpty())
+        Q_EMIT dataChanged(index(0), index(int(m_rows.size() - 1)), { SeparatorRole });
 }
 
 QString ConversationModel::partText(const QString &messageId, int part, int chars) const

@@ -26,6 +26,7 @@ public:
         TimeRole, // "HH:mm"
         SeparatorRole, // the day label when the message opens a day, else ""
         StatusRole, // "queued", "sent", "delivered", "read", "failed" or ""
+        SpokenRole, // the bubble for a screen reader: who, when and the preview
     };
 
     ConversationModel(AppState &state, ContentImageProvider *images, QObject *parent = nullptr);
@@ -33,6 +34,8 @@ public:
     const QString &peer() const { return m_peer; }
     // Shows the conversation with peer ("" for none).
     void setPeer(const QString &peer);
+    // The day labels are relative to today ("今天", "昨天"): a new day rewrites them.
+    void refreshDayLabels();
 
     // Up to `chars` characters of a part whose preview was cut ("length" in its map),
     // for a bubble that shows more on demand.

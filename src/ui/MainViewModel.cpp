@@ -1,10 +1,12 @@
 #include "ui/MainViewModel.h"
 
+#include "core/Characters.h"
 #include "state/AppState.h"
 #include "state/SessionListModel.h"
 #include "state/StateClient.h"
 #include "ui/ConversationModel.h"
 
+#include <QDateTime>
 #include <QRegularExpression>
 
 MainViewModel::MainViewModel(AppState &state, StateClient *client, ContentImageProvider *images, QObject *parent)
@@ -20,6 +22,21 @@ MainViewModel::MainViewModel(AppState &state, StateClient *client, ContentImageP
     if (m_client)
         connect(m_client, &StateClient::connectionChanged, this, &MainViewModel::offlineChanged);
     followSelection();
+    m_newDay.setSingleShot(true);
+    connect(&m_newDay, &QTimer::timeout, this, [this] {
+        m_conversation->refreshDayLabels();
+        m_sessions->update();
+        scheduleNewDay();
+    });
+    scheduleNewDay();
+}
+
+void MainViewModel::scheduleNewDay()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime midnight(now.date().addDays(1), QTime(0, 0));
+    // A second late, so "now" is surely the new day; a coarse timer is fine for a label.
+    m_newDay.start(std::chrono::milliseconds(now.msecsTo(midnight) + 1000));
 }
 
 MainViewModel::~MainViewModel() = default;
@@ -104,11 +121,27 @@ QString MainViewModel::groupsOfFour(const QString &fingerprint)
 namespace {
 QVariantMap personRow(const QString &handle, const QString &fingerprint, const QString &status)
 {
-    return { { QStringLiteral("handle"), handle }, { QStringLiteral("initials"), handle.left(1).toUpper() },
+    return { { QStringLiteral("handle"), handle }, { QStringLiteral("initials"), Characters::initials(handle) },
         { QStringLiteral("fingerprint"), MainViewModel::groupsOfFour(fingerprint) },
-        { QStringLiteral("status"), status } };
+        { QStringLiteral("status"), status }, { QStringLiteral("note"), MainViewModel::statusText(status) } };
+}
+
+bool isConnected(const Contact &c)
+{
+    return !c.status || c.status->isEmpty() || *c.status == QLatin1String("connected");
 }
 } // namespace
+
+QString MainViewModel::statusText(const QString &status)
+{
+    if (status.isEmpty() || status == QLatin1String("connected"))
+        return QStringLiteral("已连接");
+    if (status == QLatin1String("pending"))
+        return QStringLiteral("待对方确认");
+    if (status == QLatin1String("blocked"))
+        return QStringLiteral("已屏蔽");
+    return status;
+}
 
 QVariantList MainViewModel::pending() const
 {
@@ -122,7 +155,17 @@ QVariantList MainViewModel::contacts() const
 {
     QVariantList rows;
     for (const Contact &c : m_state.state().contacts)
-        rows.append(personRow(c.handle, c.fingerprint, c.status.value_or(QString())));
+        if (isConnected(c))
+            rows.append(personRow(c.handle, c.fingerprint, c.status.value_or(QString())));
+    return rows;
+}
+
+QVariantList MainViewModel::otherContacts() const
+{
+    QVariantList rows;
+    for (const Contact &c : m_state.state().contacts)
+        if (!isConnected(c))
+            rows.append(personRow(c.handle, c.fingerprint, c.status.value_or(QString())));
     return rows;
 }
 

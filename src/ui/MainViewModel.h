@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QVariantList>
 
 class AppState;
@@ -29,9 +30,11 @@ class MainViewModel : public QObject
     Q_PROPERTY(QObject *conversation READ conversation CONSTANT)
     Q_PROPERTY(QString selfHandle READ selfHandle NOTIFY profileChanged)
     Q_PROPERTY(QString selfFingerprint READ selfFingerprint NOTIFY profileChanged)
-    // [{handle, initials, fingerprint, status}]
+    // [{handle, initials, fingerprint, status, note}]
     Q_PROPERTY(QVariantList pending READ pending NOTIFY profileChanged)
+    // Contacts whose status is "connected" (or who have none), and the others.
     Q_PROPERTY(QVariantList contacts READ contacts NOTIFY profileChanged)
+    Q_PROPERTY(QVariantList otherContacts READ otherContacts NOTIFY profileChanged)
 public:
     MainViewModel(AppState &state, StateClient *client, ContentImageProvider *images, QObject *parent = nullptr);
     ~MainViewModel() override;
@@ -51,9 +54,12 @@ public:
     QString selfFingerprint() const;
     QVariantList pending() const;
     QVariantList contacts() const;
+    QVariantList otherContacts() const;
 
     // Fingerprint text in blocks of four, whatever spacing it came with.
     static QString groupsOfFour(const QString &fingerprint);
+    // A contact's status as the profile shows it: "已连接", "待对方确认", or the status itself.
+    static QString statusText(const QString &status);
 
     Q_INVOKABLE void selectConversation(const QString &peer);
     Q_INVOKABLE void openProfile();
@@ -72,11 +78,13 @@ Q_SIGNALS:
 
 private:
     void followSelection();
+    void scheduleNewDay();
 
     AppState &m_state;
     QPointer<StateClient> m_client;
     SessionListModel *m_sessions;
     ConversationModel *m_conversation;
+    QTimer m_newDay; // fires just after local midnight
     bool m_launching = false;
     QString m_launchError;
 };

@@ -1,11 +1,33 @@
 #include "ui/PreferencesModel.h"
 
+#include "core/Log.h"
 #include "core/SettingsStore.h"
 #include "intents/QuillmoteFocusFilter.h"
+#include "ui/LoginItem.h"
 
-PreferencesModel::PreferencesModel(QObject *parent)
+PreferencesModel::PreferencesModel(LoginItem *loginItem, QObject *parent)
     : QObject(parent)
+    , m_loginItem(loginItem)
 {
+}
+
+bool PreferencesModel::loginItem() const
+{
+    return m_loginItem && m_loginItem->enabled();
+}
+
+void PreferencesModel::setLoginItem(bool on)
+{
+    if (!m_loginItem)
+        return;
+    QString error;
+    if (m_loginItem->setEnabled(on, &error))
+        Log::info(Log::Category::lifecycle,
+            on ? QStringLiteral("login-item: turned on in the preferences")
+               : QStringLiteral("login-item: turned off in the preferences"));
+    else
+        Log::error(Log::Category::lifecycle, QStringLiteral("login-item: change failed: %1").arg(error));
+    Q_EMIT changed();
 }
 
 QVariantList PreferencesModel::switches() const

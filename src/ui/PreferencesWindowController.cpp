@@ -5,9 +5,9 @@
 
 #include <QQuickWindow>
 
-PreferencesWindowController::PreferencesWindowController(QObject *parent)
+PreferencesWindowController::PreferencesWindowController(LoginItem *loginItem, QObject *parent)
     : QObject(parent)
-    , m_model(new PreferencesModel(this))
+    , m_model(new PreferencesModel(loginItem, this))
 {
     m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote 偏好设置"), QSize(520, 560),
         QSize(460, 480), QStringLiteral("QuillmotePreferencesWindow"), QStringLiteral("PreferencesView") });
@@ -20,6 +20,7 @@ PreferencesWindowController::~PreferencesWindowController() = default;
 void PreferencesWindowController::open()
 {
     m_model->reload();
+    m_window->fitHeightToContent();
     m_window->bringToFront();
 }
 

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+class LoginItem;
 class PreferencesModel;
 class QQuickWindow;
 class ViewWindow;
@@ -14,7 +15,7 @@ class PreferencesWindowController : public QObject
 {
     Q_OBJECT
 public:
-    explicit PreferencesWindowController(QObject *parent = nullptr);
+    explicit PreferencesWindowController(LoginItem *loginItem = nullptr, QObject *parent = nullptr);
     ~PreferencesWindowController() override;
 
     void open();

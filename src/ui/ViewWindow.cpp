@@ -2,11 +2,15 @@
 
 #include "core/Log.h"
 #include "core/SettingsStore.h"
+#include "ui/Theme.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
+
+#include <cmath>
 
 ViewWindow::ViewWindow(const Setup &setup, QObject *parent)
     : QObject(parent)
@@ -16,7 +20,8 @@ ViewWindow::ViewWindow(const Setup &setup, QObject *parent)
     m_view->setTitle(setup.title);
     m_view->setMinimumSize(setup.minimumSize);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_view->setColor(QColor(QStringLiteral("#f5f5f7")));
+    m_view->setColor(Theme::instance()->window());
+    connect(Theme::instance(), &Theme::changed, this, [this] { m_view->setColor(Theme::instance()->window()); });
 
     QRect frame(QPoint(0, 0), setup.size);
     const auto saved = SettingsStore::value(setup.autosaveKey);
@@ -74,6 +79,28 @@ void ViewWindow::bringToFront()
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
+}
+
+void ViewWindow::fitHeightToContent()
+{
+    QQuickItem *root = m_view->rootObject();
+    if (!root)
+        return;
+    connect(root, &QQuickItem::implicitHeightChanged, this, &ViewWindow::applyContentHeight, Qt::UniqueConnection);
+    applyContentHeight();
+}
+
+void ViewWindow::applyContentHeight()
+{
+    const QQuickItem *root = m_view->rootObject();
+    int wanted = int(std::ceil(root->implicitHeight()));
+    if (const QScreen *screen = m_view->screen())
+        wanted = qMin(wanted, screen->availableGeometry().height() - 48);
+    if (wanted <= 0)
+        return;
+    m_view->setMinimumHeight(wanted);
+    if (m_view->height() < wanted)
+        m_view->resize(m_view->width(), wanted);
 }
 
 void ViewWindow::saveGeometry()

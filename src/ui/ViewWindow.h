@@ -35,6 +35,9 @@ public:
     QQmlEngine *engine() const;
     // Shows, raises and asks for keyboard focus.
     void bringToFront();
+    // Makes the window at least as tall as its view wants (the view's implicitHeight),
+    // within the screen, so nothing is cut off; follows the view as it grows.
+    void fitHeightToContent();
 
 Q_SIGNALS:
     // The user closed the window (it is only hidden).
@@ -45,6 +48,7 @@ protected:
 
 private:
     void saveGeometry();
+    void applyContentHeight();
     Setup m_setup;
     std::unique_ptr<QQuickView> m_view;
     QTimer m_saveTimer; // moves and resizes come in bursts; one write after they settle

@@ -273,6 +273,53 @@ private Q_SLOTS:
             QCOMPARE(r.pasteboard->copies, QStringList { QStringLiteral("git push -f\n ") });
     }
 
+    void bannerReplyShowsEveryMessageOnce()
+    {
+        Rig r;
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(false));
+        r.notch->present(frame(QStringLiteral("carol"), QStringLiteral("m3")), 3, arrival(false));
+        // "回复" on bob's banner: bob leaves the queue, alice (on show) goes back to its head.
+        QVERIFY(r.notch->openReply(frame(QStringLiteral("bob"), QStringLiteral("m2")), 3));
+        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QVERIFY(r.model().replyVisible());
+        QCOMPARE(r.notch->queueLength(), 2);
+        QCOMPARE(r.model().queued(), 2);
+
+        r.notch->handle({ NotchAction::Kind::submitReply, QStringLiteral("ok") });
+        QStringList shown { *r.msgId() };
+        for (int step = 0; step < 20 && (r.state() != QStringLiteral("hidden") || r.notch->queueLength() > 0); ++step) {
+            r.clock->advance(r.notch->pendingDismissDelay().value_or(0.5));
+            if (r.state() != QStringLiteral("hidden") && r.msgId() != shown.last())
+                shown << *r.msgId();
+        }
+        QCOMPARE(shown, (QStringList { "m2", "m1", "m3" }));
+
+        // Replying to the message already on show neither queues nor repeats it.
+        Rig s;
+        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        QVERIFY(s.notch->openReply(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1));
+        QCOMPARE(s.notch->queueLength(), 0);
+    }
+
+    void clicksOnTheOpenCardNeitherPinNorStretchTheClose()
+    {
+        Rig r;
+        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.notch->hoverChanged(true);
+        r.notch->handle({ NotchAction::Kind::beginReply, {} });
+        r.notch->handle({ NotchAction::Kind::expand, {} }); // a click into the text being typed
+        QVERIFY(!r.notch->pinned());
+        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
+
+        r.notch->handle({ NotchAction::Kind::submitReply, QStringLiteral("ok") });
+        r.notch->handle({ NotchAction::Kind::expand, {} });
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(1.4));
+        r.notch->handle({ NotchAction::Kind::fill, {} });
+        r.notch->handle({ NotchAction::Kind::expand, {} });
+        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(1.6));
+    }
+
     void debugSwitch_data()
     {
         QTest::addColumn<QByteArray>("value");

@@ -1,5 +1,6 @@
 // The banner logic against a fake server: what a banner carries, which banner a message
 // replaces, and where actions and replies go.
+#include "alerts/MonogramAvatar.h"
 #include "alerts/NotificationController.h"
 #include "fakes/FakeNotifications.h"
 #include "support/TestEnv.h"
@@ -72,6 +73,69 @@ private Q_SLOTS:
         m_server->server.available = true;
         m_server->answerProbe();
         QVERIFY(m_ctl->isEnabled());
+    }
+
+    void summaryNamesTheSender_data()
+    {
+        QTest::addColumn<std::optional<QString>>("title");
+        QTest::addColumn<QString>("summary");
+        QTest::newRow("no title") << std::optional<QString>() << "@alice";
+        QTest::newRow("title") << std::optional<QString>("Build") << "@alice · Build";
+        QTest::newRow("blank title") << std::optional<QString>("  ") << "@alice";
+    }
+    void summaryNamesTheSender()
+    {
+        QFETCH(std::optional<QString>, title);
+        QFETCH(QString, summary);
+        m_ctl->bootstrap();
+        NotifyFrame f = frame("alice", "done");
+        f.title = title;
+        m_ctl->present(f, Banner::Urgency::normal);
+        QCOMPARE(m_server->last().summary, summary);
+        QCOMPARE(m_server->last().body, QStringLiteral("done"));
+    }
+
+    void initialsTakeWholeCharacters_data()
+    {
+        QTest::addColumn<QString>("handle");
+        QTest::addColumn<QString>("initials");
+        QTest::newRow("empty") << ""
+                               << "?";
+        QTest::newRow("one word") << "alice"
+                                  << "AL";
+        QTest::newRow("two words") << "ada-lovelace_x"
+                                   << "AL";
+        QTest::newRow("emoji outside the BMP") << "😀bot"
+                                               << "😀B";
+        QTest::newRow("emoji sequence") << "👩‍💻-dev"
+                                        << "👩‍💻D";
+        QTest::newRow("combining mark") << "e\u0301clair"
+                                        << "E\u0301C";
+        QTest::newRow("chinese") << "小明"
+                                 << "小明";
+    }
+    void initialsTakeWholeCharacters()
+    {
+        QFETCH(QString, handle);
+        QFETCH(QString, initials);
+        QCOMPARE(MonogramAvatar::initials(handle), initials);
+    }
+
+    void noticesCarryTheAnswerAndNothingElse()
+    {
+        m_ctl->present(frame("alice", "before the server"), Banner::Urgency::normal);
+        m_ctl->presentNotice("发送消息", "x", false); // banners not yet on: only logged
+        QCOMPARE(m_server->posts.size(), 0);
+        m_server->server.capabilities << "body-markup";
+        m_ctl->bootstrap();
+        m_server->posts.clear();
+        const int tracked = m_ctl->trackedBanners();
+        m_ctl->presentNotice("发送消息", "失败: <no tool>", true);
+        QCOMPARE(m_server->last().summary, QStringLiteral("发送消息"));
+        QCOMPARE(m_server->last().body, QStringLiteral("失败: &lt;no tool&gt;"));
+        QVERIFY(m_server->last().actions.isEmpty());
+        QVERIFY(m_server->last().image.isNull());
+        QCOMPARE(m_ctl->trackedBanners(), tracked); // its actions lead nowhere
     }
 
     void markupServersGetEscapedBodies()

@@ -107,6 +107,9 @@ private Q_SLOTS:
         }
         QCOMPARE(app.log().count("mainwindow: controller created"), 1); // made once, reused
         QVERIFY(!app.log().contains("opened + selected @z"));
+        // A link opens the window as it is and then selects: no deep-link suffix.
+        QVERIFY(app.log().contains("open: window foregrounded"));
+        QVERIFY(!app.log().contains("focus deep-link"));
 
         // A user who turned the login item off keeps it off.
         QFile entry(env.configHome() + "/autostart/quillmote-notifier.desktop");
@@ -119,6 +122,15 @@ private Q_SLOTS:
         App again(env);
         QVERIFY(again.waitFor("login-item: turned off by the user (Hidden=true in "));
         QVERIFY(!again.log().contains("login-item: registered"));
+
+        // So does one who deleted the entry the app had written.
+        again.proc.terminate();
+        QVERIFY(again.proc.waitForFinished(5000));
+        QVERIFY(QFile::remove(entry.fileName()));
+        App third(env);
+        QVERIFY2(third.waitFor("launched (menu-bar accessory)"), qPrintable(third.log()));
+        QVERIFY(third.log().contains("login-item: turned off by the user (" + entry.fileName() + " removed)"));
+        QVERIFY(!QFile::exists(entry.fileName()));
     }
 
     void environmentSwitchesOpenWindowsInOrder()

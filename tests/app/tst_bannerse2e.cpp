@@ -13,10 +13,12 @@
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
+#include "ui/MainWindowController.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QProcess>
+#include <QQuickWindow>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -122,7 +124,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(dunst.displayed(), 1, 5000);
         const QString first = calls().first().text;
         QCOMPARE(calls().first().replacesId, 0u);
-        for (const char *expected : { "string \"Build\"", "string \"done\"", "string \"default\"",
+        for (const char *expected : { "string \"@alice · Build\"", "string \"done\"", "string \"default\"",
                  "string \"QUILLMOTE_OPEN\"", "string \"QUILLMOTE_REPLY\"", "string \"回复\"", "string \"im.received\"",
                  "string \"quillmote-notifier\"", "string \"suppress-sound\"" })
             QVERIFY2(first.contains(QString::fromUtf8(expected)), expected);
@@ -156,6 +158,8 @@ private Q_SLOTS:
     void inlineReplyReachesTheTerminal()
     {
         TestEnv env;
+        env.set("QUILLMOTE_BIN", "/nonexistent/quillmote"); // the window opens below: no state server
+        env.set("QUILLMOTE_WEB_PORT", "1");
         LogCapture log;
         FakeNotificationServer server({ "actions", "body", "inline-reply" });
         QVERIFY(server.start());
@@ -173,7 +177,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 1; }, 5000));
         const FakeNotificationServer::Call call = server.calls.first();
         QCOMPARE(call.appName, QStringLiteral("Quillmote Notifier"));
-        QCOMPARE(call.summary, QStringLiteral("Alice"));
+        QCOMPARE(call.summary, QStringLiteral("@alice · Alice"));
         QCOMPARE(call.body, QStringLiteral("在哪"));
         QCOMPARE(call.actions, (QStringList { "default", "打开", "QUILLMOTE_OPEN", "打开", "inline-reply", "回复" }));
         QCOMPARE(call.hints.value("x-kde-reply-placeholder-text").toString(), QStringLiteral("输入回复…"));
@@ -211,6 +215,13 @@ private Q_SLOTS:
         server.emitReplied(call.id, "   ");
         QVERIFY(log.waitFor("reply: empty text from alice"));
         QCOMPARE(log.count("reply → CLI"), 2);
+
+        // Opening the banner shows the conversation, though no window was open.
+        QVERIFY(!app.mainWindow());
+        server.emitAction(call.id, "default");
+        QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
+        QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("alice"));
+        QCOMPARE(app.menuBar().unread(), 0);
     }
 
     void profileSwitchPlainServerQuietModeReplyActionAndAServerThatReturns()

@@ -26,6 +26,8 @@ private Q_SLOTS:
             << "url-scheme: open?sender=@y — legacy wakeup, no-op on receive";
         QTest::newRow("other scheme") << "https://conversation/alice" << int(K::notQuillmote) << ""
                                       << "url-scheme: ignoring non-quillmote URL";
+        QTest::newRow("scheme in capitals") << "QUILLMOTE://conversation/alice" << int(K::notQuillmote) << ""
+                                            << "url-scheme: ignoring non-quillmote URL";
     }
 
     void readsTheFormsOfTheScheme()
@@ -35,7 +37,7 @@ private Q_SLOTS:
         QFETCH(QString, target);
         QFETCH(QString, log);
         const QUrl u(url);
-        const DeepLink link = DeepLink::parse(u);
+        const DeepLink link = DeepLink::parse(url);
         QCOMPARE(int(link.kind), kind);
         QCOMPARE(link.target, target);
         QCOMPARE(link.logLine(u), log);

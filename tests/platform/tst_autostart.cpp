@@ -1,5 +1,6 @@
 #include "platform/XdgAutostart.h"
 #include "support/TestEnv.h"
+#include "ui/PreferencesModel.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +10,34 @@ class TestAutostart : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+
+    void writtenOnceThenTheUserDecides()
+    {
+        TestEnv env;
+        using O = XdgAutostart::LaunchOutcome;
+        const QString exe = QStringLiteral("/opt/quill mote/quillmote-notifier");
+        QCOMPARE(XdgAutostart::atLaunch(exe).kind, O::registered); // first run
+        QVERIFY(QFile::exists(XdgAutostart::entryPath()));
+        QCOMPARE(XdgAutostart::atLaunch(exe).kind, O::enabled);
+
+        QVERIFY(QFile::remove(XdgAutostart::entryPath())); // removed by the user
+        QCOMPARE(XdgAutostart::atLaunch(exe).kind, O::removedByUser);
+        QVERIFY(!QFile::exists(XdgAutostart::entryPath()));
+
+        // The preferences switch writes and removes it; off stays off at the next start.
+        XdgLoginItem item(exe);
+        PreferencesModel prefs(&item);
+        QVERIFY(prefs.hasLoginItem() && !prefs.loginItem());
+        prefs.setLoginItem(true);
+        QVERIFY(prefs.loginItem());
+        QFile entry(XdgAutostart::entryPath());
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        QVERIFY(entry.readAll().contains("Exec=\"/opt/quill mote/quillmote-notifier\""));
+        prefs.setLoginItem(false);
+        QVERIFY(!prefs.loginItem());
+        QVERIFY(!QFile::exists(XdgAutostart::entryPath()));
+        QCOMPARE(XdgAutostart::atLaunch(exe).kind, O::removedByUser);
+    }
 
     void respectsTheUsersChoice_data()
     {

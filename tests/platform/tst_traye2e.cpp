@@ -4,10 +4,12 @@
 #include "alerts/MenuBarController.h"
 #include "app/AppController.h"
 #include "platform/SystemTray.h"
+#include "state/AppState.h"
 #include "support/LogCapture.h"
 #include "support/RequestRecorder.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
+#include "ui/MainWindowController.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -18,6 +20,8 @@
 #include <QJsonObject>
 #include <QMenu>
 #include <QProcess>
+#include <QQuickWindow>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QSystemTrayIcon>
 #include <QTest>
@@ -100,6 +104,8 @@ private Q_SLOTS:
     void hostReadsTheMenuAndTheIconShowsTheBadge()
     {
         TestEnv env;
+        env.set("QUILLMOTE_BIN", "/nonexistent/quillmote"); // the window opens below: no state server
+        env.set("QUILLMOTE_WEB_PORT", "1");
         LogCapture log;
         AppController app;
         app.applicationDidFinishLaunching();
@@ -176,10 +182,15 @@ private Q_SLOTS:
         QVERIFY2(signalsSeen.count("member=ItemsPropertiesUpdated") <= 2, qPrintable(signalsSeen));
         QCOMPARE(idOfRow(layoutOf(service, pm.captured(1)), "● Build — done _& dusted · 刚刚"), buildRow);
 
-        // A click on that row, sent the way a host sends it, reaches the app.
+        // A click on that row, sent the way a host sends it, shows that conversation in a
+        // window that was not open.
+        QVERIFY(!app.mainWindow());
         gdbus({ "-d", service, "-o", pm.captured(1), "-m", "com.canonical.dbusmenu.Event", "--",
             QString::number(buildRow), "clicked", "<0>", "0" });
         QVERIFY2(log.waitFor("open?sender=@carol"), qPrintable(log.dump()));
+        QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
+        QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("carol"));
+        QCOMPARE(app.menuBar().unread(), 3); // reading carol's conversation read her tray item
 
         // The icon the host shows: avatar with badge (full step of the pulse).
         const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });

@@ -1,6 +1,7 @@
 #include "model/PanelState.h"
 #include "state/AppState.h"
 #include "ui/ConversationModel.h"
+#include "ui/MainViewModel.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -23,6 +24,24 @@ class TestConversationModel : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void profileGroupsContactsByStatus()
+    {
+        AppState state(nullptr, UnreadTracker::Storage::scratch);
+        PanelState doc;
+        doc.contacts = { Contact { "bob", "F1", QStringLiteral("connected") }, Contact { "dan", "F2", std::nullopt },
+            Contact { "carol", "F3", QStringLiteral("pending") }, Contact { "eve", "F4", QStringLiteral("blocked") } };
+        state.setState(doc);
+        MainViewModel vm(state, nullptr, nullptr);
+        const auto handles = [](const QVariantList &rows) {
+            QStringList out;
+            for (const QVariant &r : rows)
+                out << r.toMap().value("handle").toString() + ":" + r.toMap().value("note").toString();
+            return out;
+        };
+        QCOMPARE(handles(vm.contacts()), QStringList({ "bob:已连接", "dan:已连接" }));
+        QCOMPARE(handles(vm.otherContacts()), QStringList({ "carol:待对方确认", "eve:已屏蔽" }));
+    }
+
     void newestFirstWithOneSeparatorPerDay()
     {
         AppState state;

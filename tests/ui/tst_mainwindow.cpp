@@ -4,6 +4,7 @@
 #include "platform/QmlViews.h"
 #include "state/AppState.h"
 #include "state/DaemonManager.h"
+#include "state/SessionListModel.h"
 #include "state/StateClient.h"
 #include "state/StateWiring.h"
 #include "support/LogCapture.h"
@@ -15,11 +16,14 @@
 #include "ui/MainWindowController.h"
 #include "ui/NativePreviewWindowController.h"
 #include "ui/PreferencesWindowController.h"
+#include "ui/Theme.h"
 
+#include <QClipboard>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -53,6 +57,30 @@ QQuickItem *findItem(QQuickItem *item, const QString &name)
 QQuickItem *findItem(QQuickWindow *window, const QString &name)
 {
     return findItem(window->contentItem(), name);
+}
+
+// Keys and clicks through the X server, as a user's would arrive.
+void xdotool(const QStringList &args)
+{
+    QProcess p;
+    p.start(QStringLiteral("xdotool"), args);
+    QVERIFY2(p.waitForFinished(5000) && p.exitCode() == 0, qPrintable(args.join(' ')));
+}
+
+void clickOn(QQuickItem *item, const char *button = "1")
+{
+    const QPoint at = item->mapToGlobal(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+    xdotool({ "mousemove", QString::number(at.x()), QString::number(at.y()), "click", button });
+}
+
+QQuickItem *findText(QQuickItem *item, const QString &name, const QString &text)
+{
+    if (item->objectName() == name && item->property("text").toString() == text && item->isVisible())
+        return item;
+    for (QQuickItem *child : item->childItems())
+        if (QQuickItem *found = findText(child, name, text))
+            return found;
+    return nullptr;
 }
 
 QString partsText(const ConversationModel *model, int row)
@@ -207,6 +235,82 @@ private Q_SLOTS:
         QVERIFY(prefs);
     }
 
+    void keyboardAndCopy()
+    {
+        TestEnv env;
+        NativePreviewWindowController preview;
+        preview.open();
+        QQuickWindow *window = preview.window();
+        QTRY_COMPARE(QGuiApplication::focusWindow(), window);
+        MainViewModel *vm = preview.viewModel();
+        auto *sessions = static_cast<SessionListModel *>(vm->sessions());
+        auto *list = findItem(window, QStringLiteral("sessionList"));
+        auto *search = findItem(window, QStringLiteral("searchField"));
+        QVERIFY(list && search);
+        QTRY_VERIFY(list->hasActiveFocus());
+
+        // Up, Down and Enter in the sidebar.
+        xdotool({ "key", "Down", "Down", "Up" });
+        QTRY_COMPARE(list->property("currentIndex").toInt(), 1);
+        xdotool({ "key", "Return" });
+        QTRY_COMPARE(vm->selectedPeer(), sessions->data(sessions->index(1), SessionListModel::PeerRole).toString());
+        const int reviewer = sessions->rowOf(QStringLiteral("bot-reviewer"));
+        for (int i = 1; i != reviewer; i += reviewer > i ? 1 : -1)
+            xdotool({ "key", reviewer > i ? "Down" : "Up" });
+        xdotool({ "key", "KP_Enter" });
+        QTRY_COMPARE(vm->selectedPeer(), QStringLiteral("bot-reviewer"));
+
+        // Copy from a bubble: select with the keys, Ctrl+C, the clipboard has it.
+        const QString finding = QStringLiteral("缓存键没有包含语言区域，切换语言后会读到旧页面。");
+        QQuickItem *text = nullptr;
+        QTRY_VERIFY((text = findText(window->contentItem(), QStringLiteral("partText"), finding)));
+        auto *conversation = findItem(window, QStringLiteral("conversationList"));
+        QTRY_VERIFY(conversation->boundingRect().contains(text->mapRectToItem(conversation, text->boundingRect())));
+        clickOn(text);
+        QTRY_VERIFY(text->hasActiveFocus());
+        xdotool({ "key", "ctrl+a", "ctrl+c" });
+        QTRY_COMPARE(QGuiApplication::clipboard()->text(), finding);
+        // Its right-click menu; then the code's own copy button.
+        QObject *menu = text->findChild<QObject *>(QStringLiteral("textMenu"));
+        QVERIFY(menu);
+        clickOn(text, "3");
+        QTRY_VERIFY(menu->property("opened").toBool());
+        xdotool({ "key", "Escape" });
+        QTRY_VERIFY(!menu->property("opened").toBool());
+        clickOn(findItem(window, QStringLiteral("copyCode")));
+        QTRY_COMPARE(QGuiApplication::clipboard()->text(),
+            QStringLiteral("const key = `${route}`;\n// 应为：`${locale}:${route}`"));
+
+        // Ctrl+F searches; Esc clears, a second Esc leaves the field.
+        xdotool({ "key", "ctrl+f" });
+        QTRY_VERIFY(search->hasActiveFocus());
+        xdotool({ "type", "alice" });
+        QTRY_COMPARE(vm->searchText(), QStringLiteral("alice"));
+        QCOMPARE(sessions->rowCount(), 1);
+        xdotool({ "key", "Escape" });
+        QTRY_COMPARE(vm->searchText(), QString());
+        QVERIFY(search->hasActiveFocus());
+        xdotool({ "key", "Escape" });
+        QTRY_VERIFY(list->hasActiveFocus());
+
+        // The profile page does not offer itself.
+        auto *profileButton = findItem(window, QStringLiteral("profileButton"));
+        QVERIFY(profileButton->isVisible());
+        vm->openProfile();
+        QTRY_VERIFY(!profileButton->isVisible());
+
+        // The same window in the desktop's light and dark schemes.
+        vm->selectConversation(QStringLiteral("bot-reviewer"));
+        xdotool({ "mousemove", "0", "0" });
+        saveShot(window, QStringLiteral("main-light.png"));
+        Theme::instance()->setDark(true);
+        saveShot(window, QStringLiteral("main-dark.png"));
+        Theme::instance()->setDark(false);
+
+        xdotool({ "key", "ctrl+w" });
+        QTRY_VERIFY(!window->isVisible());
+    }
+
     void previewAndPreferences()
     {
         TestEnv env;
@@ -220,6 +324,9 @@ private Q_SLOTS:
         PreferencesWindowController prefs;
         prefs.open();
         QVERIFY(prefs.window()->isVisible());
+        // Tall enough for every section: the about pane's log command is not cut off.
+        const QQuickItem *view = prefs.window()->contentItem()->childItems().first();
+        QTRY_VERIFY(prefs.window()->height() >= int(view->implicitHeight()));
         auto *quiet = findItem(prefs.window(), QStringLiteral("switch:quietWhenTerminalFocused"));
         QVERIFY(quiet);
         QCOMPARE(quiet->property("checked").toBool(), false);

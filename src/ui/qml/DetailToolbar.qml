@@ -1,13 +1,14 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // Above the detail: who this is, the read-only note and the profile button.
 Rectangle {
     id: bar
     required property QtObject vm
-    implicitHeight: 52
-    color: "#fbfbfd"
+    implicitHeight: Math.max(52, titleColumn.implicitHeight + 16)
+    color: Theme.bar
 
     RowLayout {
         anchors.fill: parent
@@ -21,6 +22,7 @@ Rectangle {
             size: 30
         }
         ColumnLayout {
+            id: titleColumn
             Layout.fillWidth: true
             spacing: 1
             Text {
@@ -28,34 +30,39 @@ Rectangle {
                 Layout.fillWidth: true
                 text: bar.vm.detail === "conversation" ? "@" + bar.vm.selectedPeer
                     : bar.vm.detail === "profile" ? "个人中心" : "Quillmote"
-                font.pixelSize: 15
+                font.pointSize: Theme.title
                 font.bold: true
-                color: "#1d1d1f"
+                color: Theme.text
                 elide: Text.ElideRight
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
             }
             Text {
                 textFormat: Text.PlainText
                 visible: text.length > 0
                 text: bar.vm.detail === "conversation" ? bar.vm.selectedFingerprint : ""
-                font.pixelSize: 10
+                font.pointSize: Theme.caption
                 font.family: "monospace"
-                color: "#86868b"
+                color: Theme.tertiaryText
             }
         }
         Text {
             textFormat: Text.PlainText
             visible: bar.vm.detail === "conversation"
             text: "在 CLI 回复 · App 仅查看"
-            font.pixelSize: 12
-            color: "#86868b"
+            font.pointSize: Theme.small
+            color: Theme.tertiaryText
         }
         Button {
             objectName: "profileButton"
+            visible: bar.vm.detail !== "profile"
             text: "打开个人中心"
             ToolTip.visible: hovered
             ToolTip.text: "打开个人中心"
+            Accessible.name: "打开个人中心"
+            font.pointSize: Theme.body
             onClicked: bar.vm.openProfile()
         }
     }
-    Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: "#dcdce0" }
+    Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Theme.border }
 }

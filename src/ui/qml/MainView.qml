@@ -1,13 +1,19 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
 // The main window: the offline view while the state server is unreachable, otherwise the
 // conversation list beside one conversation, the own profile or the empty state.
-Rectangle {
+// Ctrl+W closes the window (it is only hidden).
+ThemedPane {
     id: root
     required property QtObject vm
-    color: "#f5f5f7"
+
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: root.Window.window.close()
+    }
 
     ServerOfflineView {
         anchors.fill: parent
@@ -21,6 +27,8 @@ Rectangle {
         orientation: Qt.Horizontal
 
         SessionSidebar {
+            id: sidebar
+            objectName: "sidebar"
             vm: root.vm
             SplitView.preferredWidth: 290
             SplitView.minimumWidth: 230
@@ -44,6 +52,9 @@ Rectangle {
             }
         }
     }
+
+    // The list has the keys when the window opens.
+    Component.onCompleted: sidebar.focusList()
 
     Component { id: conversationPage; ConversationView { vm: root.vm } }
     Component { id: profilePage; ProfileView { vm: root.vm } }

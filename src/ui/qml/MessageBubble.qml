@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmote.Ui
 
 // One message: the day separator when it opens a day, then the bubble with its parts,
 // time and delivery mark.
@@ -11,6 +12,7 @@ Item {
     required property var parts
     required property string time
     required property string status
+    required property string spoken
     readonly property real maxBubbleWidth: Math.min(width * 0.74, 620)
     height: column.implicitHeight
 
@@ -32,20 +34,20 @@ Item {
         Item {
             visible: bubble.separator.length > 0
             width: parent.width
-            height: visible ? 30 : 0
+            height: visible ? separatorText.implicitHeight + 16 : 0
             Rectangle {
                 anchors.centerIn: parent
                 width: separatorText.implicitWidth + 18
-                height: 20
-                radius: 10
-                color: "#e4e4e8"
+                height: separatorText.implicitHeight + 6
+                radius: height / 2
+                color: Theme.pill
                 Text {
                     id: separatorText
                     textFormat: Text.PlainText
                     anchors.centerIn: parent
                     text: bubble.separator
-                    font.pixelSize: 11
-                    color: "#6e6e73"
+                    font.pointSize: Theme.caption
+                    color: Theme.secondaryText
                 }
             }
         }
@@ -61,8 +63,10 @@ Item {
                 width: Math.min(bubble.maxBubbleWidth, Math.max(content.naturalWidth, footer.implicitWidth, typeLabel.implicitWidth) + 24)
                 height: inner.implicitHeight + 16
                 radius: 14
-                color: bubble.outgoing ? "#d9e8ff" : "#ffffff"
-                border.color: bubble.status === "failed" ? "#e5484d" : bubble.outgoing ? "#c3d8fa" : "#e2e2e7"
+                color: bubble.outgoing ? Theme.bubbleOut : Theme.bubbleIn
+                border.color: bubble.status === "failed" ? Theme.danger : bubble.outgoing ? Theme.bubbleOutBorder : Theme.border
+                Accessible.role: Accessible.Grouping
+                Accessible.name: bubble.spoken
 
                 Column {
                     id: inner
@@ -76,9 +80,9 @@ Item {
                         textFormat: Text.PlainText
                         visible: bubble.messageType.length > 0 && bubble.messageType !== "text"
                         text: bubble.messageType
-                        font.pixelSize: 10
+                        font.pointSize: Theme.caption
                         font.family: "monospace"
-                        color: "#86868b"
+                        color: Theme.tertiaryText
                     }
 
                     Column {
@@ -118,17 +122,17 @@ Item {
                             textFormat: Text.PlainText
                             visible: bubble.status === "failed"
                             text: "发送失败"
-                            font.pixelSize: 11
+                            font.pointSize: Theme.caption
                             font.bold: true
-                            color: "#e5484d"
+                            color: Theme.danger
                         }
-                        Text { textFormat: Text.PlainText; text: bubble.time; font.pixelSize: 10; color: "#86868b" }
+                        Text { text: bubble.time; textFormat: Text.PlainText; font.pointSize: Theme.caption; color: Theme.tertiaryText }
                         Text {
                             textFormat: Text.PlainText
                             visible: bubble.outgoing && text.length > 0
                             text: bubble.statusMark(bubble.status)
-                            font.pixelSize: 10
-                            color: bubble.status === "read" ? "#3d7bd9" : "#86868b"
+                            font.pointSize: Theme.caption
+                            color: bubble.status === "read" ? Theme.accent : Theme.tertiaryText
                         }
                     }
                 }

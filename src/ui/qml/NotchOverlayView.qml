@@ -60,9 +60,10 @@ Item {
         onHeightChanged: root.reportSize()
 
         MouseArea {
-            // Clicks that no button takes pin the overlay open.
+            // A click on the compact strip opens and pins the card. The open card takes no
+            // such click: there the user reads, selects and types.
             anchors.fill: parent
-            enabled: root.state_ !== "hidden"
+            enabled: root.compact
             onClicked: notch.action("expand")
         }
 
@@ -341,6 +342,8 @@ Item {
                     Keys.onEscapePressed: notch.action("cancelReply")
                     onActiveFocusChanged: root.replyFocused = activeFocus
                     Accessible.name: "回复"
+
+                    TextMenu { target: replyField }
                 }
                 DSActionButton {
                     id: sendButton

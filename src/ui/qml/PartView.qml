@@ -1,4 +1,6 @@
 import QtQuick
+import QtQuick.Controls
+import Quillmote.Ui
 
 // One content part of a bubble, by its kind.
 Item {
@@ -58,8 +60,10 @@ Item {
         visible: partView.cut && partView.conversation !== null
         readonly property int remaining: partView.fullLength - partView.shownChars
         text: (remaining <= partView.step ? "显示全部" : "显示更多") + "（还有 " + remaining + " 字）"
-        font.pixelSize: 12
-        color: "#3d7bd9"
+        font.pointSize: Theme.small
+        color: Theme.accent
+        Accessible.role: Accessible.Link
+        Accessible.name: text
         MouseArea {
             anchors.fill: parent
             cursorShape: Qt.PointingHandCursor
@@ -69,17 +73,13 @@ Item {
 
     Component {
         id: textPart
-        Text {
+        SelectableText {
             objectName: "partText"
             // Measured apart from the wrapped text, whose size follows the bubble's width.
             readonly property real naturalWidth: measure.implicitWidth
             Text { id: measure; visible: false; text: parent.text; font: parent.font; textFormat: Text.PlainText }
             width: loader.width
             text: partView.shown(partView.part.text || "")
-            textFormat: Text.PlainText
-            wrapMode: Text.Wrap
-            font.pixelSize: 14
-            color: "#1d1d1f"
         }
     }
 
@@ -90,30 +90,60 @@ Item {
             width: loader.width
             implicitHeight: codeColumn.implicitHeight + 16
             radius: 8
-            color: "#1f2430"
+            color: Theme.code
             Column {
                 id: codeColumn
                 x: 10
                 y: 8
                 width: parent.width - 20
                 spacing: 4
-                Text {
-                    id: header
-                    textFormat: Text.PlainText
-                    text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
-                    font.pixelSize: 10
-                    font.family: "monospace"
-                    color: "#9aa4b8"
+                Item {
+                    width: parent.width
+                    height: Math.max(header.implicitHeight, copyButton.implicitHeight)
+                    Text {
+                        id: header
+                        anchors.left: parent.left
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: [partView.part.lang || "code", partView.part.path || ""].filter(s => s.length > 0).join(" · ")
+                        textFormat: Text.PlainText
+                        font.pointSize: Theme.caption
+                        font.family: "monospace"
+                        color: Theme.codeHeader
+                    }
+                    Button {
+                        id: copyButton
+                        objectName: "copyCode"
+                        anchors.right: parent.right
+                        anchors.verticalCenter: parent.verticalCenter
+                        flat: true
+                        padding: 2
+                        text: copied ? "已复制" : "复制"
+                        property bool copied: false
+                        font.pointSize: Theme.caption
+                        palette.buttonText: Theme.codeHeader
+                        Accessible.name: "复制代码"
+                        ToolTip.visible: hovered
+                        ToolTip.text: "复制这段代码"
+                        onClicked: {
+                            codeText.selectAll()
+                            codeText.copy()
+                            codeText.deselect()
+                            copied = true
+                            copiedTimer.restart()
+                        }
+                        Timer { id: copiedTimer; interval: 1500; onTriggered: copyButton.copied = false }
+                    }
                 }
-                Text {
+                SelectableText {
                     id: codeText
+                    objectName: "codeText"
                     width: parent.width
                     text: partView.shown(partView.part.code || "")
-                    textFormat: Text.PlainText
-                    wrapMode: Text.WrapAnywhere
+                    wrapMode: TextEdit.WrapAnywhere
                     font.family: "monospace"
-                    font.pixelSize: 12
-                    color: "#e6e9ef"
+                    font.pointSize: Theme.codeSize
+                    color: Theme.codeText
+                    selectedTextColor: Theme.codeText
                 }
             }
         }
@@ -128,19 +158,19 @@ Item {
                 width: 36
                 height: 40
                 radius: 6
-                color: "#eef1f6"
-                border.color: "#cfd6e2"
-                Text { anchors.centerIn: parent; text: "▣"; font.pixelSize: 18; color: "#5b6b7f" }
+                color: Theme.pill
+                border.color: Theme.border
+                Text { anchors.centerIn: parent; text: "▣"; font.pointSize: Theme.large; color: Theme.tertiaryText }
             }
             Column {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 2
-                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pixelSize: 13; font.bold: true; color: "#1d1d1f" }
+                Text { textFormat: Text.PlainText; text: partView.part.name || "file"; font.pointSize: Theme.body; font.bold: true; color: Theme.text }
                 Text {
                     textFormat: Text.PlainText
                     text: [partView.part.size || "—", partView.part.mime || ""].filter(s => s.length > 0).join(" · ")
-                    font.pixelSize: 11
-                    color: "#6e6e73"
+                    font.pointSize: Theme.caption
+                    color: Theme.secondaryText
                 }
             }
         }
@@ -167,9 +197,9 @@ Item {
                 width: Math.min(loader.width, 200)
                 height: 90
                 radius: 8
-                color: "#eef1f6"
-                border.color: "#cfd6e2"
-                Text { anchors.centerIn: parent; text: "▢"; font.pixelSize: 30; color: "#8a94a6" }
+                color: Theme.pill
+                border.color: Theme.border
+                Text { anchors.centerIn: parent; text: "▢"; font.pointSize: Theme.large * 1.6; color: Theme.tertiaryText }
             }
             Text {
                 id: altText
@@ -178,8 +208,8 @@ Item {
                 width: loader.width
                 text: [partView.part.alt || "", partView.part.size || ""].filter(s => s.length > 0).join(" · ")
                 wrapMode: Text.Wrap
-                font.pixelSize: 11
-                color: "#6e6e73"
+                font.pointSize: Theme.caption
+                color: Theme.secondaryText
             }
         }
     }
@@ -197,13 +227,13 @@ Item {
                 : kind === "tool_call" ? (partView.part.args || "")
                 : kind === "tool_result" ? (partView.part.result || "")
                 : (partView.part.raw || ""))
-            readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : "#e5484d") : "#5b6b7f"
+            readonly property color accent: kind === "tool_result" ? (partView.part.ok ? "#2f9e6f" : Theme.danger) : Theme.tertiaryText
             readonly property real naturalWidth: partView.wide
             width: loader.width
             implicitHeight: jsonColumn.implicitHeight + 16
             radius: 8
-            color: "#f6f7f9"
-            border.color: Qt.lighter(accent, 1.6)
+            color: Theme.payload
+            border.color: Theme.dark ? Qt.darker(accent, 1.6) : Qt.lighter(accent, 1.6)
             Column {
                 id: jsonColumn
                 x: 10
@@ -214,20 +244,18 @@ Item {
                     id: titleText
                     textFormat: Text.PlainText
                     text: parent.parent.title + (partView.part.callId ? "  #" + partView.part.callId : "")
-                    font.pixelSize: 11
+                    font.pointSize: Theme.caption
                     font.bold: true
                     color: parent.parent.accent
                 }
-                Text {
+                SelectableText {
                     id: bodyText
                     visible: text.length > 0
                     width: parent.width
                     text: parent.parent.body
-                    textFormat: Text.PlainText
-                    wrapMode: Text.WrapAnywhere
+                    wrapMode: TextEdit.WrapAnywhere
                     font.family: "monospace"
-                    font.pixelSize: 11
-                    color: "#1d1d1f"
+                    font.pointSize: Theme.caption
                 }
                 Text {
                     id: errorText
@@ -236,8 +264,8 @@ Item {
                     width: parent.width
                     text: partView.part.error || ""
                     wrapMode: Text.Wrap
-                    font.pixelSize: 12
-                    color: "#e5484d"
+                    font.pointSize: Theme.small
+                    color: Theme.danger
                 }
             }
         }

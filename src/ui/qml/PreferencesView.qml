@@ -1,21 +1,37 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
-// The preferences: the switches, the do-not-disturb choice and the about pane.
-Rectangle {
+// The preferences: the switches, starting at login, the do-not-disturb choice and the
+// about pane. The window takes the content's height (implicitHeight), so nothing is cut.
+ThemedPane {
     id: root
     required property QtObject prefs
-    color: "#f5f5f7"
+    implicitWidth: 520
+    implicitHeight: content.implicitHeight + 32
+
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: root.Window.window.close()
+    }
+
+    component GroupTitle: Text {
+        textFormat: Text.PlainText
+        font.pointSize: Theme.small
+        font.bold: true
+        color: Theme.secondaryText
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
 
     component Group: Rectangle {
         default property alias rows: groupColumn.data
-        property string title
         Layout.fillWidth: true
         implicitHeight: groupColumn.implicitHeight + 24
         radius: 10
-        color: "white"
-        border.color: "#e2e2e7"
+        color: Theme.surface
+        border.color: Theme.border
         ColumnLayout {
             id: groupColumn
             x: 14
@@ -26,25 +42,26 @@ Rectangle {
     }
 
     ScrollView {
+        id: scroll
         anchors.fill: parent
         contentWidth: availableWidth
 
         ColumnLayout {
+            id: content
             x: 20
-            width: parent.width - 40
+            y: 16
+            width: scroll.availableWidth - 40
             spacing: 12
-
-            Item { implicitHeight: 8 }
 
             Repeater {
                 model: ["通知", "权限与高级（默认关）"]
                 delegate: Group {
                     id: group
                     required property string modelData
-                    Text { textFormat: Text.PlainText; text: group.modelData; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
+                    GroupTitle { text: group.modelData }
                     Repeater {
                         model: root.prefs.switches.filter(s => s.group === group.modelData)
-                        delegate: Switch {
+                        delegate: ToggleSwitch {
                             required property var modelData
                             objectName: "switch:" + modelData.key
                             Layout.fillWidth: true
@@ -57,8 +74,20 @@ Rectangle {
             }
 
             Group {
-                Text { text: "勿扰模式"; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
-                Switch {
+                visible: root.prefs.hasLoginItem
+                GroupTitle { text: "启动" }
+                ToggleSwitch {
+                    objectName: "switch:loginItem"
+                    Layout.fillWidth: true
+                    text: "登录时启动"
+                    checked: root.prefs.loginItem
+                    onToggled: root.prefs.setLoginItem(checked)
+                }
+            }
+
+            Group {
+                GroupTitle { text: "勿扰模式" }
+                ToggleSwitch {
                     objectName: "switch:breakthrough"
                     Layout.fillWidth: true
                     text: "允许 Quillmote 消息破限"
@@ -70,22 +99,22 @@ Rectangle {
                     Layout.fillWidth: true
                     wrapMode: Text.Wrap
                     text: "开启“按好友配专注打断”后生效：勿扰模式打开时，Quillmote 的消息仍以紧急通知送达。"
-                    font.pixelSize: 11
-                    color: "#86868b"
+                    font.pointSize: Theme.caption
+                    color: Theme.tertiaryText
                 }
             }
 
             Group {
-                Text { text: "关于"; font.pixelSize: 12; font.bold: true; color: "#6e6e73" }
-                Text { textFormat: Text.PlainText; text: root.prefs.appName; font.pixelSize: 16; font.bold: true; color: "#1d1d1f" }
-                Text { textFormat: Text.PlainText; text: "版本 " + root.prefs.version; font.pixelSize: 12; color: "#6e6e73" }
-                Text { text: "查看最近一小时的日志："; font.pixelSize: 12; color: "#6e6e73"; topPadding: 6 }
+                GroupTitle { text: "关于" }
+                Text { text: root.prefs.appName; textFormat: Text.PlainText; font.pointSize: Theme.title; font.bold: true; color: Theme.text }
+                Text { text: "版本 " + root.prefs.version; textFormat: Text.PlainText; font.pointSize: Theme.small; color: Theme.secondaryText }
+                Text { textFormat: Text.PlainText; text: "查看最近一小时的日志："; font.pointSize: Theme.small; color: Theme.secondaryText; topPadding: 6 }
                 Rectangle {
                     Layout.fillWidth: true
                     implicitHeight: logCommand.implicitHeight + 14
                     radius: 6
-                    color: "#1f2430"
-                    TextEdit {
+                    color: Theme.code
+                    SelectableText {
                         id: logCommand
                         objectName: "logCommand"
                         textFormat: TextEdit.PlainText
@@ -93,17 +122,14 @@ Rectangle {
                         y: 7
                         width: parent.width - 16
                         text: root.prefs.logCommand
-                        readOnly: true
-                        selectByMouse: true
                         wrapMode: TextEdit.WrapAnywhere
                         font.family: "monospace"
-                        font.pixelSize: 12
-                        color: "#e6e9ef"
-                        selectionColor: "#3d7bd9"
+                        font.pointSize: Theme.small
+                        color: Theme.codeText
+                        selectedTextColor: Theme.codeText
                     }
                 }
             }
-            Item { implicitHeight: 8 }
         }
     }
 }

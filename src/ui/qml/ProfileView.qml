@@ -1,9 +1,10 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Quillmote.Ui
 
-// The own profile: handle and fingerprint, requests waiting for approval and the
-// connected agents.
+// The own profile: handle and fingerprint, requests waiting for approval, the connected
+// agents and, apart from them, contacts in any other state with that state.
 ScrollView {
     id: page
     required property QtObject vm
@@ -12,10 +13,12 @@ ScrollView {
 
     component SectionTitle: Text {
         textFormat: Text.PlainText
-        font.pixelSize: 13
+        font.pointSize: Theme.body
         font.bold: true
-        color: "#6e6e73"
+        color: Theme.secondaryText
         topPadding: 8
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
     }
 
     component PersonRow: Rectangle {
@@ -23,10 +26,12 @@ ScrollView {
         property var row
         property string note
         Layout.fillWidth: true
-        implicitHeight: 56
+        implicitHeight: Math.max(56, personColumn.implicitHeight + 16)
         radius: 10
-        color: "white"
-        border.color: "#e2e2e7"
+        color: Theme.surface
+        border.color: Theme.border
+        Accessible.role: Accessible.ListItem
+        Accessible.name: "@" + person.row.handle + "，" + person.note
         RowLayout {
             anchors.fill: parent
             anchors.leftMargin: 12
@@ -34,19 +39,27 @@ ScrollView {
             spacing: 10
             PeerAvatar { handle: person.row.handle; size: 34 }
             ColumnLayout {
+                id: personColumn
                 Layout.fillWidth: true
                 spacing: 2
-                Text { textFormat: Text.PlainText; Layout.fillWidth: true; text: "@" + person.row.handle; font.pixelSize: 14; font.bold: true; color: "#1d1d1f" }
                 Text {
                     textFormat: Text.PlainText
                     Layout.fillWidth: true
+                    text: "@" + person.row.handle
+                    font.pointSize: Theme.body
+                    font.bold: true
+                    color: Theme.text
+                    elide: Text.ElideRight
+                }
+                SelectableText {
+                    Layout.fillWidth: true
                     text: person.row.fingerprint
                     font.family: "monospace"
-                    font.pixelSize: 11
-                    color: "#6e6e73"
+                    font.pointSize: Theme.caption
+                    color: Theme.secondaryText
                 }
             }
-            Text { textFormat: Text.PlainText; text: person.note; font.pixelSize: 12; color: "#86868b" }
+            Text { text: person.note; textFormat: Text.PlainText; font.pointSize: Theme.small; color: Theme.tertiaryText }
         }
     }
 
@@ -59,37 +72,34 @@ ScrollView {
 
         Rectangle {
             Layout.fillWidth: true
-            implicitHeight: 108
+            implicitHeight: Math.max(108, selfColumn.implicitHeight + 36)
             radius: 12
-            color: "white"
-            border.color: "#e2e2e7"
+            color: Theme.surface
+            border.color: Theme.border
             RowLayout {
                 anchors.fill: parent
                 anchors.margins: 18
                 spacing: 16
                 PeerAvatar { handle: page.vm.selfHandle; size: 60 }
                 ColumnLayout {
+                    id: selfColumn
                     Layout.fillWidth: true
                     spacing: 6
                     Text {
                         textFormat: Text.PlainText
                         text: page.vm.selfHandle.length > 0 ? "@" + page.vm.selfHandle : "未登录"
-                        font.pixelSize: 20
+                        font.pointSize: Theme.large
                         font.bold: true
-                        color: "#1d1d1f"
+                        color: Theme.text
                     }
-                    Text { text: "指纹"; font.pixelSize: 11; color: "#86868b" }
-                    TextEdit {
+                    Text { textFormat: Text.PlainText; text: "指纹"; font.pointSize: Theme.caption; color: Theme.tertiaryText }
+                    SelectableText {
                         objectName: "selfFingerprint"
                         textFormat: TextEdit.PlainText
                         Layout.fillWidth: true
                         text: page.vm.selfFingerprint
-                        readOnly: true
-                        selectByMouse: true
-                        wrapMode: TextEdit.Wrap
                         font.family: "monospace"
-                        font.pixelSize: 13
-                        color: "#1d1d1f"
+                        font.pointSize: Theme.body
                     }
                 }
             }
@@ -104,25 +114,29 @@ ScrollView {
             textFormat: Text.PlainText
             visible: page.vm.pending.length === 0
             text: "没有待确认的请求"
-            font.pixelSize: 12
-            color: "#86868b"
+            font.pointSize: Theme.small
+            color: Theme.tertiaryText
         }
 
         SectionTitle { text: "已连接的 Agent" }
         Repeater {
+            objectName: "connectedContacts"
             model: page.vm.contacts
-            delegate: PersonRow {
-                required property var modelData
-                row: modelData
-                note: modelData.status === "connected" ? "已连接" : modelData.status === "pending" ? "待对方确认" : modelData.status
-            }
+            delegate: PersonRow { required property var modelData; row: modelData; note: modelData.note }
         }
         Text {
             textFormat: Text.PlainText
             visible: page.vm.contacts.length === 0
             text: "还没有连接的 Agent"
-            font.pixelSize: 12
-            color: "#86868b"
+            font.pointSize: Theme.small
+            color: Theme.tertiaryText
+        }
+
+        SectionTitle { visible: page.vm.otherContacts.length > 0; text: "其他联系人" }
+        Repeater {
+            objectName: "otherContacts"
+            model: page.vm.otherContacts
+            delegate: PersonRow { required property var modelData; row: modelData; note: modelData.note }
         }
         Item { implicitHeight: 16 }
     }

@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls
+import Quillmote.Ui
 
 // Shown instead of the conversations while the local state server does not answer.
 Rectangle {
     id: offline
     required property QtObject vm
-    color: "#f5f5f7"
+    color: Theme.window
 
     Column {
         anchors.centerIn: parent
@@ -17,17 +18,17 @@ Rectangle {
             width: 64
             height: 64
             radius: 32
-            color: "#e4e4e8"
-            Text { anchors.centerIn: parent; text: "!"; font.pixelSize: 34; font.bold: true; color: "#6e6e73" }
+            color: Theme.pill
+            Text { anchors.centerIn: parent; text: "!"; font.pixelSize: 34; font.bold: true; color: Theme.secondaryText }
         }
         Text {
             textFormat: Text.PlainText
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: "还没连接到监督服务"
-            font.pixelSize: 22
+            font.pointSize: Theme.large
             font.bold: true
-            color: "#1d1d1f"
+            color: Theme.text
         }
         Text {
             textFormat: Text.PlainText
@@ -35,9 +36,9 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: "这个窗口读取本机 CLI 的监督服务（quillmote web）提供的会话和消息。服务还没有运行，所以这里暂时没有内容。启动后窗口会自动刷新。"
-            font.pixelSize: 13
+            font.pointSize: Theme.body
             lineHeight: 1.3
-            color: "#6e6e73"
+            color: Theme.secondaryText
         }
         Button {
             objectName: "launchButton"
@@ -45,6 +46,7 @@ Rectangle {
             text: offline.vm.launching ? "正在启动…" : "启动监督服务"
             enabled: !offline.vm.launching
             highlighted: true
+            font.pointSize: Theme.body
             onClicked: offline.vm.launchServer()
         }
         BusyIndicator {
@@ -62,15 +64,15 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: offline.vm.launchError
-            font.pixelSize: 13
-            color: "#e5484d"
+            font.pointSize: Theme.body
+            color: Theme.danger
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
             text: "<a href=\"prefs\">偏好设置…</a>"
             textFormat: Text.StyledText
-            linkColor: "#3d7bd9"
-            font.pixelSize: 12
+            linkColor: Theme.accent
+            font.pointSize: Theme.small
             onLinkActivated: offline.vm.openPreferences()
             HoverHandler { cursorShape: Qt.PointingHandCursor }
         }
