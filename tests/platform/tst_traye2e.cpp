@@ -190,6 +190,7 @@ private Q_SLOTS:
         QVERIFY2(log.waitFor("open?sender=@carol"), qPrintable(log.dump()));
         QTRY_VERIFY(app.mainWindow() && app.mainWindow()->window()->isVisible());
         QTRY_VERIFY(app.appState().selection() == DetailSelection::conversation("carol"));
+        QCOMPARE(app.menuBar().unread(), 3); // reading carol's conversation read her tray item
 
         // The icon the host shows: avatar with badge (full step of the pulse).
         const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });
