@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 class LoginItem;
 
@@ -11,6 +12,8 @@ class LoginItem;
 class PreferencesModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The preferences window owns its model")
     // [{key, label, group, checked}]
     Q_PROPERTY(QVariantList switches READ switches NOTIFY changed)
     Q_PROPERTY(bool breakthrough READ breakthrough NOTIFY changed)

@@ -6,7 +6,7 @@ import Quillmote.Ui
 // Above the detail: who this is, the read-only note and the profile button.
 Rectangle {
     id: bar
-    required property QtObject vm
+    required property MainViewModel vm
     implicitHeight: Math.max(52, titleColumn.implicitHeight + 16)
     color: Theme.bar
 

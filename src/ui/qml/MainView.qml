@@ -8,7 +8,7 @@ import Quillmote.Ui
 // Ctrl+W closes the window (it is only hidden).
 ThemedPane {
     id: root
-    required property QtObject vm
+    required property MainViewModel vm
 
     Shortcut {
         sequences: ["Ctrl+W"]
@@ -56,7 +56,10 @@ ThemedPane {
     // The list has the keys when the window opens.
     Component.onCompleted: sidebar.focusList()
 
+    // Qt 6.4's Loader cannot create bound components, so the pages reach the view model by id.
+    // qmllint disable unqualified
     Component { id: conversationPage; ConversationView { vm: root.vm } }
     Component { id: profilePage; ProfileView { vm: root.vm } }
+    // qmllint enable unqualified
     Component { id: emptyPage; EmptyDetailView { } }
 }

@@ -9,16 +9,16 @@ Item {
     id: root
     required property NotchViewModel notch
 
-    readonly property string state_: notch.stateName
+    readonly property string state_: root.notch.stateName
     readonly property bool expanded: state_ === "expanded"
     readonly property bool compact: state_ === "compact"
     property bool replyFocused: false
     property bool closeHovering: false
 
-    readonly property real compactWidth: notch.hasNotch
-        ? (notch.isPulse ? 60 : 190) + notch.notchWidth + 60
-        : (notch.isPulse ? 132 : 320)
-    readonly property real compactHeight: notch.hasNotch ? notch.notchHeight + 28 : 44
+    readonly property real compactWidth: root.notch.hasNotch
+        ? (root.notch.isPulse ? 60 : 190) + root.notch.notchWidth + 60
+        : (root.notch.isPulse ? 132 : 320)
+    readonly property real compactHeight: root.notch.hasNotch ? root.notch.notchHeight + 28 : 44
     readonly property real expandedWidth: 440
     readonly property real expandedHeight: card.implicitHeight + 2 * card.padding
 
@@ -26,7 +26,7 @@ Item {
     readonly property real targetHeight: expanded ? expandedHeight : compact ? compactHeight : 0
 
     Accessible.role: Accessible.Notification
-    Accessible.name: notch.accessibleLabel
+    Accessible.name: root.notch.accessibleLabel
     Accessible.description: "移入展开查看快捷操作"
 
     NotchShape {
@@ -36,22 +36,22 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         width: root.targetWidth
         height: root.targetHeight
-        topRadius: notch.topRadius
-        bottomRadius: notch.bottomRadius
+        topRadius: root.notch.topRadius
+        bottomRadius: root.notch.bottomRadius
         clip: true
 
         Behavior on width {
             NumberAnimation {
-                duration: notch.stateMotion.duration
-                easing.type: notch.stateMotion.easing
-                easing.overshoot: notch.stateMotion.overshoot
+                duration: root.notch.stateMotion.duration
+                easing.type: root.notch.stateMotion.easing
+                easing.overshoot: root.notch.stateMotion.overshoot
             }
         }
         Behavior on height {
             NumberAnimation {
-                duration: notch.stateMotion.duration
-                easing.type: notch.stateMotion.easing
-                easing.overshoot: notch.stateMotion.overshoot
+                duration: root.notch.stateMotion.duration
+                easing.type: root.notch.stateMotion.easing
+                easing.overshoot: root.notch.stateMotion.overshoot
             }
         }
 
@@ -64,7 +64,7 @@ Item {
             // such click: there the user reads, selects and types.
             anchors.fill: parent
             enabled: root.compact
-            onClicked: notch.action("expand")
+            onClicked: root.notch.action("expand")
         }
 
         // Compact strip
@@ -77,7 +77,7 @@ Item {
             opacity: root.compact ? 1 : 0
             visible: opacity > 0
             Behavior on opacity {
-                NumberAnimation { duration: notch.stateMotion.duration * 0.6; easing.type: Easing.OutQuad }
+                NumberAnimation { duration: root.notch.stateMotion.duration * 0.6; easing.type: Easing.OutQuad }
             }
 
             AvatarView {
@@ -86,8 +86,8 @@ Item {
                 anchors.leftMargin: 10
                 anchors.verticalCenter: parent.verticalCenter
                 size: 26
-                initials: notch.initials
-                tint: notch.avatarColor
+                initials: root.notch.initials
+                tint: root.notch.avatarColor
                 attention: root.compact
             }
             Text {
@@ -97,8 +97,8 @@ Item {
                 anchors.right: stripDot.left
                 anchors.rightMargin: 10
                 anchors.verticalCenter: parent.verticalCenter
-                visible: !notch.isPulse
-                text: notch.title
+                visible: !root.notch.isPulse
+                text: root.notch.title
                 color: "white"
                 font.pixelSize: 13
                 font.bold: true
@@ -109,7 +109,7 @@ Item {
                 anchors.right: stripCount.left
                 anchors.rightMargin: 8
                 anchors.verticalCenter: parent.verticalCenter
-                pulsing: root.compact && !notch.reduceMotion
+                pulsing: root.compact && !root.notch.reduceMotion
             }
             Text {
                 id: stripCount
@@ -117,7 +117,7 @@ Item {
                 anchors.right: parent.right
                 anchors.rightMargin: 14
                 anchors.verticalCenter: parent.verticalCenter
-                text: notch.unread
+                text: root.notch.unread
                 color: "#ff9f0a"
                 font.pixelSize: 13
                 font.bold: true
@@ -135,7 +135,7 @@ Item {
             opacity: root.expanded ? 1 : 0
             visible: opacity > 0
             Behavior on opacity {
-                NumberAnimation { duration: notch.stateMotion.duration * 0.8; easing.type: Easing.OutQuad }
+                NumberAnimation { duration: root.notch.stateMotion.duration * 0.8; easing.type: Easing.OutQuad }
             }
 
             Item {
@@ -146,8 +146,8 @@ Item {
                     anchors.left: parent.left
                     anchors.verticalCenter: parent.verticalCenter
                     size: 32
-                    initials: notch.initials
-                    tint: notch.avatarColor
+                    initials: root.notch.initials
+                    tint: root.notch.avatarColor
                 }
                 Column {
                     anchors.left: cardAvatar.right
@@ -158,7 +158,7 @@ Item {
                     Text {
                         textFormat: Text.PlainText
                         width: parent.width
-                        text: notch.title
+                        text: root.notch.title
                         color: "white"
                         font.pixelSize: 14
                         font.bold: true
@@ -167,8 +167,8 @@ Item {
                     Text {
                         textFormat: Text.PlainText
                         width: parent.width
-                        visible: notch.title !== "@" + notch.sender || notch.queued > 0
-                        text: "@" + notch.sender + (notch.queued > 0 ? "  ·  还有 " + notch.queued + " 条" : "")
+                        visible: root.notch.title !== "@" + root.notch.sender || root.notch.queued > 0
+                        text: "@" + root.notch.sender + (root.notch.queued > 0 ? "  ·  还有 " + root.notch.queued + " 条" : "")
                         color: "#98989d"
                         font.pixelSize: 11
                         elide: Text.ElideRight
@@ -180,15 +180,15 @@ Item {
                     anchors.right: closeDot.left
                     anchors.rightMargin: 10
                     anchors.verticalCenter: parent.verticalCenter
-                    text: notch.feedback
-                    color: notch.feedback.indexOf("未") >= 0 ? "#ff9f0a" : "#30d158"
+                    text: root.notch.feedback
+                    color: root.notch.feedback.indexOf("未") >= 0 ? "#ff9f0a" : "#30d158"
                     font.pixelSize: 12
                     font.bold: true
-                    opacity: notch.hasFeedback ? 1 : 0
+                    opacity: root.notch.hasFeedback ? 1 : 0
                     Behavior on opacity {
                         NumberAnimation {
-                            duration: notch.feedbackMotion.duration
-                            easing.type: notch.feedbackMotion.easing
+                            duration: root.notch.feedbackMotion.duration
+                            easing.type: root.notch.feedbackMotion.easing
                         }
                     }
                 }
@@ -203,7 +203,7 @@ Item {
                     color: root.closeHovering ? "#ff6961" : "#ff453a"
                     Accessible.role: Accessible.Button
                     Accessible.name: "关闭"
-                    Accessible.onPressAction: notch.action("dismiss")
+                    Accessible.onPressAction: root.notch.action("dismiss")
                     Text {
                         textFormat: Text.PlainText
                         anchors.centerIn: parent
@@ -218,7 +218,7 @@ Item {
                         anchors.margins: -4
                         hoverEnabled: true
                         onContainsMouseChanged: root.closeHovering = containsMouse
-                        onClicked: notch.action("dismiss")
+                        onClicked: root.notch.action("dismiss")
                     }
                 }
             }
@@ -226,7 +226,7 @@ Item {
             Text {
                 textFormat: Text.PlainText
                 width: parent.width
-                text: notch.body
+                text: root.notch.body
                 color: "#e5e5ea"
                 font.pixelSize: 13
                 wrapMode: Text.Wrap
@@ -235,7 +235,7 @@ Item {
             }
 
             Rectangle {
-                visible: notch.hasCode
+                visible: root.notch.hasCode
                 width: parent.width
                 height: code.implicitHeight + 16
                 radius: 8
@@ -247,7 +247,7 @@ Item {
                     x: 10
                     y: 8
                     width: parent.width - 20
-                    text: notch.codeText
+                    text: root.notch.codeText
                     color: "#a6e3a1"
                     font.family: "monospace"
                     font.pixelSize: 12
@@ -264,15 +264,15 @@ Item {
                     label: "复制"
                     a11y: "复制消息内容"
                     objectName: "copyBody"
-                    onAction: notch.action("copyBody")
+                    onAction: root.notch.action("copyBody")
                 }
                 DSActionButton {
-                    visible: notch.hasCode
+                    visible: root.notch.hasCode
                     system: "chevron.left.forwardslash.chevron.right"
                     label: "复制代码"
                     a11y: "只复制代码部分"
                     objectName: "copyCode"
-                    onAction: notch.action("copyCode")
+                    onAction: root.notch.action("copyCode")
                 }
                 DSActionButton {
                     system: "text.insert"
@@ -280,41 +280,41 @@ Item {
                     a11y: "把内容填到终端提示符，不会执行"
                     primary: true
                     objectName: "fill"
-                    onAction: notch.action("fill")
+                    onAction: root.notch.action("fill")
                 }
                 DSActionButton {
                     system: "arrow.up.forward.app"
                     label: "打开"
                     a11y: "在 App 中打开这条对话"
                     objectName: "openApp"
-                    onAction: notch.action("openApp")
+                    onAction: root.notch.action("openApp")
                 }
                 DSActionButton {
                     system: "arrowshape.turn.up.left"
                     label: "回复"
                     a11y: "回复这条消息"
-                    visible: !notch.replyVisible
+                    visible: !root.notch.replyVisible
                     objectName: "beginReply"
-                    onAction: notch.action("beginReply")
+                    onAction: root.notch.action("beginReply")
                 }
             }
 
             Item {
                 id: replyRow
                 width: parent.width
-                height: notch.replyVisible ? 34 : 0
-                opacity: notch.replyVisible ? 1 : 0
+                height: root.notch.replyVisible ? 34 : 0
+                opacity: root.notch.replyVisible ? 1 : 0
                 visible: height > 0
                 clip: true
                 Behavior on height {
                     NumberAnimation {
-                        duration: notch.replyMotion.duration
-                        easing.type: notch.replyMotion.easing
-                        easing.overshoot: notch.replyMotion.overshoot
+                        duration: root.notch.replyMotion.duration
+                        easing.type: root.notch.replyMotion.easing
+                        easing.overshoot: root.notch.replyMotion.overshoot
                     }
                 }
                 Behavior on opacity {
-                    NumberAnimation { duration: notch.replyMotion.duration; easing.type: Easing.OutQuad }
+                    NumberAnimation { duration: root.notch.replyMotion.duration; easing.type: Easing.OutQuad }
                 }
 
                 TextField {
@@ -330,16 +330,16 @@ Item {
                     font.pixelSize: 13
                     leftPadding: 10
                     rightPadding: 10
-                    text: notch.replyText
-                    onTextEdited: notch.replyText = text
+                    text: root.notch.replyText
+                    onTextEdited: root.notch.replyText = text
                     background: Rectangle {
                         radius: 8
                         color: "#1c1c1e"
                         border.color: replyField.activeFocus ? "#2f7bf5" : "#48484a"
                     }
-                    Keys.onReturnPressed: notch.action("submitReply", text)
-                    Keys.onEnterPressed: notch.action("submitReply", text)
-                    Keys.onEscapePressed: notch.action("cancelReply")
+                    Keys.onReturnPressed: root.notch.action("submitReply", text)
+                    Keys.onEnterPressed: root.notch.action("submitReply", text)
+                    Keys.onEscapePressed: root.notch.action("cancelReply")
                     onActiveFocusChanged: root.replyFocused = activeFocus
                     Accessible.name: "回复"
 
@@ -354,7 +354,7 @@ Item {
                     label: "发送"
                     a11y: "发送回复"
                     primary: true
-                    onAction: notch.action("submitReply", replyField.text)
+                    onAction: root.notch.action("submitReply", replyField.text)
                 }
             }
         }
@@ -362,18 +362,18 @@ Item {
 
     HoverHandler {
         id: hover
-        onHoveredChanged: notch.hoverChanged(hovered)
+        onHoveredChanged: root.notch.hoverChanged(hovered)
     }
 
     Connections {
-        target: notch
+        target: root.notch
         function onReplyVisibleChanged() {
-            if (notch.replyVisible)
+            if (root.notch.replyVisible)
                 replyField.forceActiveFocus()
         }
     }
 
     function reportSize() {
-        notch.contentSize(Math.ceil(shape.width), Math.ceil(shape.height))
+        root.notch.contentSize(Math.ceil(shape.width), Math.ceil(shape.height))
     }
 }

@@ -8,10 +8,11 @@ Item {
     required property var part
     // Where more of a long text comes from: the conversation model, the message and the
     // part's place in it.
-    property QtObject conversation: null
+    property ConversationModel conversation: null
     property string messageId: ""
     property int partIndex: 0
     // Width the part would like without wrapping; the bubble sizes itself from it.
+    // qmllint disable type
     readonly property real naturalWidth: loader.item ? loader.item.naturalWidth : 0
     // Code and structured payloads take the widest bubble.
     readonly property real wide: 100000
@@ -24,6 +25,7 @@ Item {
     // Characters of the text a cut preview holds (the model's 4000 end in an ellipsis).
     readonly property int shownChars: more.length > 0 ? more.length - 1 : 3999
     implicitHeight: (loader.item ? loader.item.implicitHeight : 0) + (moreLink.visible ? moreLink.implicitHeight + 6 : 0)
+    // qmllint enable type
     height: implicitHeight
 
     function shown(preview) {
@@ -71,6 +73,7 @@ Item {
         }
     }
 
+    // qmllint disable unqualified type
     Component {
         id: textPart
         SelectableText {
@@ -270,4 +273,5 @@ Item {
             }
         }
     }
+    // qmllint enable unqualified type
 }

@@ -7,7 +7,7 @@ import Quillmote.Ui
 // about pane. The window takes the content's height (implicitHeight), so nothing is cut.
 ThemedPane {
     id: root
-    required property QtObject prefs
+    required property PreferencesModel prefs
     implicitWidth: 520
     implicitHeight: content.implicitHeight + 32
 
@@ -60,6 +60,7 @@ ThemedPane {
                     required property string modelData
                     GroupTitle { text: group.modelData }
                     Repeater {
+                        // qmllint disable unqualified
                         model: root.prefs.switches.filter(s => s.group === group.modelData)
                         delegate: ToggleSwitch {
                             required property var modelData
@@ -68,6 +69,7 @@ ThemedPane {
                             text: modelData.label
                             checked: modelData.checked
                             onToggled: root.prefs.setSwitch(modelData.key, checked)
+                        // qmllint enable unqualified
                         }
                     }
                 }

@@ -5,7 +5,7 @@ import Quillmote.Ui
 // Shown instead of the conversations while the local state server does not answer.
 Rectangle {
     id: offline
-    required property QtObject vm
+    required property MainViewModel vm
     color: Theme.window
 
     Column {

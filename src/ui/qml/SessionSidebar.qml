@@ -8,7 +8,7 @@ import Quillmote.Ui
 // through the rows and Enter opens one.
 Rectangle {
     id: sidebar
-    required property QtObject vm
+    required property MainViewModel vm
     color: Theme.sidebar
 
     function focusSearch() {
@@ -76,6 +76,7 @@ Rectangle {
                 target: sidebar.vm
                 function onSelectionChanged() { list.syncCurrent() }
             }
+            // qmllint disable type
             Keys.onReturnPressed: {
                 if (currentItem)
                     sidebar.vm.selectConversation(currentItem.peer)
@@ -84,6 +85,7 @@ Rectangle {
                 if (currentItem)
                     sidebar.vm.selectConversation(currentItem.peer)
             }
+            // qmllint enable type
             onActiveFocusChanged: {
                 if (activeFocus && currentIndex < 0 && count > 0)
                     currentIndex = 0
@@ -98,8 +100,10 @@ Rectangle {
                 required property string listTime
                 required property string spoken
                 required property int unread
+                // qmllint disable unqualified
                 readonly property bool selected: sidebar.vm.selectedPeer === peer
                 readonly property bool current: ListView.isCurrentItem && list.activeFocus
+                // qmllint enable unqualified
                 width: ListView.view.width
                 height: Math.max(62, textColumn.implicitHeight + 20)
                 color: selected ? Theme.selected : hover.hovered || current ? Theme.hover : "transparent"
@@ -119,7 +123,9 @@ Rectangle {
                 HoverHandler { id: hover }
                 TapHandler {
                     onTapped: {
+                        // qmllint disable unqualified
                         list.currentIndex = row.index
+                        // qmllint enable unqualified
                         sidebar.vm.selectConversation(row.peer)
                     }
                 }

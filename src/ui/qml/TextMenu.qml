@@ -7,7 +7,10 @@ import QtQuick.Controls
 Item {
     id: area
     required property Item target
+    // The target is a TextEdit or a TextField: the members used here are common to both.
+    // qmllint disable type
     readonly property bool editable: !target.readOnly
+    // qmllint enable type
     anchors.fill: parent
 
     TapHandler {
@@ -25,6 +28,7 @@ Item {
             text: "剪切"
             visible: area.editable
             height: visible ? implicitHeight : 0
+            // qmllint disable type
             enabled: area.target.selectedText.length > 0
             onTriggered: area.target.cut()
         }
@@ -43,6 +47,7 @@ Item {
         MenuItem {
             text: "全选"
             onTriggered: area.target.selectAll()
+            // qmllint enable type
         }
     }
 }
