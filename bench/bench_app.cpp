@@ -5,6 +5,7 @@
 //     history served by the stand-in tool, once the state has arrived and the window settled,
 //     under the display it is given (tools/bench: a private Xvfb) with the platform and
 //     renderer the app picks for itself.
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
@@ -19,11 +20,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString appPath()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier");
-}
 
 QProcessEnvironment appEnvironment(const QTemporaryDir &dir, bool desktop = false)
 {
@@ -42,22 +38,6 @@ QProcessEnvironment appEnvironment(const QTemporaryDir &dir, bool desktop = fals
     return env;
 }
 
-// Reads the app's log until a line contains `text`; false after `timeoutMs`.
-bool waitForLine(QProcess &app, const QString &text, int timeoutMs)
-{
-    QElapsedTimer t;
-    t.start();
-    QByteArray seen;
-    while (t.elapsed() < timeoutMs) {
-        if (!app.waitForReadyRead(50) && app.state() == QProcess::NotRunning)
-            return false;
-        seen += app.readAllStandardError();
-        if (QString::fromUtf8(seen).contains(text))
-            return true;
-    }
-    return false;
-}
-
 void stop(QProcess &app)
 {
     app.terminate();
@@ -72,18 +52,6 @@ int freePort()
     QTcpServer probe;
     probe.listen(QHostAddress::LocalHost, 0);
     return probe.serverPort();
-}
-
-qint64 statusKiB(qint64 pid, const char *field)
-{
-    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!f.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : f.readAll().split('\n')) {
-        if (line.startsWith(field))
-            return line.mid(int(qstrlen(field))).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
 }
 
 } // namespace
@@ -126,7 +94,8 @@ int main(int argc, char *argv[])
         QElapsedTimer t;
         t.start();
         app.start(appPath(), {});
-        if (!waitForLine(app, QStringLiteral("launched"), 10000)) {
+        QByteArray seen;
+        if (!waitForLine(app, seen, QStringLiteral("launched"), 10000)) {
             std::fprintf(stderr, "bench_app: the app never logged \"launched\"\n");
             return 1;
         }
@@ -154,7 +123,8 @@ int main(int argc, char *argv[])
     bool connected = false;
     for (int attempt = 0; attempt < 5 && !connected; ++attempt) {
         app.start(appPath(), { QStringLiteral("quillmote://conversation/alice") });
-        connected = waitForLine(app, QStringLiteral("connected: 10000 msgs"), 8000);
+        QByteArray seen;
+        connected = waitForLine(app, seen, QStringLiteral("connected: 10000 msgs"), 8000);
         if (!connected)
             stop(app); // the state server was not up yet
     }

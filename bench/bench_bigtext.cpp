@@ -4,6 +4,7 @@
 // card open). Reported: how much the resident set grew from the idle app to the settled app
 // with the message listed, and the peak on the way. Runs under the display it is given
 // (tools/bench: a private Xvfb and session bus).
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
@@ -18,37 +19,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString appPath()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier");
-}
-
-bool waitForLine(QProcess &app, QByteArray &seen, const QString &text, int timeoutMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < timeoutMs) {
-        if (QString::fromUtf8(seen).contains(text))
-            return true;
-        if (!app.waitForReadyRead(50) && app.state() == QProcess::NotRunning)
-            return false;
-        seen += app.readAllStandardError();
-    }
-    return false;
-}
-
-qint64 statusKiB(qint64 pid, const char *field)
-{
-    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!f.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : f.readAll().split('\n')) {
-        if (line.startsWith(field))
-            return line.mid(int(qstrlen(field))).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
-}
 
 bool writeFrame(const QString &socketPath, const QByteArray &line)
 {

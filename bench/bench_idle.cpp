@@ -5,6 +5,7 @@
 //     share of one core and wakeups per second over 15 s, and the resident set after it.
 // Read from /proc: utime+stime of /proc/PID/stat, voluntary+nonvoluntary context switches
 // summed over /proc/PID/task/*/status, VmRSS.
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
@@ -21,11 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString appPath()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/app/quillmote-notifier");
-}
 
 struct Sample {
     double cpuSeconds = 0;
@@ -65,20 +61,6 @@ Sample sample(qint64 pid)
     return s;
 }
 
-bool waitForLine(QProcess &app, QByteArray &seen, const char *text, int timeoutMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < timeoutMs) {
-        if (seen.contains(text))
-            return true;
-        if (!app.waitForReadyRead(50) && app.state() == QProcess::NotRunning)
-            return false;
-        seen += app.readAllStandardError();
-    }
-    return seen.contains(text);
-}
-
 // Measures `seconds` of the app's life: returns CPU share, wakeups per second, and the last sample.
 struct Window {
     double cpuPercent;
@@ -96,37 +78,19 @@ Window observe(qint64 pid, int seconds)
     return { 100.0 * (b.cpuSeconds - a.cpuSeconds) / wall, double(b.switches - a.switches) / wall, b };
 }
 
-int fail(const char *why)
-{
-    std::fprintf(stderr, "bench_idle: %s\n", why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariable("QM_BENCH_IN_BUS") != QLatin1String("1")) {
-        qputenv("QM_BENCH_IN_BUS", "1");
-        execlp("dbus-run-session", "dbus-run-session", "--", argv[0], static_cast<char *>(nullptr));
+    if (!inPrivateBus(argv))
         return fail("needs dbus-run-session");
-    }
     QCoreApplication core(argc, argv);
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         return fail("needs a display (tools/bench gives it a private Xvfb)");
 
     QTemporaryDir dir(QStringLiteral("/tmp/qmi-XXXXXX"));
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    // The app's own choices, as on a desktop.
-    for (const char *name : { "QT_QPA_PLATFORM", "QT_QUICK_BACKEND", "QSG_RHI_BACKEND", "JOURNAL_STREAM" })
-        env.remove(QString::fromLatin1(name));
-    env.insert(QStringLiteral("QUILLMOTE_HOME"), dir.path() + QStringLiteral("/qh"));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.path() + QStringLiteral("/config"));
-    env.insert(QStringLiteral("XDG_DATA_HOME"), dir.path() + QStringLiteral("/data"));
-    env.insert(QStringLiteral("XDG_CACHE_HOME"), dir.path() + QStringLiteral("/cache"));
-    env.insert(QStringLiteral("QUILLMOTE_BIN"), QStringLiteral("/nonexistent"));
     QProcess app;
-    app.setProcessEnvironment(env);
+    app.setProcessEnvironment(appEnvironment(dir.path()));
     app.start(appPath(), {});
     QByteArray log;
     if (!waitForLine(app, log, "launched", 15000))

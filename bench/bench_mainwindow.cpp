@@ -6,7 +6,6 @@
 // picks, or the one QT_QUICK_BACKEND / QSG_RHI_BACKEND names; without one, offscreen.
 #include "BenchReport.h"
 
-#include "platform/QmlViews.h"
 #include "state/AppState.h"
 #include "ui/ContentImageProvider.h"
 #include "ui/MainViewModel.h"
@@ -61,7 +60,6 @@ int main(int argc, char **argv)
     QTemporaryDir home; // unread marks go to a settings file of the bench's own
     qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
     QGuiApplication app(argc, argv);
-    (void)QmlViews::baseUrl();
 
     AppState state;
     state.setState(history(100000));

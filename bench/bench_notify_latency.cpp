@@ -3,6 +3,7 @@
 // with the platform it picks for itself) and, as the desktop's notification server on the
 // same private session bus, stamps each Notify call the moment it arrives. In the same run
 // `notify-send` posts messages to the same server, timed from its start to the same stamp.
+#include "BenchApp.h"
 #include "BenchReport.h"
 
 #include <QCoreApplication>
@@ -73,21 +74,12 @@ double percentile(std::vector<double> v, double p)
     return v[std::min(v.size() - 1, size_t(p * double(v.size() - 1) + 0.5))];
 }
 
-int fail(const char *why)
-{
-    std::fprintf(stderr, "bench_notify_latency: %s\n", why);
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariable("QM_BENCH_IN_BUS") != QLatin1String("1")) {
-        qputenv("QM_BENCH_IN_BUS", "1");
-        execlp("dbus-run-session", "dbus-run-session", "--", argv[0], static_cast<char *>(nullptr));
+    if (!inPrivateBus(argv))
         return fail("needs dbus-run-session");
-    }
     QCoreApplication core(argc, argv);
     monotonic.start();
 
@@ -103,16 +95,9 @@ int main(int argc, char *argv[])
         return fail("cannot own org.freedesktop.Notifications");
 
     QTemporaryDir dir(QStringLiteral("/tmp/qml-XXXXXX"));
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const char *name : { "QT_QPA_PLATFORM", "QT_QUICK_BACKEND", "QSG_RHI_BACKEND", "JOURNAL_STREAM" })
-        env.remove(QString::fromLatin1(name));
+    QProcessEnvironment env = appEnvironment(dir.path());
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    env.insert(QStringLiteral("QUILLMOTE_HOME"), dir.path() + QStringLiteral("/qh"));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.path() + QStringLiteral("/config"));
-    env.insert(QStringLiteral("XDG_DATA_HOME"), dir.path() + QStringLiteral("/data"));
-    env.insert(QStringLiteral("XDG_CACHE_HOME"), dir.path() + QStringLiteral("/cache"));
-    env.insert(QStringLiteral("QUILLMOTE_BIN"), QStringLiteral("/nonexistent"));
     QProcess app;
     app.setProcessEnvironment(env);
     app.setStandardErrorFile(QProcess::nullDevice());

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -110,17 +111,23 @@ double plainReaderRate(const QByteArray &path, long long &counted)
     return lines / seconds;
 }
 
+// Starts the server and returns once it listens.
+void startListening(SocketServer &server)
+{
+    auto listening = std::make_shared<bool>(false);
+    QObject::connect(&server, &SocketServer::logged,
+        [listening](const QString &line) { *listening |= line.startsWith(QLatin1String("socket: listening")); });
+    server.start();
+    while (!*listening)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+}
+
 double serverRate(const QByteArray &path, long long &counted)
 {
     SocketServer server(QString::fromUtf8(path));
     long long frames = 0;
-    bool listening = false;
     QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { ++frames; });
-    QObject::connect(&server, &SocketServer::logged,
-        [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
-    server.start();
-    while (!listening)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    startListening(server);
 
     QElapsedTimer timer;
     timer.start();
@@ -142,13 +149,9 @@ double serverRate(const QByteArray &path, long long &counted)
 double endlessLineIntake(const QByteArray &path, qint64 bytes)
 {
     SocketServer server(QString::fromUtf8(path));
-    bool listening = false, heard = false;
+    bool heard = false;
     QObject::connect(&server, &SocketServer::notifyReceived, [&](const NotifyFrame &) { heard = true; });
-    QObject::connect(&server, &SocketServer::logged,
-        [&](const QString &line) { listening |= line.startsWith(QLatin1String("socket: listening")); });
-    server.start();
-    while (!listening)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    startListening(server);
     QElapsedTimer timer;
     timer.start();
     std::thread terminal([&] {

@@ -42,9 +42,3 @@ NotchMotion NotchMotion::close(bool reduceMotion)
 {
     return reduceMotion ? easeOut(0.16) : spring(0.32, 1.0);
 }
-
-QVariantMap NotchMotion::toVariant() const
-{
-    return { { QStringLiteral("duration"), durationMs }, { QStringLiteral("easing"), int(easing) },
-        { QStringLiteral("overshoot"), overshoot } };
-}

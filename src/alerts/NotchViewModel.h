@@ -41,9 +41,9 @@ class NotchViewModel : public QObject
     Q_PROPERTY(bool replyVisible READ replyVisible NOTIFY replyVisibleChanged)
     Q_PROPERTY(QString feedback READ feedbackText NOTIFY feedbackChanged)
     Q_PROPERTY(bool hasFeedback READ hasFeedback NOTIFY feedbackChanged)
-    Q_PROPERTY(QVariantMap stateMotion READ stateMotion NOTIFY motionChanged)
-    Q_PROPERTY(QVariantMap replyMotion READ replyMotion NOTIFY motionChanged)
-    Q_PROPERTY(QVariantMap feedbackMotion READ feedbackMotion NOTIFY motionChanged)
+    Q_PROPERTY(NotchMotion stateMotion READ stateMotion NOTIFY motionChanged)
+    Q_PROPERTY(NotchMotion replyMotion READ replyMotion NOTIFY motionChanged)
+    Q_PROPERTY(NotchMotion feedbackMotion READ feedbackMotion NOTIFY motionChanged)
     Q_PROPERTY(bool reduceMotion READ reduceMotion NOTIFY motionChanged)
 
 public:
@@ -75,10 +75,9 @@ public:
     const std::optional<QString> &feedback() const { return m_feedback; }
     QString feedbackText() const { return m_feedback.value_or(QString()); }
     bool hasFeedback() const { return m_feedback.has_value(); }
-    QVariantMap stateMotion() const { return m_stateMotion.toVariant(); }
-    QVariantMap replyMotion() const { return m_replyMotion.toVariant(); }
-    QVariantMap feedbackMotion() const { return m_feedbackMotion.toVariant(); }
-    NotchMotion lastStateMotion() const { return m_stateMotion; }
+    NotchMotion stateMotion() const { return m_stateMotion; }
+    NotchMotion replyMotion() const { return m_replyMotion; }
+    NotchMotion feedbackMotion() const { return m_feedbackMotion; }
     bool reduceMotion() const { return m_reduceMotion; }
 
     // Written by the controller.

@@ -7,10 +7,10 @@
 #include "platform/XdgAutostart.h"
 #include "state/AppState.h"
 #include "state/StateClient.h"
-#include "state/StateWiring.h"
 #include "ui/MainWindowController.h"
 #include "ui/NativePreviewWindowController.h"
 #include "ui/PreferencesWindowController.h"
+#include "ui/QmlViews.h"
 
 #include "alerts/AlertPolicy.h"
 #include "alerts/MenuBarController.h"
@@ -38,7 +38,10 @@ AppController::AppController(QObject *parent)
     , m_doNotDisturb(std::make_unique<DoNotDisturbWatcher>())
     , m_menuBar(std::make_unique<MenuBarController>(*m_tray))
     , m_notifications(std::make_unique<NotificationController>(*m_notificationServer))
-    , m_notch(std::make_unique<NotchController>(NotchPlatform::ports()))
+    , m_notch(
+          std::make_unique<NotchController>(NotchPlatform::ports([](QQuickView &view, const QVariantMap &properties) {
+              return QmlViews::load(view, QStringLiteral("NotchOverlayView"), properties);
+          })))
     , m_socket(std::make_unique<SocketServer>(IPCPath::socketPath()))
 {
 }
@@ -56,7 +59,7 @@ AppState &AppController::appState()
     if (!m_appState) {
         m_stateClient = std::make_unique<StateClient>();
         m_appState = std::make_unique<AppState>();
-        StateWiring::connectClient(m_stateClient.get(), m_appState.get());
+        m_appState->follow(*m_stateClient);
         // Reading a conversation in the window reads that sender's tray items too.
         connect(m_appState.get(), &AppState::selectionChanged, this, [this] {
             const auto &selection = m_appState->selection();

@@ -21,16 +21,6 @@ QString num(qsizetype n)
     return QString::number(n);
 }
 
-// Actions that only need the tool to succeed.
-ToolAnswer whenSucceeded(const Run &run, const std::function<ToolAnswer()> &ok)
-{
-    if (!run)
-        return ToolAnswer::fail(run.error());
-    if (run->exitCode != 0)
-        return ToolAnswer::fail(CLIError::nonZeroExit(run->exitCode, run->standardError));
-    return ok();
-}
-
 // Actions that read the tool's answer.
 template<typename T>
 ToolAnswer whenDecoded(const QString &command, const Run &run, const std::function<ToolAnswer(const T &)> &ok)
@@ -57,16 +47,11 @@ QList<IntentDefinition> build()
         .confirmation = Confirmation::send,
         .confirmationText
         = [](const Args &a) { return "确认给 " + at(a.handle("handle")) + " 发送：" + a.text("text"); },
-        .toolArguments =
+        .command = { "send", "{handle}", "{text}", "--json", "--yes" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "send", a.handle("handle"), a.text("text"), "--json", "--yes" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    return ToolAnswer::ok("已发送给 " + at(a.handle("handle")) + "。",
-                        "SendMessageIntent: sent to " + at(a.handle("handle")));
-                });
+                return ToolAnswer::ok("已发送给 " + at(a.handle("handle")) + "。",
+                    "SendMessageIntent: sent to " + at(a.handle("handle")));
             } });
 
     d.append({ .name = "ReplyIntent",
@@ -75,37 +60,28 @@ QList<IntentDefinition> build()
         .summary = "回复 {handle}：{text}",
         .confirmation = Confirmation::send,
         .confirmationText = [](const Args &a) { return "确认回复 " + at(a.handle("handle")) + "：" + a.text("text"); },
-        .toolArguments =
+        .command = { "send", "{handle}", "{text}", "--json", "--yes" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "send", a.handle("handle"), a.text("text"), "--json", "--yes" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    return ToolAnswer::ok(
-                        "已回复 " + at(a.handle("handle")) + "。", "ReplyIntent: replied to " + at(a.handle("handle")));
-                });
+                return ToolAnswer::ok(
+                    "已回复 " + at(a.handle("handle")) + "。", "ReplyIntent: replied to " + at(a.handle("handle")));
             } });
 
     d.append({ .name = "ListInboxIntent",
         .title = "查看收件箱",
         .summary = "查看收件箱",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "inbox", "--once", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<InboxResponse>("inbox", r, [](const InboxResponse &inbox) {
-                    const QString log = "ListInboxIntent: " + num(inbox.items.size()) + " message(s)";
-                    if (inbox.items.isEmpty())
-                        return ToolAnswer::ok("收件箱为空。", log);
-                    QString dialog = "收件箱有 " + num(inbox.items.size()) + " 条消息。";
-                    for (const InboxItem &item : inbox.items)
-                        dialog += QLatin1Char('\n') + inboxLine(item);
-                    return ToolAnswer::ok(dialog, log);
-                });
-            } });
+        .command = { "inbox", "--once", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<InboxResponse>("inbox", r, [](const InboxResponse &inbox) {
+                const QString log = "ListInboxIntent: " + num(inbox.items.size()) + " message(s)";
+                if (inbox.items.isEmpty())
+                    return ToolAnswer::ok("收件箱为空。", log);
+                QString dialog = "收件箱有 " + num(inbox.items.size()) + " 条消息。";
+                for (const InboxItem &item : inbox.items)
+                    dialog += QLatin1Char('\n') + inboxLine(item);
+                return ToolAnswer::ok(dialog, log);
+            });
+        } });
 
     d.append({ .name = "ClaimIntent",
         .title = "领取分享",
@@ -131,10 +107,7 @@ QList<IntentDefinition> build()
         .confirmation = Confirmation::continue_,
         .confirmationText = [](const Args &a) { return "确认向 " + at(a.handle("handle")) + " 发起好友申请？"; },
         .gateReason = "发起好友申请",
-        .toolArguments =
-            [](const Args &a) {
-                return QStringList { "connect", a.handle("handle"), "--json", "--yes" };
-            },
+        .command = { "connect", "{handle}", "--json", "--yes" },
         .answer =
             [](const Args &a, const Run &r) {
                 return whenDecoded<ConnectResponse>("connect", r, [&](const ConnectResponse &c) {
@@ -156,51 +129,38 @@ QList<IntentDefinition> build()
                 return "确认通过 " + at(a.handle("handle")) + " 的好友申请？通过后对方可以给你发消息。";
             },
         .gateReason = "批准好友申请",
-        .toolArguments =
+        .command = { "accept", "{handle}", "--json", "--yes" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "accept", a.handle("handle"), "--json", "--yes" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    const QString h = at(a.handle("handle"));
-                    return ToolAnswer::ok("已通过 " + h + " 的好友申请。", "ApproveIntent: accepted " + h);
-                });
+                const QString h = at(a.handle("handle"));
+                return ToolAnswer::ok("已通过 " + h + " 的好友申请。", "ApproveIntent: accepted " + h);
             } });
 
     d.append({ .name = "RequestsIntent",
         .title = "查看好友申请",
         .summary = "查看好友申请",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "requests", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<RequestsResponse>("requests", r, [](const RequestsResponse &res) {
-                    const qsizetype n = res.requests.size();
-                    return ToolAnswer::ok(
-                        n == 0 ? QStringLiteral("没有待处理的好友申请。") : "有 " + num(n) + " 条待处理好友申请。",
-                        "RequestsIntent: " + num(n) + " pending request(s)");
-                });
-            } });
+        .command = { "requests", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<RequestsResponse>("requests", r, [](const RequestsResponse &res) {
+                const qsizetype n = res.requests.size();
+                return ToolAnswer::ok(
+                    n == 0 ? QStringLiteral("没有待处理的好友申请。") : "有 " + num(n) + " 条待处理好友申请。",
+                    "RequestsIntent: " + num(n) + " pending request(s)");
+            });
+        } });
 
     d.append({ .name = "FriendsIntent",
         .title = "我的好友",
         .summary = "我的好友",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "friends", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<FriendsResponse>("friends", r, [](const FriendsResponse &res) {
-                    const qsizetype n = res.friends.size();
-                    return ToolAnswer::ok(n == 0 ? QStringLiteral("你还没有好友。用「发起好友申请」添加一位。")
-                                                 : "你有 " + num(n) + " 位好友。",
-                        "FriendsIntent: " + num(n) + " friend(s)");
-                });
-            } });
+        .command = { "friends", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<FriendsResponse>("friends", r, [](const FriendsResponse &res) {
+                const qsizetype n = res.friends.size();
+                return ToolAnswer::ok(n == 0 ? QStringLiteral("你还没有好友。用「发起好友申请」添加一位。")
+                                             : "你有 " + num(n) + " 位好友。",
+                    "FriendsIntent: " + num(n) + " friend(s)");
+            });
+        } });
 
     d.append({ .name = "ShareIntent",
         .title = "创建分享链接",
@@ -231,36 +191,28 @@ QList<IntentDefinition> build()
         .title = "查询用户",
         .parameters = { { "handle", "用户 handle", Kind::handle } },
         .summary = "查询 @{handle}",
-        .toolArguments =
-            [](const Args &a) {
-                return QStringList { "whois", a.handle("handle"), "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<WhoisResponse>("whois", r, [](const WhoisResponse &w) {
-                    return ToolAnswer::ok(whoisSentence(w),
-                        "WhoisIntent: " + at(w.handle) + " kind=" + w.kind.value_or(QStringLiteral("unknown")));
-                });
-            } });
+        .command = { "whois", "{handle}", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<WhoisResponse>("whois", r, [](const WhoisResponse &w) {
+                return ToolAnswer::ok(whoisSentence(w),
+                    "WhoisIntent: " + at(w.handle) + " kind=" + w.kind.value_or(QStringLiteral("unknown")));
+            });
+        } });
 
     d.append({ .name = "ContactsIntent",
         .title = "联系人状态",
         .summary = "联系人状态",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "contacts", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<ContactsResponse>("contacts", r, [](const ContactsResponse &res) {
-                    const qsizetype n = res.contacts.size();
-                    const qsizetype online
-                        = countIf(res.contacts, [](const ContactEntry &c) { return c.online.value_or(false); });
-                    return ToolAnswer::ok(n == 0 ? QStringLiteral("还没有联系人。")
-                                                 : "共 " + num(n) + " 位联系人，" + num(online) + " 位在线。",
-                        "ContactsIntent: " + num(n) + " contact(s), " + num(online) + " online");
-                });
-            } });
+        .command = { "contacts", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<ContactsResponse>("contacts", r, [](const ContactsResponse &res) {
+                const qsizetype n = res.contacts.size();
+                const qsizetype online
+                    = countIf(res.contacts, [](const ContactEntry &c) { return c.online.value_or(false); });
+                return ToolAnswer::ok(n == 0 ? QStringLiteral("还没有联系人。")
+                                             : "共 " + num(n) + " 位联系人，" + num(online) + " 位在线。",
+                    "ContactsIntent: " + num(n) + " contact(s), " + num(online) + " online");
+            });
+        } });
 
     d.append({ .name = "BlockIntent",
         .title = "屏蔽用户",
@@ -270,16 +222,11 @@ QList<IntentDefinition> build()
         .confirmationText
         = [](const Args &a) { return "确认屏蔽 " + at(a.handle("handle")) + "？屏蔽后对方无法再给你发消息。"; },
         .gateReason = "屏蔽用户",
-        .toolArguments =
+        .command = { "block", "{handle}", "--json" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "block", a.handle("handle"), "--json" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    const QString h = at(a.handle("handle"));
-                    return ToolAnswer::ok("已屏蔽 " + h + "。", "BlockIntent: blocked " + h);
-                });
+                const QString h = at(a.handle("handle"));
+                return ToolAnswer::ok("已屏蔽 " + h + "。", "BlockIntent: blocked " + h);
             } });
 
     d.append({ .name = "UnfriendIntent",
@@ -289,16 +236,11 @@ QList<IntentDefinition> build()
         .confirmation = Confirmation::continue_,
         .confirmationText = [](const Args &a) { return "确认解除与 " + at(a.handle("handle")) + " 的好友关系？"; },
         .gateReason = "解除好友",
-        .toolArguments =
+        .command = { "unfriend", "{handle}", "--json" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "unfriend", a.handle("handle"), "--json" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    const QString h = at(a.handle("handle"));
-                    return ToolAnswer::ok("已解除与 " + h + " 的好友关系。", "UnfriendIntent: unfriended " + h);
-                });
+                const QString h = at(a.handle("handle"));
+                return ToolAnswer::ok("已解除与 " + h + " 的好友关系。", "UnfriendIntent: unfriended " + h);
             } });
 
     d.append({ .name = "AcceptStrangersIntent",
@@ -318,34 +260,28 @@ QList<IntentDefinition> build()
                 return QStringList { "settings", "accept-strangers", a.toggle("enabled").value_or(false) ? "on" : "off",
                     "--json" };
             },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    const bool on = a.toggle("enabled").value_or(false);
-                    return ToolAnswer::ok(
-                        on ? QStringLiteral("已开启接收陌生人消息。") : QStringLiteral("已关闭接收陌生人消息。"),
-                        QStringLiteral("AcceptStrangersIntent: set ") + (on ? "on" : "off"));
-                });
+        .succeeded =
+            [](const Args &a) {
+                const bool on = a.toggle("enabled").value_or(false);
+                return ToolAnswer::ok(
+                    on ? QStringLiteral("已开启接收陌生人消息。") : QStringLiteral("已关闭接收陌生人消息。"),
+                    QStringLiteral("AcceptStrangersIntent: set ") + (on ? "on" : "off"));
             } });
 
     d.append({ .name = "SharesIntent",
         .title = "我的分享",
         .summary = "我的分享",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "shares", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<SharesResponse>("shares", r, [](const SharesResponse &res) {
-                    const qsizetype n = res.shares.size();
-                    const qsizetype active
-                        = countIf(res.shares, [](const ShareEntry &s) { return !s.revoked.value_or(false); });
-                    return ToolAnswer::ok(n == 0 ? QStringLiteral("还没有分享。")
-                                                 : "共 " + num(n) + " 个分享，" + num(active) + " 个有效。",
-                        "SharesIntent: " + num(n) + " share(s)");
-                });
-            } });
+        .command = { "shares", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<SharesResponse>("shares", r, [](const SharesResponse &res) {
+                const qsizetype n = res.shares.size();
+                const qsizetype active
+                    = countIf(res.shares, [](const ShareEntry &s) { return !s.revoked.value_or(false); });
+                return ToolAnswer::ok(
+                    n == 0 ? QStringLiteral("还没有分享。") : "共 " + num(n) + " 个分享，" + num(active) + " 个有效。",
+                    "SharesIntent: " + num(n) + " share(s)");
+            });
+        } });
 
     d.append({ .name = "RevokeShareIntent",
         .title = "撤销分享",
@@ -358,12 +294,10 @@ QList<IntentDefinition> build()
             [](const Args &a) {
                 return QStringList { "share-revoke", a.text("shareId").trimmed(), "--json" };
             },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    const QString id = a.text("shareId").trimmed();
-                    return ToolAnswer::ok("已撤销分享 " + id + "。", "RevokeShareIntent: revoked " + id);
-                });
+        .succeeded =
+            [](const Args &a) {
+                const QString id = a.text("shareId").trimmed();
+                return ToolAnswer::ok("已撤销分享 " + id + "。", "RevokeShareIntent: revoked " + id);
             } });
 
     d.append({ .name = "PublishCapabilitiesIntent",
@@ -385,12 +319,10 @@ QList<IntentDefinition> build()
                 args << "--json";
                 return args;
             },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    return ToolAnswer::ok(
-                        "已发布能力信息。", "PublishCapabilitiesIntent: published accepts=" + a.text("accepts"));
-                });
+        .succeeded =
+            [](const Args &a) {
+                return ToolAnswer::ok(
+                    "已发布能力信息。", "PublishCapabilitiesIntent: published accepts=" + a.text("accepts"));
             } });
 
     d.append({ .name = "SendToDeviceIntent",
@@ -400,36 +332,27 @@ QList<IntentDefinition> build()
         .confirmation = Confirmation::send,
         .confirmationText
         = [](const Args &a) { return "确认把这段内容发到设备「" + a.text("device") + "」：" + a.text("text"); },
-        .toolArguments =
+        .command = { "send-self", "{device}", "{text}", "--json" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "send-self", a.text("device"), a.text("text"), "--json" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    return ToolAnswer::ok("已发送到设备「" + a.text("device") + "」。",
-                        "SendToDeviceIntent: sent to device " + a.text("device"));
-                });
+                return ToolAnswer::ok("已发送到设备「" + a.text("device") + "」。",
+                    "SendToDeviceIntent: sent to device " + a.text("device"));
             } });
 
     d.append({ .name = "DevicesIntent",
         .title = "我的设备",
         .summary = "我的设备",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "devices", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<DevicesResponse>("devices", r, [](const DevicesResponse &res) {
-                    const qsizetype n = res.devices.size();
-                    const qsizetype online
-                        = countIf(res.devices, [](const DeviceEntry &e) { return e.online.value_or(false); });
-                    return ToolAnswer::ok(n == 0 ? QStringLiteral("还没有配对的设备。")
-                                                 : "共 " + num(n) + " 台设备，" + num(online) + " 台在线。",
-                        "DevicesIntent: " + num(n) + " device(s), " + num(online) + " online");
-                });
-            } });
+        .command = { "devices", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<DevicesResponse>("devices", r, [](const DevicesResponse &res) {
+                const qsizetype n = res.devices.size();
+                const qsizetype online
+                    = countIf(res.devices, [](const DeviceEntry &e) { return e.online.value_or(false); });
+                return ToolAnswer::ok(n == 0 ? QStringLiteral("还没有配对的设备。")
+                                             : "共 " + num(n) + " 台设备，" + num(online) + " 台在线。",
+                    "DevicesIntent: " + num(n) + " device(s), " + num(online) + " online");
+            });
+        } });
 
     d.append({ .name = "ForwardIntent",
         .title = "转发到设备",
@@ -438,48 +361,34 @@ QList<IntentDefinition> build()
         .confirmation = Confirmation::continue_,
         .confirmationText
         = [](const Args &a) { return "确认把消息 " + a.text("message") + " 转发到设备「" + a.text("device") + "」？"; },
-        .toolArguments =
+        .command = { "forward", "{message}", "{device}", "--json" },
+        .succeeded =
             [](const Args &a) {
-                return QStringList { "forward", a.text("message"), a.text("device"), "--json" };
-            },
-        .answer =
-            [](const Args &a, const Run &r) {
-                return whenSucceeded(r, [&] {
-                    return ToolAnswer::ok("已转发到设备「" + a.text("device") + "」。",
-                        "ForwardIntent: forwarded " + a.text("message") + " → " + a.text("device"));
-                });
+                return ToolAnswer::ok("已转发到设备「" + a.text("device") + "」。",
+                    "ForwardIntent: forwarded " + a.text("message") + " → " + a.text("device"));
             } });
 
     d.append({ .name = "DoctorIntent",
         .title = "运行体检",
         .summary = "运行体检",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "doctor", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<DoctorReport>("doctor", r, [](const DoctorReport &rep) {
-                    return ToolAnswer::ok(rep.ok
-                            ? QStringLiteral("体检通过：连通性 / 身份 / 监听都正常。")
-                            : QStringLiteral("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"),
-                        "DoctorIntent: ok=" + Log::boolText(rep.ok));
-                });
-            } });
+        .command = { "doctor", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<DoctorReport>("doctor", r, [](const DoctorReport &rep) {
+                return ToolAnswer::ok(rep.ok ? QStringLiteral("体检通过：连通性 / 身份 / 监听都正常。")
+                                             : QStringLiteral("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"),
+                    "DoctorIntent: ok=" + Log::boolText(rep.ok));
+            });
+        } });
 
     d.append({ .name = "WhoamiIntent",
         .title = "我是谁",
         .summary = "我是谁",
-        .toolArguments =
-            [](const Args &) {
-                return QStringList { "whoami", "--json" };
-            },
-        .answer =
-            [](const Args &, const Run &r) {
-                return whenDecoded<WhoamiResponse>("whoami", r, [](const WhoamiResponse &w) {
-                    return ToolAnswer::ok("你是 " + at(w.handle) + "。", "WhoamiIntent: " + at(w.handle));
-                });
-            } });
+        .command = { "whoami", "--json" },
+        .answer = [](const Args &, const Run &r) {
+            return whenDecoded<WhoamiResponse>("whoami", r, [](const WhoamiResponse &w) {
+                return ToolAnswer::ok("你是 " + at(w.handle) + "。", "WhoamiIntent: " + at(w.handle));
+            });
+        } });
 
     return d;
 }

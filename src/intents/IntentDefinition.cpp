@@ -94,24 +94,52 @@ std::optional<QString> IntentDefinition::validate(const IntentArguments &args) c
     return std::nullopt;
 }
 
+QString IntentDefinition::valueOf(const IntentParameter &p, const IntentArguments &args) const
+{
+    switch (p.kind) {
+    case IntentParameter::Kind::handle:
+        return args.handle(p.name);
+    case IntentParameter::Kind::toggle:
+    case IntentParameter::Kind::flag:
+        if (const auto t = args.toggle(p.name))
+            return *t ? QStringLiteral("on") : QStringLiteral("off");
+        return QString();
+    default:
+        return args.text(p.name);
+    }
+}
+
 QString IntentDefinition::summaryFor(const IntentArguments &args) const
 {
     QString s = summary;
-    for (const IntentParameter &p : parameters) {
-        QString value;
-        switch (p.kind) {
-        case IntentParameter::Kind::handle:
-            value = args.handle(p.name);
-            break;
-        case IntentParameter::Kind::toggle:
-        case IntentParameter::Kind::flag:
-            if (const auto t = args.toggle(p.name))
-                value = *t ? QStringLiteral("on") : QStringLiteral("off");
-            break;
-        default:
-            value = args.text(p.name);
-        }
-        s.replace(QLatin1Char('{') + p.name + QLatin1Char('}'), value);
-    }
+    for (const IntentParameter &p : parameters)
+        s.replace(QLatin1Char('{') + p.name + QLatin1Char('}'), valueOf(p, args));
     return s;
+}
+
+QStringList IntentDefinition::toolArgumentsFor(const IntentArguments &args) const
+{
+    if (toolArguments)
+        return toolArguments(args);
+    QStringList out = command;
+    for (QString &element : out) {
+        for (const IntentParameter &p : parameters) {
+            if (element == QLatin1Char('{') + p.name + QLatin1Char('}')) {
+                element = valueOf(p, args);
+                break;
+            }
+        }
+    }
+    return out;
+}
+
+ToolAnswer IntentDefinition::answerFor(const IntentArguments &args, const CLIOutcome<CLIResult> &run) const
+{
+    if (answer)
+        return answer(args, run);
+    if (!run)
+        return ToolAnswer::fail(run.error());
+    if (run->exitCode != 0)
+        return ToolAnswer::fail(CLIError::nonZeroExit(run->exitCode, run->standardError));
+    return succeeded(args);
 }

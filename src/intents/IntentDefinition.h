@@ -72,7 +72,13 @@ struct IntentDefinition {
     std::function<QString(const IntentArguments &)> confirmationText {};
     // Authentication reason of the sensitive actions; empty: no gate.
     QString gateReason {};
+    // The tool's arguments; an element "{name}" stands for a parameter's value as the summary
+    // shows it. toolArguments instead when they take more than the values.
+    QStringList command {};
     std::function<QStringList(const IntentArguments &)> toolArguments {};
+    // What an action that only needs the tool to succeed answers then; `answer` instead for
+    // the actions that read the tool's output.
+    std::function<ToolAnswer(const IntentArguments &)> succeeded {};
     std::function<ToolAnswer(const IntentArguments &, const CLIOutcome<CLIResult> &)> answer {};
 
     // "SendMessage": the D-Bus method.
@@ -82,4 +88,9 @@ struct IntentDefinition {
     // The first missing or unreadable parameter, as the user-facing message.
     std::optional<QString> validate(const IntentArguments &args) const;
     QString summaryFor(const IntentArguments &args) const;
+    QStringList toolArgumentsFor(const IntentArguments &args) const;
+    ToolAnswer answerFor(const IntentArguments &args, const CLIOutcome<CLIResult> &run) const;
+
+private:
+    QString valueOf(const IntentParameter &parameter, const IntentArguments &args) const;
 };

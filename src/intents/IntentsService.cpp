@@ -75,8 +75,8 @@ void IntentsService::perform(const IntentDefinition &intent, const IntentArgumen
 
 void IntentsService::runTool(const IntentDefinition &intent, const IntentArguments &args, Done done)
 {
-    m_runner->run(intent.toolArguments(args)).then(this, [intent, args, done](const CLIOutcome<CLIResult> &run) {
-        const ToolAnswer answer = intent.answer(args, run);
+    m_runner->run(intent.toolArgumentsFor(args)).then(this, [intent, args, done](const CLIOutcome<CLIResult> &run) {
+        const ToolAnswer answer = intent.answerFor(args, run);
         if (answer.error) {
             done(IntentResult::failed(answer.error->description()));
             return;

@@ -142,11 +142,15 @@ private:
     int m_field = other;
 };
 
-void appendKey(QByteArray &out, const char *key)
+// `,"key":"value"`, without the comma after the opening brace.
+void appendField(QByteArray &out, const char *key, const QString &value)
 {
+    if (out.size() > 1)
+        out += ',';
     out += '"';
     out += key;
     out += "\":";
+    appendJsonString(out, value);
 }
 
 } // namespace
@@ -216,33 +220,23 @@ void appendJsonString(QByteArray &out, const QString &value)
 
 QByteArray encode(const ReplyFrame &frame)
 {
-    QByteArray out = "{\"type\":\"reply\",";
-    appendKey(out, "sender");
-    appendJsonString(out, frame.sender);
-    out += ',';
-    appendKey(out, "text");
-    appendJsonString(out, frame.text);
-    if (frame.msgId) {
-        out += ',';
-        appendKey(out, "msgId");
-        appendJsonString(out, *frame.msgId);
-    }
-    out += '}';
-    return out;
+    QByteArray out = "{";
+    appendField(out, "type", QStringLiteral("reply"));
+    appendField(out, "sender", frame.sender);
+    appendField(out, "text", frame.text);
+    if (frame.msgId)
+        appendField(out, "msgId", *frame.msgId);
+    return out += '}';
 }
 
 QByteArray encode(const FillFrame &frame)
 {
-    QByteArray out = "{\"type\":\"fill\",";
-    appendKey(out, "text");
-    appendJsonString(out, frame.text);
-    if (frame.msgId) {
-        out += ',';
-        appendKey(out, "msgId");
-        appendJsonString(out, *frame.msgId);
-    }
-    out += '}';
-    return out;
+    QByteArray out = "{";
+    appendField(out, "type", QStringLiteral("fill"));
+    appendField(out, "text", frame.text);
+    if (frame.msgId)
+        appendField(out, "msgId", *frame.msgId);
+    return out += '}';
 }
 
 } // namespace Frames

@@ -1,7 +1,6 @@
 #include "model/JSONValue.h"
 
-#include <QVariantList>
-#include <QVariantMap>
+#include <QLocale>
 
 #include <algorithm>
 #include <atomic>
@@ -325,34 +324,6 @@ const QString *JSONValue::stringAt(QStringView key) const
 {
     const JSONValue *v = find(key);
     return v && v->isString() ? &v->m_string : nullptr;
-}
-
-QVariant JSONValue::toFoundation() const
-{
-    switch (m_kind) {
-    case Kind::string:
-        return toString();
-    case Kind::number:
-        return m_number;
-    case Kind::boolean:
-        return m_bool;
-    case Kind::object: {
-        QVariantMap map;
-        for (const auto &[key, value] : members())
-            map.insert(key, value.toFoundation());
-        return map;
-    }
-    case Kind::array: {
-        QVariantList list;
-        list.reserve(m_size);
-        for (const auto &e : elements())
-            list.append(e.toFoundation());
-        return list;
-    }
-    case Kind::null:
-        break;
-    }
-    return QVariant::fromValue(nullptr);
 }
 
 QString JSONValue::pretty() const

@@ -110,9 +110,6 @@ public:
     // Parses JSON text (any top-level value); nothing when the text is not JSON.
     static std::optional<JSONValue> fromJson(QByteArrayView json);
 
-    // A plain tree for serializers: QString, double, bool, QVariantMap, QVariantList, and
-    // QVariant::fromValue(nullptr) for null.
-    QVariant toFoundation() const;
     // Indented JSON (4 spaces, keys sorted). A bare scalar renders as {"value": …}; null
     // renders as "null".
     QString pretty() const;

@@ -1,5 +1,7 @@
 #include "model/PanelState.h"
 
+#include "core/JsonField.h"
+
 #include "model/JSONTreeReader.h"
 #include "model/StringInterner.h"
 
@@ -26,41 +28,26 @@ QString text(std::string_view sv)
     return QString::fromUtf8(sv.data(), static_cast<qsizetype>(sv.size()));
 }
 
-bool readString(element e, QString &out)
-{
-    std::string_view sv;
-    if (e.get_string().get(sv) != simdjson::SUCCESS)
-        return false;
-    out = text(sv);
-    return true;
-}
+// simdjson's elements for JsonField. Records are read member by member, so a member is
+// never absent here: each record counts its required keys itself.
+struct Json {
+    StringInterner *interner = nullptr; // short texts of the document are shared through it
 
-bool readString(element e, QString &out, StringInterner &interner)
-{
-    std::string_view sv;
-    if (e.get_string().get(sv) != simdjson::SUCCESS)
-        return false;
-    out = interner.get(sv);
-    return true;
-}
-
-// null reads as absent; any other non-string is a failure.
-bool readOptionalString(element e, std::optional<QString> &out, StringInterner &interner)
-{
-    if (e.is_null()) {
-        out.reset();
+    static bool isAbsent(element) { return false; }
+    static bool isNull(element e) { return e.is_null(); }
+    bool get(element e, QString &out) const
+    {
+        std::string_view sv;
+        if (e.get_string().get(sv) != simdjson::SUCCESS)
+            return false;
+        out = interner ? interner->get(sv) : text(sv);
         return true;
     }
-    QString s;
-    if (!readString(e, s, interner))
-        return false;
-    out = std::move(s);
-    return true;
-}
+};
 
 // A handle and a fingerprint, both required; contacts also read an optional status.
 bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optional<QString> *status = nullptr,
-    StringInterner *interner = nullptr)
+    const Json &statusJson = {})
 {
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
@@ -68,15 +55,15 @@ bool decodeIdentity(element e, QString &handle, QString &fingerprint, std::optio
     bool hasHandle = false, hasFingerprint = false;
     for (const auto field : o) {
         if (field.key == "handle") {
-            if (!readString(field.value, handle))
+            if (!JsonField::required(Json {}, field.value, handle))
                 return false;
             hasHandle = true;
         } else if (field.key == "fingerprint") {
-            if (!readString(field.value, fingerprint))
+            if (!JsonField::required(Json {}, field.value, fingerprint))
                 return false;
             hasFingerprint = true;
         } else if (status && field.key == "status") {
-            if (!readOptionalString(field.value, *status, *interner))
+            if (!JsonField::optional(statusJson, field.value, *status))
                 return false;
         }
     }
@@ -116,12 +103,12 @@ bool decodeRecord(element e, PendingConnect &out, Context &)
 }
 bool decodeRecord(element e, Contact &out, Context &context)
 {
-    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, &context.interner);
+    return decodeIdentity(e, out.handle, out.fingerprint, &out.status, Json { &context.interner });
 }
 
 bool decodeRecord(element e, Message &out, Context &context)
 {
-    StringInterner &interner = context.interner;
+    const Json plain, interned { &context.interner };
     simdjson::dom::object o;
     if (e.get_object().get(o) != simdjson::SUCCESS)
         return false;
@@ -131,21 +118,21 @@ bool decodeRecord(element e, Message &out, Context &context)
         const std::string_view key = field.key;
         bool ok = true;
         if (key == "id") {
-            ok = readString(field.value, out.id);
+            ok = JsonField::required(plain, field.value, out.id);
             seen |= id;
         } else if (key == "peer") {
-            ok = readString(field.value, out.peer, interner);
+            ok = JsonField::required(interned, field.value, out.peer);
             seen |= peer;
         } else if (key == "direction") {
-            ok = readString(field.value, out.direction, interner);
+            ok = JsonField::required(interned, field.value, out.direction);
             seen |= direction;
         } else if (key == "type") {
-            ok = readString(field.value, out.type, interner);
+            ok = JsonField::required(interned, field.value, out.type);
             seen |= type;
         } else if (key == "status") {
-            ok = readOptionalString(field.value, out.status, interner);
+            ok = JsonField::optional(interned, field.value, out.status);
         } else if (key == "createdAt") {
-            ok = readString(field.value, out.createdAt);
+            ok = JsonField::required(plain, field.value, out.createdAt);
             seen |= createdAt;
         } else if (key == "content") {
             out.content = context.reader.read(field.value);
@@ -359,7 +346,7 @@ std::optional<PanelState> PanelState::decode(QByteArrayView json, QString *error
     }
     if (document.at_key("handle").get(member) == simdjson::SUCCESS && !member.is_null()) {
         QString handle;
-        if (!readString(member, handle))
+        if (!Json {}.get(member, handle))
             return fail(QStringLiteral("\"handle\" is not a string"));
         state.handle = std::move(handle);
     }

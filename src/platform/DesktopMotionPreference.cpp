@@ -1,5 +1,7 @@
 #include "platform/DesktopMotionPreference.h"
 
+#include "platform/PortalSettings.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -10,19 +12,9 @@
 #include <QStandardPaths>
 
 namespace {
-const auto kPortalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const auto kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const auto kSettingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const auto kGnomeInterface = QStringLiteral("org.gnome.desktop.interface");
 const auto kAnimationsKey = QStringLiteral("enable-animations");
-
-// The portal wraps the value in one or two variants, depending on its version.
-QVariant unwrap(QVariant v)
-{
-    while (v.canConvert<QDBusVariant>() && v.userType() == qMetaTypeId<QDBusVariant>())
-        v = v.value<QDBusVariant>().variant();
-    return v;
-}
+using PortalSettings::unwrap;
 } // namespace
 
 DesktopMotionPreference::DesktopMotionPreference(QObject *parent)
@@ -31,10 +23,10 @@ DesktopMotionPreference::DesktopMotionPreference(QObject *parent)
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(kPortalService, kPortalPath, kSettingsInterface, QStringLiteral("SettingChanged"), this,
-        SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
-    QDBusMessage call
-        = QDBusMessage::createMethodCall(kPortalService, kPortalPath, kSettingsInterface, QStringLiteral("Read"));
+    bus.connect(PortalSettings::service, PortalSettings::path, PortalSettings::interface,
+        QStringLiteral("SettingChanged"), this, SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        PortalSettings::service, PortalSettings::path, PortalSettings::interface, QStringLiteral("Read"));
     call << kGnomeInterface << kAnimationsKey;
     call.setAutoStartService(false);
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 2000), this);

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "intents/QuillmoteFocusFilter.h"
+#include "platform/PortalSettings.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -12,19 +13,9 @@ const QString kNotifications = QStringLiteral("org.freedesktop.Notifications");
 const QString kNotificationsPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString kDunst = QStringLiteral("org.dunstproject.cmd0");
 const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString kPortalSettings = QStringLiteral("org.freedesktop.portal.Settings");
 const QString kGnomeNotifications = QStringLiteral("org.gnome.desktop.notifications");
 const QString kShowBanners = QStringLiteral("show-banners");
-
-// The portal's Read wraps the value in one more variant than ReadOne does.
-QVariant unwrap(QVariant v)
-{
-    while (v.canConvert<QDBusVariant>() && v.userType() == qMetaTypeId<QDBusVariant>())
-        v = v.value<QDBusVariant>().variant();
-    return v;
-}
+using PortalSettings::unwrap;
 } // namespace
 
 DoNotDisturbWatcher::DoNotDisturbWatcher(QDBusConnection bus, QObject *parent)
@@ -41,7 +32,7 @@ void DoNotDisturbWatcher::start()
     }
     m_bus.connect(QString(), kNotificationsPath, kProperties, QStringLiteral("PropertiesChanged"), this,
         SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
-    m_bus.connect(QString(), kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,
+    m_bus.connect(QString(), PortalSettings::path, PortalSettings::interface, QStringLiteral("SettingChanged"), this,
         SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     m_server.setConnection(m_bus);
     m_server.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
@@ -58,7 +49,8 @@ void DoNotDisturbWatcher::readAll()
     readProperty(kNotifications, QStringLiteral("Inhibited"), &m_inhibited);
     readProperty(kDunst, QStringLiteral("paused"), &m_paused);
 
-    QDBusMessage read = QDBusMessage::createMethodCall(kPortal, kPortalPath, kPortalSettings, QStringLiteral("Read"));
+    QDBusMessage read = QDBusMessage::createMethodCall(
+        PortalSettings::service, PortalSettings::path, PortalSettings::interface, QStringLiteral("Read"));
     read << kGnomeNotifications << kShowBanners;
     auto *w = new QDBusPendingCallWatcher(m_bus.asyncCall(read), this);
     connect(w, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {

@@ -3,7 +3,6 @@
 #include "alerts/NotchGeometry.h"
 #include "alerts/NotchViewModel.h"
 #include "core/Log.h"
-#include "platform/QmlViews.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
@@ -11,7 +10,7 @@
 #include <QQuickView>
 #include <QRegion>
 
-NotchOverlayWindow::NotchOverlayWindow(NotchViewModel &model, QObject *parent)
+NotchOverlayWindow::NotchOverlayWindow(NotchViewModel &model, const ViewLoader &load, QObject *parent)
     : QObject(parent)
     , m_model(model)
     , m_view(std::make_unique<QQuickView>())
@@ -33,13 +32,8 @@ NotchOverlayWindow::NotchOverlayWindow(NotchViewModel &model, QObject *parent)
     m_view->setFormat(format);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
 
-    QmlViews::ensureImported(*m_view->engine());
-    m_view->setInitialProperties({ { QStringLiteral("notch"), QVariant::fromValue(&m_model) } });
-    m_view->setSource(QUrl(QString::fromLatin1(QmlViews::baseUrl()) + QStringLiteral("NotchOverlayView.qml")));
-    if (m_view->status() != QQuickView::Ready) {
-        QStringList errors;
-        for (const auto &e : m_view->errors())
-            errors.append(e.toString());
+    const QStringList errors = load(*m_view, { { QStringLiteral("notch"), QVariant::fromValue(&m_model) } });
+    if (!errors.isEmpty()) {
         Log::error(Log::Category::notch,
             QStringLiteral("notch: overlay view failed to load: ") + errors.join(QStringLiteral("; ")));
     }

@@ -3,7 +3,10 @@
 #include "alerts/NotchPanel.h"
 
 #include <QObject>
+#include <QStringList>
+#include <QVariantMap>
 
+#include <functional>
 #include <memory>
 
 class NotchViewModel;
@@ -20,7 +23,11 @@ class NotchOverlayWindow : public QObject, public NotchPanel
 {
     Q_OBJECT
 public:
-    explicit NotchOverlayWindow(NotchViewModel &model, QObject *parent = nullptr);
+    // Loads the overlay's view into the window with its initial properties and returns the
+    // errors. The views are the ui layer's, so the composition root hands this in.
+    using ViewLoader = std::function<QStringList(QQuickView &view, const QVariantMap &properties)>;
+
+    NotchOverlayWindow(NotchViewModel &model, const ViewLoader &load, QObject *parent = nullptr);
     ~NotchOverlayWindow() override;
 
     void orderFront(const QRect &frame) override;

@@ -3,13 +3,12 @@
 #include "platform/CanberraSound.h"
 #include "platform/ClipboardPasteboard.h"
 #include "platform/DesktopMotionPreference.h"
-#include "platform/NotchOverlayWindow.h"
 #include "platform/QtScheduler.h"
 #include "platform/QtScreenSource.h"
 
 namespace NotchPlatform {
 
-NotchPorts ports()
+NotchPorts ports(NotchOverlayWindow::ViewLoader loadOverlay)
 {
     NotchPorts p;
     p.scheduler = std::make_shared<QtScheduler>();
@@ -17,7 +16,8 @@ NotchPorts ports()
     p.pasteboard = std::make_shared<ClipboardPasteboard>();
     p.sound = std::make_shared<CanberraSound>();
     p.motion = std::make_shared<DesktopMotionPreference>();
-    p.makePanel = [](NotchViewModel &model) { return std::make_unique<NotchOverlayWindow>(model); };
+    p.makePanel = [loadOverlay = std::move(loadOverlay)](
+                      NotchViewModel &model) { return std::make_unique<NotchOverlayWindow>(model, loadOverlay); };
     return p;
 }
 

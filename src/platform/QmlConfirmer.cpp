@@ -6,6 +6,9 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 
+// Made by the build from the types of the module "Quillmote.Platform".
+void qml_register_types_Quillmote_Platform();
+
 ConfirmationRequest::ConfirmationRequest(const QString &text, const QString &confirmLabel, QObject *parent)
     : QObject(parent)
     , m_text(text)
@@ -30,12 +33,16 @@ QmlConfirmer::~QmlConfirmer() = default;
 
 void QmlConfirmer::ask(const QString &text, const QString &confirmLabel, std::function<void(bool)> done)
 {
-    if (!m_engine)
+    if (!m_engine) {
+        qml_register_types_Quillmote_Platform();
         m_engine = std::make_unique<QQmlEngine>();
-    QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/quillmote/platform/qml/ConfirmationDialog.qml")));
+        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    }
+    QQmlComponent component(
+        m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Quillmote/Platform/ConfirmationDialog.qml")));
     auto *request = new ConfirmationRequest(text, confirmLabel, this);
-    QObject *created = component.createWithInitialProperties(
-        { { QStringLiteral("request"), QVariant::fromValue<QObject *>(request) } });
+    QObject *created
+        = component.createWithInitialProperties({ { QStringLiteral("request"), QVariant::fromValue(request) } });
     auto *window = qobject_cast<QQuickWindow *>(created);
     if (!window) {
         // Without a dialog nobody can say yes: the action is declined, not run unasked.

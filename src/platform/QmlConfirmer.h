@@ -4,17 +4,20 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QQuickWindow>
+#include <QtQml/qqmlregistration.h>
 
 #include <memory>
 
 class QQmlEngine;
-#include <QQuickWindow>
 
 // One question to the user, as the dialog sees it: the text, the confirm button's label,
 // and answer() for the buttons. Answers once; later calls are ignored.
 class ConfirmationRequest : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("QmlConfirmer makes the requests")
     Q_PROPERTY(QString text READ text CONSTANT)
     Q_PROPERTY(QString confirmLabel READ confirmLabel CONSTANT)
 public:

@@ -144,8 +144,8 @@ void SystemTray::applyIcon()
         cached = std::prev(m_pictures.end());
     }
     m_icon->setIcon(cached->second);
-    const QString tip = m_state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(m_state.badge)
-                                          : QStringLiteral("Quillmote");
+    const QString tip
+        = m_state.badge > 0 ? QStringLiteral("Quillmote · %1 条未读").arg(m_state.badge) : QStringLiteral("Quillmote");
     if (m_icon->toolTip() != tip)
         m_icon->setToolTip(tip);
 }

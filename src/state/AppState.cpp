@@ -2,6 +2,7 @@
 
 #include "model/ContentNormalizer.h"
 #include "model/MessageTime.h"
+#include "state/StateClient.h"
 #include "state/UnreadTracker.h"
 
 #include <QCoreApplication>
@@ -68,6 +69,13 @@ void AppState::setState(const PanelState &state)
     ++m_generation;
     m_pending.reset();
     adopt(derive(state, *m_derived));
+}
+
+void AppState::follow(StateClient &client)
+{
+    connect(&client, &StateClient::stateChanged, this, &AppState::submitState);
+    if (!(client.state() == state()))
+        setState(client.state());
 }
 
 void AppState::submitState(const PanelState &state)

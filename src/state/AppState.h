@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+class StateClient;
+
 // The main window's model: the latest state document turned into sorted, searchable
 // conversations with unread counts, plus the detail selection and the sidebar's search
 // text. Whoever fetches the document hands it over with setState().
@@ -35,6 +37,9 @@ public:
     // Takes a new document without blocking: it is derived on a worker thread and adopted
     // on the main thread. Documents that arrive meanwhile collapse to the newest one.
     void submitState(const PanelState &state);
+    // Takes every document the client publishes, starting with the one it holds now (that
+    // one at once, later ones through submitState). Ends with either object.
+    void follow(StateClient &client);
     const PanelState &state() const;
 
     // All sessions, newest first; contacts without messages come last.

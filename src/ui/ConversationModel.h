@@ -3,6 +3,7 @@
 #include "model/PanelState.h"
 
 #include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
 
 class AppState;
 class ContentImageProvider;
@@ -15,6 +16,8 @@ class ContentImageProvider;
 class ConversationModel : public QAbstractListModel
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The main view model owns the conversation")
     Q_PROPERTY(QString peer READ peer NOTIFY peerChanged)
 public:
     enum Role {

@@ -84,16 +84,6 @@ void MainViewModel::setSearchText(const QString &text)
     m_state.setSearchText(text);
 }
 
-QObject *MainViewModel::sessions() const
-{
-    return m_sessions;
-}
-
-QObject *MainViewModel::conversation() const
-{
-    return m_conversation;
-}
-
 QString MainViewModel::selfHandle() const
 {
     const PanelState &s = m_state.state();

@@ -1,14 +1,16 @@
 #pragma once
 
+#include "state/SessionListModel.h"
+#include "ui/ConversationModel.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 class AppState;
 class ContentImageProvider;
-class ConversationModel;
-class SessionListModel;
 class StateClient;
 
 // What the main window's views read: the sidebar and conversation models, the detail
@@ -18,6 +20,8 @@ class StateClient;
 class MainViewModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The main window controller owns its view model")
     Q_PROPERTY(bool offline READ offline NOTIFY offlineChanged)
     Q_PROPERTY(bool launching READ launching NOTIFY launchChanged)
     Q_PROPERTY(QString launchError READ launchError NOTIFY launchChanged)
@@ -26,8 +30,8 @@ class MainViewModel : public QObject
     Q_PROPERTY(QString selectedPeer READ selectedPeer NOTIFY selectionChanged)
     Q_PROPERTY(QString selectedFingerprint READ selectedFingerprint NOTIFY selectionChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
-    Q_PROPERTY(QObject *sessions READ sessions CONSTANT)
-    Q_PROPERTY(QObject *conversation READ conversation CONSTANT)
+    Q_PROPERTY(SessionListModel *sessions READ sessions CONSTANT)
+    Q_PROPERTY(ConversationModel *conversation READ conversation CONSTANT)
     Q_PROPERTY(QString selfHandle READ selfHandle NOTIFY profileChanged)
     Q_PROPERTY(QString selfFingerprint READ selfFingerprint NOTIFY profileChanged)
     // [{handle, initials, fingerprint, status, note}]
@@ -47,9 +51,8 @@ public:
     QString selectedFingerprint() const;
     QString searchText() const;
     void setSearchText(const QString &text);
-    QObject *sessions() const;
-    QObject *conversation() const;
-    ConversationModel *conversationModel() const { return m_conversation; }
+    SessionListModel *sessions() const { return m_sessions; }
+    ConversationModel *conversation() const { return m_conversation; }
     QString selfHandle() const;
     QString selfFingerprint() const;
     QVariantList pending() const;

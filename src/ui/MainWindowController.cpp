@@ -5,27 +5,28 @@
 #include "state/StateClient.h"
 #include "ui/ContentImageProvider.h"
 #include "ui/MainViewModel.h"
-#include "ui/ViewWindow.h"
 
 #include <QQmlEngine>
-#include <QQuickWindow>
 
 MainWindowController::MainWindowController(AppState &state, StateClient &client, QObject *parent)
-    : QObject(parent)
+    : ViewWindow({ QStringLiteral("Quillmote"), QSize(980, 640), QSize(820, 480), QStringLiteral("QuillmoteMainWindow"),
+                     QStringLiteral("MainView") },
+        parent)
     , m_state(state)
     , m_client(client)
+    , m_model(loadMainView(*this, state, &client))
 {
-    m_window = std::make_unique<ViewWindow>(ViewWindow::Setup { QStringLiteral("Quillmote"), QSize(980, 640),
-        QSize(820, 480), QStringLiteral("QuillmoteMainWindow"), QStringLiteral("MainView") });
-    auto *images = new ContentImageProvider;
-    m_window->engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
-    m_model = new MainViewModel(state, &client, images, this);
     connect(m_model, &MainViewModel::openPreferencesRequested, this, &MainWindowController::openPreferencesRequested);
-    m_window->load({ { QStringLiteral("vm"), QVariant::fromValue(static_cast<QObject *>(m_model)) } });
-    connect(m_window.get(), &ViewWindow::closed, this, &MainWindowController::closed);
 }
 
-MainWindowController::~MainWindowController() = default;
+MainViewModel *MainWindowController::loadMainView(ViewWindow &window, AppState &state, StateClient *client)
+{
+    auto *images = new ContentImageProvider;
+    window.engine()->addImageProvider(QLatin1String(ContentImageProvider::providerId), images);
+    auto *model = new MainViewModel(state, client, images, &window);
+    window.load({ { QStringLiteral("vm"), QVariant::fromValue(model) } });
+    return model;
+}
 
 void MainWindowController::open(const std::optional<QString> &focusPeer)
 {
@@ -34,12 +35,7 @@ void MainWindowController::open(const std::optional<QString> &focusPeer)
     m_client.start();
     if (focusPeer)
         m_state.setSelection(DetailSelection::conversation(*focusPeer));
-    m_window->bringToFront();
+    bringToFront();
     Log::info(Log::Category::mainwindow,
         QStringLiteral("open: window foregrounded") + (focusPeer ? QStringLiteral(", focus deep-link") : QString()));
-}
-
-QQuickWindow *MainWindowController::window() const
-{
-    return m_window->window();
 }

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/SettingsStore.h"
+#include "ui/QmlViews.h"
 #include "ui/Theme.h"
 
 #include <QGuiApplication>
@@ -34,9 +35,6 @@ ViewWindow::ViewWindow(const Setup &setup, QObject *parent)
     }
     m_view->setGeometry(frame);
 
-    // The module's static plugin is imported by the executable (QmlViews); its files are
-    // found through the resource import path.
-    m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
     m_view->installEventFilter(this);
     m_saveTimer.setSingleShot(true);
     m_saveTimer.setInterval(500);
@@ -51,12 +49,8 @@ ViewWindow::~ViewWindow()
 
 void ViewWindow::load(const QVariantMap &properties)
 {
-    m_view->setInitialProperties(properties);
-    m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Quillmote/Ui/") + m_setup.view + QStringLiteral(".qml")));
-    if (m_view->status() != QQuickView::Ready) {
-        QStringList errors;
-        for (const auto &e : m_view->errors())
-            errors.append(e.toString());
+    const QStringList errors = QmlViews::load(*m_view, m_setup.view, properties);
+    if (!errors.isEmpty()) {
         Log::error(Log::Category::mainwindow,
             m_setup.view + QStringLiteral(": view failed to load: ") + errors.join(QStringLiteral("; ")));
     }

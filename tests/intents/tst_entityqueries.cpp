@@ -1,10 +1,9 @@
-// The searches behind pickers and completion, against the stand-in tool.
+// The searches behind pickers and completion, against the tool's recorded answers.
+#include "fakes/FakeToolRunner.h"
 #include "intents/EntityQueries.h"
 #include "intents/ToolRunner.h"
 #include "support/LogCapture.h"
-#include "support/SimWorld.h"
 
-#include <QJsonArray>
 #include <QTest>
 
 using Kind = EntityQueries::Kind;
@@ -28,10 +27,10 @@ QStringList ids(const QList<IntentEntity> &entities)
     return out;
 }
 
-// The stand-in tool and the queries that run it.
-struct World : SimWorld {
-    CLIToolRunner runner;
-    EntityQueries queries { runner };
+struct World {
+    FakeToolRunner tool;
+    EntityQueries queries { tool };
+    const QList<QStringList> &argvs() const { return tool.argvs; }
 };
 
 } // namespace
@@ -44,8 +43,8 @@ private Q_SLOTS:
     void friendsAndRequestsComeFromTheTool()
     {
         World world;
-        world.setState(
-            { { "friends", QJsonArray { "Abby", "bob", "cab" } }, { "requests", QJsonArray { "carol", "dan" } } });
+        world.tool.answers["friends"] = R"({"friends":["Abby","bob","cab"]})";
+        world.tool.answers["requests"] = R"({"requests":["carol","dan"]})";
 
         QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friends, "@AB ", done); }),
             (QList<IntentEntity> { { "Abby", "@Abby" }, { "cab", "@cab" } }));
@@ -73,7 +72,7 @@ private Q_SLOTS:
     void toolFailureIsOneLineAndAnEmptyList()
     {
         World world;
-        world.env.set("QUILLMOTE_SIM_FAIL", "exit:1:not logged in");
+        world.tool.failure = CLIResult { 1, {}, "not logged in\n" };
         LogCapture log;
         QCOMPARE(
             await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity> {});

@@ -4,14 +4,13 @@
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
 #include "fakes/FakePolkitAuthority.h"
+#include "fakes/FakeToolRunner.h"
 #include "intents/EntityQueries.h"
 #include "intents/IntentsService.h"
-#include "intents/ToolRunner.h"
 #include "platform/ActionsBus.h"
 #include "platform/PolkitAuthGate.h"
 #include "platform/QmlConfirmer.h"
 #include "support/LogCapture.h"
-#include "support/SimWorld.h"
 
 #include <QDBusConnectionInterface>
 #include <QProcess>
@@ -88,46 +87,45 @@ private Q_SLOTS:
     void actionCommandTalksToTheRunningApp_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QByteArray>("fail"); // QUILLMOTE_SIM_FAIL
+        QTest::addColumn<QString>("toolError"); // the tool exits 1 with this, when set
         QTest::addColumn<bool>("accept");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("stdoutText");
         QTest::addColumn<QString>("stderrText");
 
-        QTest::newRow("lookup") << QStringList { "whoami" } << QByteArray() << true << 0 << "你是 @me。\n"
+        QTest::newRow("lookup") << QStringList { "whoami" } << QString() << true << 0 << "你是 @me。\n"
                                 << "";
-        QTest::newRow("confirmed send") << QStringList { "send-message", "@alice", "晚上见" } << QByteArray() << true
-                                        << 0 << "已发送给 @alice。\n"
+        QTest::newRow("confirmed send") << QStringList { "send-message", "@alice", "晚上见" } << QString() << true << 0
+                                        << "已发送给 @alice。\n"
                                         << "";
-        QTest::newRow("declined") << QStringList { "send-message", "alice", "hi" } << QByteArray() << false << 2 << ""
+        QTest::newRow("declined") << QStringList { "send-message", "alice", "hi" } << QString() << false << 2 << ""
                                   << "已取消。\n";
-        QTest::newRow("tool failure") << QStringList { "friends" } << QByteArray("exit:1:not logged in") << true << 1
-                                      << ""
+        QTest::newRow("tool failure") << QStringList { "friends" } << QString("not logged in") << true << 1 << ""
                                       << "not logged in\n";
         QTest::newRow("missing argument")
-            << QStringList { "reply", "alice" } << QByteArray() << true << 64 << ""
+            << QStringList { "reply", "alice" } << QString() << true << 64 << ""
             << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
         QTest::newRow("complete friends")
-            << QStringList { "--complete", "reply", "0", "AL" } << QByteArray() << true << 0 << "alice\n"
+            << QStringList { "--complete", "reply", "0", "AL" } << QString() << true << 0 << "alice\n"
             << "";
     }
 
     void actionCommandTalksToTheRunningApp()
     {
         QFETCH(QStringList, args);
-        QFETCH(QByteArray, fail);
+        QFETCH(QString, toolError);
         QFETCH(bool, accept);
         QFETCH(int, exitCode);
         QFETCH(QString, stdoutText);
         QFETCH(QString, stderrText);
 
-        SimWorld world;
-        if (!fail.isEmpty())
-            world.env.set("QUILLMOTE_SIM_FAIL", fail);
+        TestEnv env;
+        FakeToolRunner runner;
+        if (!toolError.isEmpty())
+            runner.failure = CLIResult { 1, {}, toolError + QLatin1Char('\n') };
         FakeConfirmer confirmer;
         confirmer.accept = accept;
         FakeAuthGate gate;
-        CLIToolRunner runner;
         IntentsService service(confirmer, gate, &runner);
         EntityQueries queries(runner);
         ActionsBus actions(service, queries);

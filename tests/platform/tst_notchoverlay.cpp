@@ -8,6 +8,7 @@
 #include "support/LogCapture.h"
 #include "support/RequestRecorder.h"
 #include "support/TestEnv.h"
+#include "ui/QmlViews.h"
 
 #include <QClipboard>
 #include <QDir>
@@ -41,7 +42,9 @@ private Q_SLOTS:
         m_server->start();
         QVERIFY(log.waitFor(QStringLiteral("socket: listening at ")));
 
-        NotchPorts ports = NotchPlatform::ports();
+        NotchPorts ports = NotchPlatform::ports([](QQuickView &view, const QVariantMap &properties) {
+            return QmlViews::load(view, QStringLiteral("NotchOverlayView"), properties);
+        });
         auto makePanel = ports.makePanel;
         ports.makePanel = [this, makePanel](NotchViewModel &model) {
             auto panel = makePanel(model);

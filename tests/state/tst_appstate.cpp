@@ -86,6 +86,9 @@ private Q_SLOTS:
         AppState app;
         app.setState(s);
         QCOMPARE(ids(app.conversation("bob")), QStringList({ "b2", "b1", "b3" }));
+        // b3 has b1's time: of equal times the later in the document is the session's newest.
+        QCOMPARE(app.sessions()[1].last->id, QStringLiteral("b3"));
+        QCOMPARE(app.preview("bob"), QStringLiteral("hi"));
         QCOMPARE(ids(app.conversation("dave")), QStringList({ "d1" }));
         QVERIFY(app.conversation("nobody").isEmpty());
     }

@@ -1,12 +1,10 @@
 #include "cli/CLIRunner.h"
 #include "core/SettingsStore.h"
 #include "model/Format.h"
-#include "platform/QmlViews.h"
 #include "state/AppState.h"
 #include "state/DaemonManager.h"
 #include "state/SessionListModel.h"
 #include "state/StateClient.h"
-#include "state/StateWiring.h"
 #include "support/LogCapture.h"
 #include "support/RequestRecorder.h"
 #include "support/SimWeb.h"
@@ -94,11 +92,7 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QGuiApplication::setQuitOnLastWindowClosed(false);
-        (void)QmlViews::baseUrl(); // links the module's plugin
-    }
+    void initTestCase() { QGuiApplication::setQuitOnLastWindowClosed(false); }
 
     void init() { CLIRunner::resetCacheForTesting(); }
 
@@ -120,13 +114,13 @@ private Q_SLOTS:
         AppState state;
         StateClient client;
         client.setPollIntervalForTesting(60000); // the event stream alone must bring the push
-        StateWiring::connectClient(&client, &state);
+        state.follow(client);
         MainWindowController controller(state, client);
 
         controller.open(QStringLiteral("alice"));
         QVERIFY(log.waitFor(QStringLiteral("open: window foregrounded, focus deep-link")));
         QVERIFY(controller.window()->isVisible());
-        ConversationModel *conversation = controller.viewModel()->conversationModel();
+        ConversationModel *conversation = controller.viewModel()->conversation();
         QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 15; }, 10000));
         auto *list = findItem(controller.window(), QStringLiteral("conversationList"));
         QVERIFY(list);
@@ -174,10 +168,10 @@ private Q_SLOTS:
 
         AppState state;
         StateClient client;
-        StateWiring::connectClient(&client, &state);
+        state.follow(client);
         MainWindowController controller(state, client);
         controller.open(QStringLiteral("alice"));
-        ConversationModel *conversation = controller.viewModel()->conversationModel();
+        ConversationModel *conversation = controller.viewModel()->conversation();
         QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 10000));
         QQuickItem *more = nullptr;
         QTRY_VERIFY((more = findItem(controller.window(), QStringLiteral("showMore"))) && more->isVisible());
@@ -206,7 +200,7 @@ private Q_SLOTS:
 
         AppState state;
         StateClient client;
-        StateWiring::connectClient(&client, &state);
+        state.follow(client);
         MainWindowController controller(state, client);
         bool prefs = false;
         connect(&controller, &MainWindowController::openPreferencesRequested, this, [&] { prefs = true; });
@@ -319,7 +313,7 @@ private Q_SLOTS:
         preview.open();
         QVERIFY(log.contains(QStringLiteral("native-preview: window opened with sample data")));
         QVERIFY(!preview.viewModel()->offline());
-        QCOMPARE(static_cast<QAbstractItemModel *>(preview.viewModel()->sessions())->rowCount(), 3);
+        QCOMPARE(preview.viewModel()->sessions()->rowCount(), 3);
 
         PreferencesWindowController prefs;
         prefs.open();

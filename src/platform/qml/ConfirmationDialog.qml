@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import QtQuick.Window
+import Quillmote.Platform
 
 // Asks the user to confirm one action before it runs. Everything it decides goes back
 // through request.answer(); closing the window counts as "取消".
@@ -12,7 +13,7 @@ import QtQuick.Window
 Window {
     id: root
 
-    required property QtObject request
+    required property ConfirmationRequest request
     property int armDelay: 600
     property bool armed: false
 

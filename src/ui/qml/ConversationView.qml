@@ -7,7 +7,7 @@ import Quillmote.Ui
 // scroll; scrolled up, a button jumps back to the newest message.
 Item {
     id: view
-    required property QtObject vm
+    required property MainViewModel vm
 
     function page(direction) {
         // Bottom-to-top: the newest end is the largest contentY.
@@ -56,7 +56,7 @@ Item {
         }
 
         Connections {
-            target: view.vm.conversation
+            target: list.model
             function onPeerChanged() { list.positionViewAtBeginning() }
         }
     }

@@ -7,7 +7,7 @@ import Quillmote.Ui
 // agents and, apart from them, contacts in any other state with that state.
 ScrollView {
     id: page
-    required property QtObject vm
+    required property MainViewModel vm
     contentWidth: availableWidth
     clip: true
 
