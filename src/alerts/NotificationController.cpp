@@ -114,7 +114,7 @@ QString NotificationController::summaryOf(const NotifyFrame &frame)
 Banner NotificationController::messageBanner(const NotifyFrame &frame, Banner::Urgency urgency)
 {
     Banner b;
-    // The summary is plain text by the specification; servers escape it themselves.
+    // Summaries carry no markup on any notification server; they are shown as they are.
     b.summary = summaryOf(frame);
     b.body = bodyText(frame.body);
     b.category = kCategory;
