@@ -3,13 +3,7 @@
 #include <QTest>
 #include <QTimeZone>
 
-namespace {
-
-const QTimeZone kZone(8 * 3600);
-// 2024-05-01 15:30 in UTC+8.
-const QDateTime kNow(QDate(2024, 5, 1), QTime(15, 30), kZone);
-
-} // namespace
+using namespace Qt::StringLiterals;
 
 // Every case runs at a fixed "now" in a fixed zone (UTC+8), so the results do not depend
 // on the machine's clock or zone.
@@ -19,16 +13,15 @@ class TestFormat : public QObject
 private Q_SLOTS:
     void bytes_data()
     {
-        QTest::addColumn<double>("size"); // NaN row tested separately below
+        QTest::addColumn<double>("size");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("zero") << 0.0 << "0 B";
-        QTest::newRow("truncates") << 1023.9 << "1023 B";
-        QTest::newRow("one KB") << 1024.0 << "1.0 KB";
-        QTest::newRow("just under a MB") << 1048575.0 << "1024.0 KB";
-        QTest::newRow("one MB") << 1048576.0 << "1.0 MB";
-        QTest::newRow("a gigabyte stays MB") << 1073741824.0 << "1024.0 MB";
-        QTest::newRow("negative") << -1.0 << "—";
-        QTest::newRow("not a number") << qQNaN() << "—";
+        QTest::newRow("truncates") << 1023.9 << u"1023 B"_s;
+        QTest::newRow("one KB") << 1024.0 << u"1.0 KB"_s;
+        QTest::newRow("just under a MB") << 1048575.0 << u"1024.0 KB"_s;
+        QTest::newRow("one MB") << 1048576.0 << u"1.0 MB"_s;
+        QTest::newRow("a gigabyte stays MB") << 1073741824.0 << u"1024.0 MB"_s;
+        QTest::newRow("negative") << -1.0 << u"—"_s;
+        QTest::newRow("not a number") << qQNaN() << u"—"_s;
     }
 
     void bytes()
@@ -36,7 +29,7 @@ private Q_SLOTS:
         QFETCH(double, size);
         QFETCH(QString, expected);
         QCOMPARE(Format::bytes(size), expected);
-        QCOMPARE(Format::bytes(std::nullopt), QStringLiteral("—"));
+        QCOMPARE(Format::bytes(std::nullopt), u"—"_s);
     }
 
     void dates_data()
@@ -45,32 +38,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("listTime");
         QTest::addColumn<QString>("separator");
         QTest::addColumn<QString>("dayKey");
-        // 2024-05-01 09:05 in UTC+8.
-        QTest::newRow("earlier today") << "2024-05-01T01:05:00Z"
-                                       << "09:05"
-                                       << "今天"
-                                       << "2024-5-1";
+        QTest::newRow("earlier today") << u"2024-05-01T01:05:00Z"_s << u"09:05"_s << u"今天"_s << u"2024-5-1"_s;
         // 23:59 UTC on 30 April is already 1 May in UTC+8.
-        QTest::newRow("UTC yesterday, local today") << "2024-04-30T23:59:00Z"
-                                                    << "07:59"
-                                                    << "今天"
-                                                    << "2024-5-1";
-        QTest::newRow("yesterday") << "2024-04-30T10:00:00Z"
-                                   << "4/30"
-                                   << "昨天"
-                                   << "2024-4-30";
-        QTest::newRow("this year") << "2024-02-03T10:00:00+08:00"
-                                   << "2/3"
-                                   << "2月3日"
-                                   << "2024-2-3";
-        QTest::newRow("earlier year") << "2023-12-31T10:00:00Z"
-                                      << "12/31"
-                                      << "2023年12月31日"
-                                      << "2023-12-31";
-        QTest::newRow("unparseable") << "soon"
-                                     << ""
-                                     << "soon"
-                                     << "soon";
+        QTest::newRow("UTC yesterday") << u"2024-04-30T23:59:00Z"_s << u"07:59"_s << u"今天"_s << u"2024-5-1"_s;
+        QTest::newRow("yesterday") << u"2024-04-30T10:00:00Z"_s << u"4/30"_s << u"昨天"_s << u"2024-4-30"_s;
+        QTest::newRow("this year") << u"2024-02-03T10:00:00+08:00"_s << u"2/3"_s << u"2月3日"_s << u"2024-2-3"_s;
+        QTest::newRow("earlier year") << u"2023-12-31T10:00:00Z"_s << u"12/31"_s << u"2023年12月31日"_s
+                                      << u"2023-12-31"_s;
+        QTest::newRow("unparseable") << u"soon"_s << QString() << u"soon"_s << u"soon"_s;
     }
 
     void dates()
@@ -79,9 +54,11 @@ private Q_SLOTS:
         QFETCH(QString, listTime);
         QFETCH(QString, separator);
         QFETCH(QString, dayKey);
-        QCOMPARE(Format::listTime(createdAt, kNow), listTime);
-        QCOMPARE(Format::daySeparator(createdAt, kNow), separator);
-        QCOMPARE(Format::dayKey(createdAt, kNow), dayKey);
+        // 2024-05-01 15:30 in UTC+8.
+        const QDateTime now(QDate(2024, 5, 1), QTime(15, 30), QTimeZone(8 * 3600));
+        QCOMPARE(Format::listTime(createdAt, now), listTime);
+        QCOMPARE(Format::daySeparator(createdAt, now), separator);
+        QCOMPARE(Format::dayKey(createdAt, now), dayKey);
     }
 
     void previews_data()
@@ -90,17 +67,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("limit");
         QTest::addColumn<QString>("preview");
         QTest::addColumn<QString>("oneLine");
-        QTest::newRow("fits") << "a  b\nc" << 6 << "a  b\nc"
-                              << "a b c";
-        QTest::newRow("cut") << "abcdef" << 4 << "abc…"
-                             << "abc…";
+        QTest::newRow("fits") << u"a  b\nc"_s << 6 << u"a  b\nc"_s << u"a b c"_s;
+        QTest::newRow("cut") << u"abcdef"_s << 4 << u"abc…"_s << u"abc…"_s;
         // An emoji is two UTF-16 units: never keep half of one.
-        QTest::newRow("surrogate pair at the cut") << "ab😀cd" << 4 << "ab…"
-                                                   << "ab…";
-        QTest::newRow("folded, then fits") << "a \n\n b" << 3 << "a …"
-                                           << "a b";
-        QTest::newRow("long whitespace") << QString(500, u' ') + "tail" << 10 << QString(9, u' ') + "…"
-                                         << "…";
+        QTest::newRow("surrogate pair at the cut") << u"ab😀cd"_s << 4 << u"ab…"_s << u"ab…"_s;
+        QTest::newRow("folded, then fits") << u"a \n\n b"_s << 3 << u"a …"_s << u"a b"_s;
+        QTest::newRow("long whitespace") << QString(500, u' ') + u"tail"_s << 10 << QString(9, u' ') + u"…"_s << u"…"_s;
     }
 
     void previews()
