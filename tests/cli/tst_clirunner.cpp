@@ -10,6 +10,8 @@
 
 using namespace Qt::StringLiterals;
 
+Q_DECLARE_METATYPE(bool (*)(const QJsonDocument &))
+
 namespace {
 
 // A tool that prints $FAKE_OUT (or the file $FAKE_OUT_FILE), then $FAKE_ERR on stderr, and
@@ -33,6 +35,13 @@ template<typename T> CLIOutcome<T> await(QFuture<CLIOutcome<T>> future)
     if (!QTest::qWaitFor([&] { return future.isFinished(); }, 15000))
         return CLIError::spawnFailed(u"test timed out"_s);
     return future.result();
+}
+
+// Whether a document decodes as T.
+using Decodes = bool (*)(const QJsonDocument &);
+template<typename T> bool decodes(const QJsonDocument &doc)
+{
+    return T::decode(doc).has_value();
 }
 
 const QString kScript = u"home/Documents/AI/Quillmote/packages/cli/dist/cli.js"_s;
@@ -234,6 +243,43 @@ private Q_SLOTS:
         QVERIFY2(r.error().description().startsWith(u"无法启动 quillmote："_s), qPrintable(r.error().description()));
         QCOMPARE(log.count(u"cli: resolved"_s), 1);
         QCOMPARE(CLIRunner::resolveInvocation().value(), QStringList { tool });
+    }
+
+    // Each answer record: required members, optional ones, extra keys, types.
+    void responsesCheckTheirFields_data()
+    {
+        QTest::addColumn<Decodes>("decoder");
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<bool>("decodes");
+        QTest::newRow("friends empty") << &decodes<FriendsResponse> << R"({"friends": []})"_ba << true;
+        QTest::newRow("friends with a number") << &decodes<FriendsResponse> << R"({"friends": ["a", 3]})"_ba << false;
+        QTest::newRow("requests, extra keys ignored")
+            << &decodes<RequestsResponse> << R"({"requests": ["x"], "n": 1})"_ba << true;
+        QTest::newRow("claim ok alone") << &decodes<ClaimResponse> << R"({"ok": true})"_ba << true;
+        QTest::newRow("claim ok as text") << &decodes<ClaimResponse> << R"({"ok": "true"})"_ba << false;
+        QTest::newRow("share complete") << &decodes<ShareResponse> << R"({"id": "s", "code": "c", "url": "u"})"_ba
+                                        << true;
+        QTest::newRow("share without url") << &decodes<ShareResponse> << R"({"id": "s", "code": "c"})"_ba << false;
+        QTest::newRow("whois handle only") << &decodes<WhoisResponse> << R"({"handle": "h"})"_ba << true;
+        QTest::newRow("doctor ignores details")
+            << &decodes<DoctorReport> << R"({"ok": false, "checks": [1, 2]})"_ba << true;
+        QTest::newRow("contacts entry without handle")
+            << &decodes<ContactsResponse> << R"({"contacts": [{"online": true}]})"_ba << false;
+        QTest::newRow("contacts online as text")
+            << &decodes<ContactsResponse> << R"({"contacts": [{"handle": "a", "online": "yes"}]})"_ba << false;
+        QTest::newRow("inbox not an array") << &decodes<InboxResponse> << R"({"items": []})"_ba << false;
+        QTest::newRow("inbox content not an object")
+            << &decodes<InboxResponse> << R"([{"sender": {"handle": "a"}, "message": {"content": "hi"}}])"_ba << false;
+    }
+
+    void responsesCheckTheirFields()
+    {
+        QFETCH(Decodes, decoder);
+        QFETCH(QByteArray, json);
+        QFETCH(bool, decodes);
+        const QJsonDocument doc = QJsonDocument::fromJson(json);
+        QVERIFY(!doc.isNull());
+        QCOMPARE(decoder(doc), decodes);
     }
 };
 

@@ -1,4 +1,5 @@
 #include "cli/CLIRunner.h"
+#include "state/DaemonManager.h"
 #include "state/SSELineSplitter.h"
 #include "state/StateClient.h"
 #include "support/LogCapture.h"
@@ -78,6 +79,12 @@ class TestStateClient : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
+    void cleanup()
+    {
+        // Whatever a test left running is stopped here.
+        if (const auto pid = DaemonManager::shared().childPid())
+            killAndWait(*pid);
+    }
 
     void eventLines_data()
     {
@@ -215,6 +222,36 @@ private Q_SLOTS:
         QCOMPARE(client.decodeCount(), decodes);
         QCOMPARE(log.count(u"already responding"_s), 1); // the one at start
         QCOMPARE(log.count(u"offline: "_s), 1);
+    }
+    // A silent server is started; a second start while the child runs starts nothing; once
+    // it exits, the termination handler forgets it and the next call starts a new one.
+    void startSpawnsTheServerAndReusesTheChild()
+    {
+        TestEnv env;
+        LogCapture log;
+        const quint16 port = freePort();
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+        env.set("QUILLMOTE_BIN", simPath().toUtf8());
+        StateClient client;
+        client.start();
+        QVERIFY2(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 20000), qPrintable(log.dump()));
+        QVERIFY(log.contains(u"daemon: state server silent — attempting to spawn `quillmote web`"_s));
+        const std::optional<pid_t> pid = DaemonManager::shared().childPid();
+        QVERIFY(pid);
+        QCOMPARE(log.find(u"daemon: spawned `"_s).toString(),
+            u"info stateclient daemon: spawned `%1 web --port %2` (pid %3)"_s.arg(simPath()).arg(port).arg(*pid));
+        QVERIFY(log.contains(u"daemon: spawned server is now responding"_s));
+
+        QVERIFY(DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient));
+        QVERIFY(log.contains(u"daemon: our web-server child is already running (pid %1); not re-spawning"_s.arg(*pid)));
+        QCOMPARE(DaemonManager::shared().childPid(), pid);
+
+        QVERIFY(killAndWait(*pid));
+        QVERIFY(QTest::qWaitFor([] { return !DaemonManager::shared().childPid(); }, 5000));
+        QVERIFY(DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient));
+        const std::optional<pid_t> second = DaemonManager::shared().childPid();
+        QVERIFY(second && *second != *pid);
+        QCOMPARE(log.count(u"daemon: spawned `"_s), 2);
     }
 };
 
