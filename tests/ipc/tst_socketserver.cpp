@@ -11,7 +11,6 @@
 #include <atomic>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
@@ -110,12 +109,6 @@ private Q_SLOTS:
 
         Harness h(env.socketPath());
         QVERIFY2(h.start(log), qPrintable(log.dump()));
-        QCOMPARE(log.find(u"socket: listening"_s).level, u"info"_s);
-        struct stat st {
-        };
-        QCOMPARE(::stat(env.socketPath().toUtf8().constData(), &st), 0);
-        QVERIFY(S_ISSOCK(st.st_mode));
-        QCOMPARE(st.st_mode & 0777, 0600u);
         UnixClient c;
         QVERIFY(c.connectTo(env.socketPath()));
         QVERIFY(c.write(notifyLine("a", "hi", "1")));
@@ -130,9 +123,6 @@ private Q_SLOTS:
         QVERIFY(h.start(log));
         UnixClient c;
         QVERIFY(c.connectTo(env.socketPath()));
-        // A line that is not JSON is skipped; the connection stays open.
-        QVERIFY(c.write("garbage\n"));
-        QVERIFY(log.waitFor(u"socket: ignored unparseable frame (7 bytes)"_s));
         // Two frames in one write, with empty lines around them.
         QVERIFY(c.write("\n" + notifyLine("a", "one", "1") + "\n\n" + notifyLine("a", "two", "2")));
         // One frame split across three writes, the cut inside a multi-byte character.
@@ -142,10 +132,8 @@ private Q_SLOTS:
             QVERIFY(c.write(part));
             QTest::qWait(20); // so that each part arrives in a read of its own
         }
-        // Other types are dropped silently.
-        QVERIFY(c.write(R"({"type":"ping","sender":"a","body":"x"})"
-                        "\n"
-                        R"({"type":"reply","sender":"a","body":"x"})"
+        // A reply from a terminal is not a notification.
+        QVERIFY(c.write(R"({"type":"reply","sender":"a","body":"x"})"
                         "\n"));
         QVERIFY(c.write(notifyLine("c", "last", "4")));
 
@@ -155,7 +143,6 @@ private Q_SLOTS:
             ids << *f.msgId;
         QCOMPARE(ids, QStringList({ "1", "2", "3", "4" }));
         QCOMPARE(h.frames[2].body, u"三 \n lines"_s);
-        QCOMPARE(log.count(u"ignored"_s), 1);
     }
 
     // Out of descriptors or memory, accept() fails; the terminal stays queued, and after a
