@@ -181,8 +181,6 @@ private Q_SLOTS:
         QCOMPARE(confirm->property("text").toString(), QStringLiteral("继续"));
         QCOMPARE(cancel->property("text").toString(), QStringLiteral("取消"));
         QVERIFY(cancel->hasActiveFocus());
-        if (!qEnvironmentVariableIsEmpty("QM_SHOT_DIR"))
-            window->grabWindow().save(qEnvironmentVariable("QM_SHOT_DIR") + "/confirmation.png");
 
         if (armed)
             QTRY_VERIFY(window->property("armed").toBool());
@@ -198,14 +196,10 @@ private Q_SLOTS:
         if (answer < 0) {
             // Key events are delivered at once: had they counted, the answer would be here.
             QVERIFY(!answered.has_value());
-            QVERIFY(confirmer.currentWindow());
             window->close();
-            QTRY_VERIFY(answered.has_value());
-            QCOMPARE(*answered, false);
-        } else {
-            QTRY_VERIFY(answered.has_value());
-            QCOMPARE(*answered, answer == 1);
         }
+        QTRY_VERIFY(answered.has_value());
+        QCOMPARE(*answered, answer == 1);
         QTRY_VERIFY(!confirmer.currentWindow());
     }
 };
