@@ -201,7 +201,9 @@ private Q_SLOTS:
         app.submitState(sample());
         changed.clear();
         app.setState(PanelState {});
-        app.submitState(PanelState { .messages = { msg("z1", "zed", "2024-06-02T10:00:00Z") } });
+        PanelState last;
+        last.messages = { msg("z1", "zed", "2024-06-02T10:00:00Z") };
+        app.submitState(last);
         QTRY_COMPARE(peers(app.sessions()), QStringList { "zed" });
         QCOMPARE(changed.count(), 2);
     }

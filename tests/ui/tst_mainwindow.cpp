@@ -101,7 +101,7 @@ private Q_SLOTS:
         RequestRecorder recorder;
         QVERIFY(recorder.listen());
         SimWeb web;
-        QVERIFY(web.startIn(env, { u"--messages"_s, u"60"_s }));
+        QVERIFY(web.start(env, { u"--messages"_s, u"60"_s }));
         AppState state;
         StateClient client;
         client.setPollIntervalForTesting(60000); // the event stream alone must bring the last push
