@@ -52,13 +52,11 @@ private Q_SLOTS:
             return panel;
         };
         m_notch = std::make_unique<NotchController>(ports);
-        connect(m_notch.get(), &NotchController::logged, this, [this](const QString &line) { m_log.append(line); });
         m_notch->onReply = [this](const ReplyFrame &f) { return m_server->broadcast(f); };
         m_notch->onFill = [this](const FillFrame &f) { return m_server->broadcast(f); };
         connect(m_server.get(), &SocketServer::notifyReceived, this, [this](const NotifyFrame &f) {
             m_notch->present(f, 2, AlertPolicy::decide(f, AlertPolicy::Switches::current(), {}));
         });
-        m_log.clear();
         m_simOut.clear();
     }
 
@@ -79,7 +77,6 @@ private Q_SLOTS:
         LogCapture log;
         QVERIFY(showFromSim(
             { "--sender", "lin-wei", "--title", "构建完成", "--body", "main 分支的测试全部通过了", "--msg-id", "m1" }));
-        QCOMPARE(m_notch->model().stateName(), QStringLiteral("compact"));
         // Centred at the top of the available area, 4 px down, and the shape is the window.
         QTRY_COMPARE(view()->size(), QSize(320, 44));
         const QRect g = view()->geometry();
@@ -212,7 +209,6 @@ private:
     std::unique_ptr<NotchController> m_notch;
     NotchOverlayWindow *m_window = nullptr;
     std::unique_ptr<QProcess> m_sim;
-    QStringList m_log;
     QByteArray m_simOut;
 };
 
