@@ -306,18 +306,16 @@ private Q_SLOTS:
         r.clock->advance(5);
         r.show("d", {}, false, false);
         QCOMPARE(r.sound->plays, 2);
-    }
 
-    void noScreenDropsTheFrameSilently()
-    {
-        Rig r;
-        r.screens->list.clear();
-        r.show("a", "m0");
-        QCOMPARE(r.sound->plays, 0);
-        QCOMPARE(r.notch->queueLength(), 0);
-        QCOMPARE(r.panelsBuilt, 0);
-        QVERIFY(r.log.isEmpty());
-        QVERIFY(!r.model().item());
+        // With no screen at all the frame is dropped silently: no chime, no panel, no queue.
+        Rig n;
+        n.screens->list.clear();
+        n.show("a", "m0");
+        QCOMPARE(n.sound->plays, 0);
+        QCOMPARE(n.notch->queueLength(), 0);
+        QCOMPARE(n.panelsBuilt, 0);
+        QVERIFY(n.log.isEmpty());
+        QVERIFY(!n.model().item());
     }
 
     // Left: 1440 wide under a 28 px panel (primary); right: 1920 wide, no panel.

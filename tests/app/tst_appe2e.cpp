@@ -189,67 +189,7 @@ private Q_SLOTS:
     }
     void cleanupTestCase() { m_panel.reset(); }
 
-    void inlineReplyReachesTheTerminal()
-    {
-        TestEnv env;
-        LogCapture log;
-        FakeNotificationServer server({ "actions", "body", "inline-reply" });
-        QVERIFY(server.start());
-
-        AppController app;
-        app.applicationDidFinishLaunching();
-        QVERIFY(log.waitFor("notifications: authorization granted"));
-        QVERIFY(log.waitFor("socket: listening at"));
-        QVERIFY(app.notifications().hasInlineReply());
-
-        QProcess sim;
-        sim.start("node",
-            { simPath(), "notify", "--sender", "alice", "--title", "Alice", "--body", "在哪", "--msg-id", "m1",
-                "--listen" });
-        QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 1; }, 5000));
-        const FakeNotificationServer::Call call = server.calls.first();
-        QCOMPARE(call.appName, QStringLiteral("Quillmote Notifier"));
-        QCOMPARE(call.summary, QStringLiteral("@alice · Alice"));
-        QCOMPARE(call.body, QStringLiteral("在哪"));
-        QCOMPARE(call.actions, (QStringList { "default", "打开", "QUILLMOTE_OPEN", "打开", "inline-reply", "回复" }));
-        QCOMPARE(call.hints.value("x-kde-reply-placeholder-text").toString(), QStringLiteral("输入回复…"));
-        QCOMPARE(call.hints.value("urgency").metaType(), QMetaType::fromType<uchar>());
-        QCOMPARE(call.hints.value("urgency").value<uchar>(), uchar(1));
-        QCOMPARE(call.hints.value("suppress-sound").toBool(), true);
-        QCOMPARE(call.hints.value("category").toString(), QStringLiteral("im.received"));
-        QCOMPARE(call.hints.value("desktop-entry").toString(), QStringLiteral("quillmote-notifier"));
-        const QImage avatar = call.hints.value("image-data").value<QImage>();
-        QVERIFY2(!avatar.isNull(), qPrintable(call.hints.value("image-data").toString()));
-        QCOMPARE(avatar, MonogramAvatar::image("alice", 64).convertToFormat(QImage::Format_RGBA8888));
-
-        server.emitReplied(call.id, "  马上到 \n");
-        QVERIFY(QTest::qWaitFor([&] { return sim.canReadLine(); }, 5000));
-        QCOMPARE(
-            sim.readLine().trimmed(), QByteArray(R"({"type":"reply","sender":"alice","text":"马上到","msgId":"m1"})"));
-        QVERIFY(log.waitFor("reply → CLI: @alice \"<private>\" msgId=m1 delivered=true"));
-        QCOMPARE(log.find("reply → CLI").category, QStringLiteral("reply"));
-        QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 2; }, 5000));
-        QCOMPARE(server.calls[1].replacesId, call.id);
-        QCOMPARE(server.calls[1].body, QStringLiteral("已回复 ✓"));
-
-        // With no terminal left, the reply goes nowhere and the banner keeps the text.
-        sim.terminate();
-        QVERIFY(sim.waitForFinished(3000));
-        QVERIFY(QTest::qWaitFor([&] { return app.socket().clientCount() == 0; }, 5000));
-        server.emitReplied(call.id, "还在吗");
-        QVERIFY(log.waitFor("reply → CLI: @alice \"<private>\" msgId=m1 delivered=false"));
-        QVERIFY(QTest::qWaitFor([&] { return server.calls.size() == 3; }, 5000));
-        QCOMPARE(server.calls[2].replacesId, call.id);
-        QCOMPARE(server.calls[2].body, QStringLiteral("终端未连接，未发送\n还在吗"));
-        QVERIFY(server.calls[2].actions.contains("inline-reply"));
-
-        // An empty reply sends nothing.
-        server.emitReplied(call.id, "   ");
-        QVERIFY(log.waitFor("reply: empty text from alice"));
-        QCOMPARE(log.count("reply → CLI"), 2);
-    }
-
-    void profileSwitchPlainServerQuietModeReplyActionAndAServerThatReturns()
+    void profileQuietModeReplyActionAndAServerThatReturnsWithInlineReply()
     {
         TestEnv env;
         LogCapture log;
@@ -285,6 +225,7 @@ private Q_SLOTS:
         first.emitAction(first.calls.first().id, "QUILLMOTE_REPLY");
         QVERIFY2(QTest::qWaitFor([&] { return app.notch().pinned(); }, 5000), qPrintable(log.dump()));
 
+        // The server leaves; another, with inline reply, takes its place.
         first.stop();
         QVERIFY(log.waitFor("notifications: server left the bus — banners disabled until it returns"));
         QVERIFY(!app.notifications().isEnabled());
@@ -292,11 +233,53 @@ private Q_SLOTS:
         QVERIFY(second.start());
         QVERIFY(log.waitFor("notifications: authorization granted", 5000, 2));
         QVERIFY2(app.notifications().hasInlineReply(), qPrintable(log.dump()));
-        QVERIFY(terminal.write(R"({"type":"notify","sender":"bob","body":"hi"})"
-                               "\n"));
+        terminal.close(); // the reply below goes to the stand-in tool alone
+
+        QProcess sim;
+        sim.start("node",
+            { simPath(), "notify", "--sender", "alice", "--title", "Alice", "--body", "在哪", "--msg-id", "m1",
+                "--listen" });
         QVERIFY(QTest::qWaitFor([&] { return second.calls.size() == 1; }, 5000));
-        QCOMPARE(second.calls.first().summary, QStringLiteral("@bob"));
-        QCOMPARE(first.calls.size(), 1);
+        const FakeNotificationServer::Call call = second.calls.first();
+        QCOMPARE(call.appName, QStringLiteral("Quillmote Notifier"));
+        QCOMPARE(call.summary, QStringLiteral("@alice · Alice"));
+        QCOMPARE(call.body, QStringLiteral("在哪"));
+        QCOMPARE(call.actions, (QStringList { "default", "打开", "QUILLMOTE_OPEN", "打开", "inline-reply", "回复" }));
+        QCOMPARE(call.hints.value("x-kde-reply-placeholder-text").toString(), QStringLiteral("输入回复…"));
+        QCOMPARE(call.hints.value("urgency").metaType(), QMetaType::fromType<uchar>());
+        QCOMPARE(call.hints.value("urgency").value<uchar>(), uchar(1));
+        QCOMPARE(call.hints.value("suppress-sound").toBool(), true);
+        QCOMPARE(call.hints.value("category").toString(), QStringLiteral("im.received"));
+        QCOMPARE(call.hints.value("desktop-entry").toString(), QStringLiteral("quillmote-notifier"));
+        const QImage avatar = call.hints.value("image-data").value<QImage>();
+        QVERIFY2(!avatar.isNull(), qPrintable(call.hints.value("image-data").toString()));
+        QCOMPARE(avatar, MonogramAvatar::image("alice", 64).convertToFormat(QImage::Format_RGBA8888));
+
+        second.emitReplied(call.id, "  马上到 \n");
+        QVERIFY(QTest::qWaitFor([&] { return sim.canReadLine(); }, 5000));
+        QCOMPARE(
+            sim.readLine().trimmed(), QByteArray(R"({"type":"reply","sender":"alice","text":"马上到","msgId":"m1"})"));
+        QVERIFY(log.waitFor("reply → CLI: @alice \"<private>\" msgId=m1 delivered=true"));
+        QCOMPARE(log.find("reply → CLI").category, QStringLiteral("reply"));
+        QVERIFY(QTest::qWaitFor([&] { return second.calls.size() == 2; }, 5000));
+        QCOMPARE(second.calls[1].replacesId, call.id);
+        QCOMPARE(second.calls[1].body, QStringLiteral("已回复 ✓"));
+
+        // With no terminal left, the reply goes nowhere and the banner keeps the text.
+        sim.terminate();
+        QVERIFY(sim.waitForFinished(3000));
+        QVERIFY(QTest::qWaitFor([&] { return app.socket().clientCount() == 0; }, 5000));
+        second.emitReplied(call.id, "还在吗");
+        QVERIFY(log.waitFor("reply → CLI: @alice \"<private>\" msgId=m1 delivered=false"));
+        QVERIFY(QTest::qWaitFor([&] { return second.calls.size() == 3; }, 5000));
+        QCOMPARE(second.calls[2].replacesId, call.id);
+        QCOMPARE(second.calls[2].body, QStringLiteral("终端未连接，未发送\n还在吗"));
+        QVERIFY(second.calls[2].actions.contains("inline-reply"));
+
+        // An empty reply sends nothing.
+        second.emitReplied(call.id, "   ");
+        QVERIFY(log.waitFor("reply: empty text from alice"));
+        QCOMPARE(log.count("reply → CLI"), 2);
     }
 
     // The app as a process under dunst, its debug lines on: a banner, its replacement, the

@@ -104,7 +104,7 @@ private Q_SLOTS:
         QString reason;
         QCOMPARE(int(XdgAutostart::status(&reason)), status);
         QCOMPARE(reason, why);
-        // At launch an entry turned off stays as it is; one that is on is kept up to date.
+        // Start-up leaves the entry as it is, whether the user turned it off or not.
         const XdgAutostart::LaunchOutcome outcome = XdgAutostart::atLaunch("/usr/bin/quillmote-notifier");
         QCOMPARE(outcome.kind == XdgAutostart::LaunchOutcome::turnedOffByUser, !why.isEmpty());
         QCOMPARE(outcome.detail, why);

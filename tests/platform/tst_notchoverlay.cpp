@@ -71,12 +71,15 @@ private Q_SLOTS:
         moveTo(QPoint(1400, 880));
     }
 
-    void arrivesCompactCentredWithoutTakingFocus()
+    // A card arrives compact without taking focus, opens under the pointer, and closes by
+    // its keys and its red dot.
+    void arrivesCompactOpensOnHoverAndCloses()
     {
         SettingsStore::setFlag(SettingsStore::Key::sound, true);
         LogCapture log;
-        QVERIFY(showFromSim(
-            { "--sender", "lin-wei", "--title", "构建完成", "--body", "main 分支的测试全部通过了", "--msg-id", "m1" }));
+        QVERIFY(showFromSim({ "--sender", "deploy-bot", "--title", "需要你确认一条命令", "--body",
+            "预发环境的迁移已准备好，确认后在终端里运行下面这条命令。", "--code",
+            "kubectl rollout restart deploy/api -n staging", "--msg-id", "m2" }));
         // Centred at the top of the available area, 4 px down, and the shape is the window.
         QTRY_COMPARE(view()->size(), QSize(320, 44));
         const QRect g = view()->geometry();
@@ -89,13 +92,7 @@ private Q_SLOTS:
         // No sound device here: the chime's failure is logged once and changes nothing else.
         QVERIFY(log.contains(QStringLiteral("notch: arrival sound failed")));
         capture(QStringLiteral("notch-compact.png"));
-    }
 
-    void hoverExpandsTheCardAndKeysCloseIt()
-    {
-        QVERIFY(showFromSim({ "--sender", "deploy-bot", "--title", "需要你确认一条命令", "--body",
-            "预发环境的迁移已准备好，确认后在终端里运行下面这条命令。", "--code",
-            "kubectl rollout restart deploy/api -n staging", "--msg-id", "m2" }));
         QVERIFY(hoverToExpand());
         QVERIFY(view()->height() > 150);
         QVERIFY(item("copyCode")->isVisible());
