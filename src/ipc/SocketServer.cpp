@@ -389,18 +389,20 @@ void SocketServer::Shared::serveClient(const std::shared_ptr<Client> &client)
 
         // Every frame of one read crosses to the main thread in one hop, in order.
         std::vector<Event> events;
-        const char *const data = pending.data();
-        const char *start = data;
-        const char *const end = into + n;
-        for (const char *from = into;
-             const char *nl = static_cast<const char *>(std::memchr(from, '\n', size_t(end - from))); from = start) {
-            const QByteArrayView line(start, nl - start);
+        char *const data = pending.data();
+        char *start = data;
+        char *const end = into + n;
+        for (char *from = into; auto *nl = static_cast<char *>(std::memchr(from, '\n', size_t(end - from)));
+             from = start) {
+            char *const line = start;
+            const qsizetype length = nl - line;
             start = nl + 1;
-            if (line.isEmpty())
+            if (length == 0)
                 continue;
-            std::optional<NotifyFrame> frame = Frames::decodeNotify(line);
+            // The line is parsed where it lies; its newline becomes the parser's end mark.
+            std::optional<NotifyFrame> frame = Frames::decodeNotifyInPlace(line, length);
             if (!frame)
-                events.emplace_back(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(line.size()));
+                events.emplace_back(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(length));
             else if (frame->type == QLatin1String("notify"))
                 events.emplace_back(std::move(*frame));
         }
