@@ -55,11 +55,12 @@ struct Client {
 // 2 MiB and marked for transparent huge pages, so the kernel backs it 2 MiB a fault. The
 // mapping doubles with mremap(), which moves page tables, never bytes, into a fresh aligned
 // range, so the huge pages stay whole. When the line ends, what follows it (less than one
-// read) goes back to the heap block and the mapping is unmapped without being touched again.
+// read, which never asks for more than the heap block holds) goes back to the heap block and
+// the mapping is unmapped without being touched again.
 class PendingBytes
 {
 public:
-    // The most one read() asks for; also what is left after the last line feed, at most.
+    // The least room a read is given.
     static constexpr size_t readBytes = 128 * 1024;
 
     PendingBytes()
@@ -75,13 +76,17 @@ public:
     char *data() const { return m_data; }
     size_t size() const { return m_used; }
 
-    // The free tail for the next read, `readBytes` long; null when no memory is left for it.
+    // The free tail for the next read, at least `readBytes` long; null when no memory is left
+    // for it.
     char *tail()
     {
         if (m_capacity - m_used < readBytes && !grow(std::max(2 * m_capacity, m_used + readBytes)))
             return nullptr;
         return m_data + m_used;
     }
+    // How much the next read may ask for: as much as the socket holds, when there is room,
+    // but never more than the heap block takes, where the bytes after a line go.
+    size_t room() const { return std::min(m_capacity - m_used, blockBytes); }
     void added(size_t n) { m_used += n; }
 
     // Forgets the first `n` bytes (whole lines) and gives a mapping back.
@@ -380,7 +385,7 @@ void SocketServer::Shared::serveClient(const std::shared_ptr<Client> &client)
                     .arg(pending.size()));
             break;
         }
-        const ssize_t n = ::read(client->fd, into, PendingBytes::readBytes);
+        const ssize_t n = ::read(client->fd, into, pending.room());
         if (n <= 0) {
             if (n < 0 && errno == EINTR)
                 continue;
