@@ -1,8 +1,6 @@
 // How a message alerts for every combination that matters: the quiet rule, urgency
 // mapping, do-not-disturb with and without a recorded breakthrough, and the chime.
 #include "alerts/AlertPolicy.h"
-#include "core/SettingsStore.h"
-#include "support/TestEnv.h"
 
 #include <QTest>
 
@@ -67,19 +65,6 @@ private Q_SLOTS:
         QCOMPARE(alert.overlay, overlay);
         QCOMPARE(alert.chime, chime);
         QCOMPARE(alert.heldBack, d.active && !(s.focusFilter && d.breakthroughRecorded));
-    }
-
-    void switchesReadTheStoreWithTheirDefaults()
-    {
-        TestEnv env;
-        const AlertPolicy::Switches fresh = AlertPolicy::Switches::current();
-        QCOMPARE((QList<bool> { fresh.quietWhenFocused, fresh.urgencyMapping, fresh.focusFilter, fresh.sound }),
-            (QList<bool> { false, true, false, true }));
-        SettingsStore::setFlag(SettingsStore::Key::quietWhenFocused, true);
-        SettingsStore::setFlag(SettingsStore::Key::sound, false);
-        const AlertPolicy::Switches set = AlertPolicy::Switches::current();
-        QVERIFY(set.quietWhenFocused);
-        QVERIFY(!set.sound);
     }
 };
 

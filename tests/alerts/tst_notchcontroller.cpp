@@ -9,16 +9,24 @@
 
 #include <QTest>
 
+using K = NotchAction::Kind;
+
+static NotifyFrame frame(const QString &sender, const QString &msgId, const QString &body = "hello")
+{
+    NotifyFrame f;
+    f.type = "notify";
+    f.sender = sender;
+    f.body = body;
+    if (!msgId.isEmpty())
+        f.msgId = msgId;
+    return f;
+}
+
 // A controller on fakes, with its log lines and outgoing frames recorded.
 struct Rig {
     Rig()
     {
-        NotchPorts ports;
-        ports.scheduler = clock;
-        ports.screens = screens;
-        ports.pasteboard = pasteboard;
-        ports.sound = sound;
-        ports.motion = motion;
+        NotchPorts ports { clock, screens, pasteboard, sound, motion, {} };
         ports.makePanel = [this](NotchViewModel &) {
             ++panelsBuilt;
             return std::make_unique<FakePanel>(panel);
@@ -35,10 +43,18 @@ struct Rig {
         };
     }
 
+    void show(const QString &sender, const QString &msgId = {}, bool pulse = false, bool chime = true, int unread = 1)
+    {
+        Alert a;
+        a.overlay = pulse ? Alert::Overlay::pulse : Alert::Overlay::show;
+        a.chime = chime;
+        notch->present(frame(sender, msgId), unread, a);
+    }
+    void act(K kind, const QString &text = {}) { notch->handle({ kind, text }); }
     NotchViewModel &model() { return notch->model(); }
     QString state() { return model().stateName(); }
-    std::optional<QString> msgId() { return model().item() ? model().item()->msgId : std::nullopt; }
-    int logCount(const QString &line) const { return int(log.count(line)); }
+    QString msgId() { return model().item() ? model().item()->msgId.value_or("-") : QString(); }
+    std::optional<double> timer() { return notch->pendingDismissDelay(); }
 
     std::shared_ptr<FakeScheduler> clock = std::make_shared<FakeScheduler>();
     std::shared_ptr<FakeScreens> screens = std::make_shared<FakeScreens>();
@@ -54,33 +70,6 @@ struct Rig {
     bool terminalListening = true;
 };
 
-static NotifyFrame frame(const QString &sender, const QString &msgId, const QString &body = QStringLiteral("hello"))
-{
-    NotifyFrame f;
-    f.type = QStringLiteral("notify");
-    f.sender = sender;
-    f.body = body;
-    if (!msgId.isEmpty())
-        f.msgId = msgId;
-    return f;
-}
-
-static Alert arrival(bool pulse, bool chime = true)
-{
-    Alert a;
-    a.overlay = pulse ? Alert::Overlay::pulse : Alert::Overlay::show;
-    a.chime = chime;
-    return a;
-}
-
-static NotifyFrame codeFrame(const QString &code)
-{
-    NotifyFrame f = frame(QStringLiteral("alice"), QStringLiteral("m1"), QStringLiteral("run this"));
-    f.hasCode = true;
-    f.codeText = code;
-    return f;
-}
-
 static int midX(const QRect &r)
 {
     return r.x() + r.width() / 2;
@@ -90,7 +79,7 @@ static int midX(const QRect &r)
 static NotchScreen right()
 {
     NotchScreen s;
-    s.name = QStringLiteral("RIGHT");
+    s.name = "RIGHT";
     s.frame = s.available = QRect(1440, 0, 1920, 1080);
     return s;
 }
@@ -117,44 +106,43 @@ private Q_SLOTS:
         QTest::newRow("pulse, last") << true << 0 << 8.0;
         QTest::newRow("more waiting") << false << 1 << 6.0;
     }
-
     void secondFrameWaitsAndFollowsTheFirst()
     {
         QFETCH(bool, secondPulse);
         QFETCH(int, waitingBehind);
         QFETCH(double, secondTimer);
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
-        QCOMPARE(r.logCount(QStringLiteral("notch: show m1 from @alice")), 1);
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+        r.show("alice", "m1");
+        QCOMPARE(r.log.count("notch: show m1 from @alice"), 1);
+        QCOMPARE(r.timer(), 300.0);
 
         r.clock->advance(10);
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(secondPulse));
-        QCOMPARE(r.log.last(), QStringLiteral("notch: queued (1 waiting) m2 from @bob"));
+        r.show("bob", "m2", secondPulse, true, 2);
+        QCOMPARE(r.log.last(), "notch: queued (1 waiting) m2 from @bob");
         for (int i = 0; i < waitingBehind; ++i)
-            r.notch->present(frame(QStringLiteral("carol"), {}), 3, arrival(false));
+            r.show("carol", {}, false, true, 3);
         QCOMPARE(r.model().queued(), 1 + waitingBehind);
-        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+        QCOMPARE(r.msgId(), "m1");
         // The arrival does not shorten the first item's backstop; leaving the pointer does.
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(300));
+        QCOMPARE(r.timer(), 300.0);
         r.notch->hoverChanged(true);
-        QCOMPARE(r.state(), QStringLiteral("expanded"));
-        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
+        QCOMPARE(r.state(), "expanded");
+        QCOMPARE(r.timer(), std::nullopt);
         r.notch->hoverChanged(false);
-        QCOMPARE(r.state(), QStringLiteral("compact"));
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(4));
+        QCOMPARE(r.state(), "compact");
+        QCOMPARE(r.timer(), 4.0);
 
         r.clock->advance(4);
-        QCOMPARE(r.state(), QStringLiteral("hidden"));
+        QCOMPARE(r.state(), "hidden");
         r.clock->advance(0.31);
-        QCOMPARE(r.msgId(), std::optional<QString>("m1"));
+        QCOMPARE(r.msgId(), "m1");
         r.clock->advance(0.01);
-        QCOMPARE(r.state(), QStringLiteral("compact"));
-        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QCOMPARE(r.state(), "compact");
+        QCOMPARE(r.msgId(), "m2");
         QCOMPARE(r.model().unread(), 2);
         QCOMPARE(r.model().isPulse(), secondPulse);
         QCOMPARE(r.model().queued(), waitingBehind);
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(secondTimer));
+        QCOMPARE(r.timer(), secondTimer);
         QCOMPARE(r.panel.orderOuts, 0);
         QCOMPARE(r.panelsBuilt, 1);
     }
@@ -162,162 +150,155 @@ private Q_SLOTS:
     void closingHidesAndAFrameMeanwhileShowsAtOnce()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.show("alice", "m1");
         r.notch->hoverChanged(true);
-        r.notch->handle({ NotchAction::Kind::beginReply, {} });
-        r.model().setReplyText(QStringLiteral("draft"));
+        r.act(K::beginReply);
+        r.model().setReplyText("draft");
         r.clock->advance(299);
-        QCOMPARE(r.state(), QStringLiteral("expanded"));
-        r.notch->handle({ NotchAction::Kind::dismiss, {} });
-        QCOMPARE(r.log.last(), QStringLiteral("notch: dismiss (red dot) m1"));
-        QCOMPARE(r.state(), QStringLiteral("hidden"));
+        QCOMPARE(r.state(), "expanded");
+        r.act(K::dismiss);
+        QCOMPARE(r.log.last(), "notch: dismiss (red dot) m1");
+        QCOMPARE(r.state(), "hidden");
         QVERIFY(!r.model().replyVisible());
         QVERIFY(!r.panel.focus);
         QVERIFY(r.panel.visible);
 
         // A frame while closing shows at once, with an empty reply field, in the same panel.
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
-        QCOMPARE(r.state(), QStringLiteral("compact"));
-        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        r.show("bob", "m2");
+        QCOMPARE(r.state(), "compact");
+        QCOMPARE(r.msgId(), "m2");
         QCOMPARE(r.model().replyText(), QString());
         r.clock->advance(0.5);
-        QCOMPARE(r.state(), QStringLiteral("compact"));
+        QCOMPARE(r.state(), "compact");
         QCOMPARE(r.panel.orderOuts, 0);
 
         // Closing with nothing waiting orders the panel out once the close has run.
-        r.notch->handle({ NotchAction::Kind::dismiss, {} });
+        r.act(K::dismiss);
         r.clock->advance(0.32);
         QVERIFY(!r.panel.visible);
         QCOMPARE(r.model().queued(), 0);
         QCOMPARE(r.panelsBuilt, 1);
-        // Hover is ignored while hidden.
-        r.notch->hoverChanged(true);
-        QCOMPARE(r.state(), QStringLiteral("hidden"));
+        r.notch->hoverChanged(true); // ignored while hidden
+        QCOMPARE(r.state(), "hidden");
     }
 
     void pinAndReplyFieldSurviveHoverOut()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
-        r.notch->handle({ NotchAction::Kind::expand, {} });
+        r.show("alice", "m1", true);
+        r.act(K::expand);
         QVERIFY(r.notch->pinned());
         r.notch->hoverChanged(true);
         r.notch->hoverChanged(false);
-        QCOMPARE(r.state(), QStringLiteral("expanded"));
-        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt); // entering cancelled the 45 s
+        QCOMPARE(r.state(), "expanded");
+        QCOMPARE(r.timer(), std::nullopt); // entering cancelled the 45 s
 
         Rig s;
-        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(true));
+        s.show("alice", "m1", true);
         s.notch->hoverChanged(true);
-        s.notch->handle({ NotchAction::Kind::beginReply, {} });
+        s.act(K::beginReply);
         QCOMPARE(s.panel.focusRequests, QList<bool> { true });
         s.notch->hoverChanged(false);
-        QCOMPARE(s.state(), QStringLiteral("expanded"));
-        QCOMPARE(s.notch->pendingDismissDelay(), std::nullopt);
+        QCOMPARE(s.timer(), std::nullopt);
         s.clock->advance(1000);
-        QCOMPARE(s.state(), QStringLiteral("expanded"));
+        QCOMPARE(s.state(), "expanded");
     }
 
     void actionsScheduleFlashAndLog_data()
     {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("text");
+        QTest::addColumn<K>("kind");
         QTest::addColumn<bool>("listening");
         QTest::addColumn<double>("timer");
         QTest::addColumn<QString>("flash");
         QTest::addColumn<QString>("logLine");
-        using K = NotchAction::Kind;
-        QTest::newRow("expand") << int(K::expand) << "" << true << 45.0 << ""
-                                << "notch: expand+pin (click) m1";
-        QTest::newRow("copy body") << int(K::copyBody) << "" << true << 300.0 << "已复制"
-                                   << "notch: copy body m1";
-        QTest::newRow("copy code") << int(K::copyCode) << "" << true << 300.0 << "代码已复制"
-                                   << "notch: copy code (13 chars) m1";
-        QTest::newRow("cancel reply") << int(K::cancelReply) << "" << true << 2.5 << ""
-                                      << "notch: reply cancelled (esc) m1";
-        QTest::newRow("fill delivered") << int(K::fill) << "" << true << 1.6 << "已发送到终端 ⤵"
-                                        << "notch: fill (user-initiated, 13 chars, delivered=true) m1";
-        QTest::newRow("fill, no terminal") << int(K::fill) << "" << false << 3.0 << "终端未连接"
-                                           << "notch: fill (user-initiated, 13 chars, delivered=false) m1";
-        QTest::newRow("reply delivered") << int(K::submitReply) << "ok" << true << 1.4 << "已回复 ✓"
-                                         << "";
-        QTest::newRow("reply, no terminal") << int(K::submitReply) << "ok" << false << 4.0 << "终端未连接，未发送"
-                                            << "notch: reply NOT delivered (no client connected) m1";
+        const auto row
+            = [](const char *name, K kind, bool listening, double timer, const char *flash, const char *logLine) {
+                  QTest::newRow(name) << kind << listening << timer << QString(flash) << QString(logLine);
+              };
+        row("expand", K::expand, true, 45, "", "notch: expand+pin (click) m1");
+        row("copy body", K::copyBody, true, 300, "已复制", "notch: copy body m1");
+        row("copy code", K::copyCode, true, 300, "代码已复制", "notch: copy code (13 chars) m1");
+        row("cancel reply", K::cancelReply, true, 2.5, "", "notch: reply cancelled (esc) m1");
+        row("fill", K::fill, true, 1.6, "已发送到终端 ⤵", "notch: fill (user-initiated, 13 chars, delivered=true) m1");
+        row("fill, no terminal", K::fill, false, 3, "终端未连接",
+            "notch: fill (user-initiated, 13 chars, delivered=false) m1");
+        row("reply", K::submitReply, true, 1.4, "已回复 ✓", "");
+        row("reply, no terminal", K::submitReply, false, 4, "终端未连接，未发送",
+            "notch: reply NOT delivered (no client connected) m1");
     }
-
     void actionsScheduleFlashAndLog()
     {
-        QFETCH(int, kind);
-        QFETCH(QString, text);
+        QFETCH(K, kind);
         QFETCH(bool, listening);
         QFETCH(double, timer);
         QFETCH(QString, flash);
         QFETCH(QString, logLine);
         Rig r;
         r.terminalListening = listening;
-        r.notch->present(codeFrame(QStringLiteral("git push -f\n ")), 1, arrival(false));
+        NotifyFrame f = frame("alice", "m1", "run this");
+        f.hasCode = true;
+        f.codeText = "git push -f\n ";
+        r.notch->present(f, 1, Alert {});
         r.log.clear();
-        r.notch->handle({ NotchAction::Kind(kind), text });
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(timer));
+        r.act(kind, "ok");
+        QCOMPARE(r.timer(), timer);
         QCOMPARE(r.model().feedbackText(), flash);
-        if (logLine.isEmpty())
-            QVERIFY2(r.log.isEmpty(), qPrintable(r.log.join('\n')));
+        QCOMPARE(r.log, logLine.isEmpty() ? QStringList {} : QStringList { logLine });
+        const QString code = "git push -f\n ";
+        QCOMPARE(r.fills, (kind == K::fill ? QList<FillFrame> { { code, "m1" } } : QList<FillFrame> {}));
+        QCOMPARE(
+            r.replies, (kind == K::submitReply ? QList<ReplyFrame> { { "alice", "ok", "m1" } } : QList<ReplyFrame> {}));
+        if (kind == K::copyBody || kind == K::copyCode)
+            QCOMPARE(r.pasteboard->copies, QStringList { kind == K::copyCode ? code : "run this" });
         else
-            QCOMPARE(r.log, QStringList { logLine });
-        if (kind == int(NotchAction::Kind::fill))
-            QCOMPARE(r.fills, (QList<FillFrame> { { QStringLiteral("git push -f\n "), QStringLiteral("m1") } }));
-        if (kind == int(NotchAction::Kind::submitReply))
-            QCOMPARE(r.replies,
-                (QList<ReplyFrame> { { QStringLiteral("alice"), QStringLiteral("ok"), QStringLiteral("m1") } }));
-        if (kind == int(NotchAction::Kind::copyCode))
-            QCOMPARE(r.pasteboard->copies, QStringList { QStringLiteral("git push -f\n ") });
+            QVERIFY(r.pasteboard->copies.isEmpty());
     }
 
     void bannerReplyShowsEveryMessageOnce()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 2, arrival(false));
-        r.notch->present(frame(QStringLiteral("carol"), QStringLiteral("m3")), 3, arrival(false));
+        r.show("alice", "m1");
+        r.show("bob", "m2");
+        r.show("carol", "m3");
         // "回复" on bob's banner: bob leaves the queue, alice (on show) goes back to its head.
-        QVERIFY(r.notch->openReply(frame(QStringLiteral("bob"), QStringLiteral("m2")), 3));
-        QCOMPARE(r.msgId(), std::optional<QString>("m2"));
+        QVERIFY(r.notch->openReply(frame("bob", "m2"), 3));
+        QCOMPARE(r.msgId(), "m2");
         QVERIFY(r.model().replyVisible());
         QCOMPARE(r.notch->queueLength(), 2);
         QCOMPARE(r.model().queued(), 2);
 
-        r.notch->handle({ NotchAction::Kind::submitReply, QStringLiteral("ok") });
-        QStringList shown { *r.msgId() };
-        for (int step = 0; step < 20 && (r.state() != QStringLiteral("hidden") || r.notch->queueLength() > 0); ++step) {
-            r.clock->advance(r.notch->pendingDismissDelay().value_or(0.5));
-            if (r.state() != QStringLiteral("hidden") && r.msgId() != shown.last())
-                shown << *r.msgId();
+        r.act(K::submitReply, "ok");
+        QStringList shown { r.msgId() };
+        for (int step = 0; step < 20 && (r.state() != "hidden" || r.notch->queueLength() > 0); ++step) {
+            r.clock->advance(r.timer().value_or(0.5));
+            if (r.state() != "hidden" && r.msgId() != shown.last())
+                shown << r.msgId();
         }
         QCOMPARE(shown, (QStringList { "m2", "m1", "m3" }));
 
         // Replying to the message already on show neither queues nor repeats it.
         Rig s;
-        s.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
-        QVERIFY(s.notch->openReply(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1));
+        s.show("alice", "m1");
+        QVERIFY(s.notch->openReply(frame("alice", "m1"), 1));
         QCOMPARE(s.notch->queueLength(), 0);
     }
 
     void clicksOnTheOpenCardNeitherPinNorStretchTheClose()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
+        r.show("alice", "m1");
         r.notch->hoverChanged(true);
-        r.notch->handle({ NotchAction::Kind::beginReply, {} });
-        r.notch->handle({ NotchAction::Kind::expand, {} }); // a click into the text being typed
+        r.act(K::beginReply);
+        r.act(K::expand); // a click into the text being typed
         QVERIFY(!r.notch->pinned());
-        QCOMPARE(r.notch->pendingDismissDelay(), std::nullopt);
+        QCOMPARE(r.timer(), std::nullopt);
 
-        r.notch->handle({ NotchAction::Kind::submitReply, QStringLiteral("ok") });
-        r.notch->handle({ NotchAction::Kind::expand, {} });
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(1.4));
-        r.notch->handle({ NotchAction::Kind::fill, {} });
-        r.notch->handle({ NotchAction::Kind::expand, {} });
-        QCOMPARE(r.notch->pendingDismissDelay(), std::optional<double>(1.6));
+        r.act(K::submitReply, "ok");
+        r.act(K::expand);
+        QCOMPARE(r.timer(), 1.4);
+        r.act(K::fill);
+        r.act(K::expand);
+        QCOMPARE(r.timer(), 1.6);
     }
 
     void debugSwitch_data()
@@ -327,7 +308,6 @@ private Q_SLOTS:
         QTest::newRow("1") << QByteArray("1") << true;
         QTest::newRow("true") << QByteArray("true") << false;
     }
-
     void debugSwitch()
     {
         QFETCH(QByteArray, value);
@@ -335,37 +315,27 @@ private Q_SLOTS:
         m_env->set("QUILLMOTE_NOTCH_DEBUG", value);
         Rig r;
         QCOMPARE(r.notch->debugForceExpanded(), on);
-        r.notch->present(frame(QStringLiteral("alice"), QStringLiteral("m1")), 1, arrival(false));
-        r.notch->present(frame(QStringLiteral("bob"), QStringLiteral("m2")), 1, arrival(false));
-        if (on) {
-            QCOMPARE(r.state(), QStringLiteral("expanded"));
-            QCOMPARE(r.msgId(), std::optional<QString>("m2"));
-            QCOMPARE(r.notch->queueLength(), 0);
-            QCOMPARE(
-                r.logCount(QStringLiteral("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)")),
-                2);
-            r.clock->advance(100000);
-            QCOMPARE(r.state(), QStringLiteral("expanded"));
-        } else {
-            QCOMPARE(r.state(), QStringLiteral("compact"));
-            QCOMPARE(r.msgId(), std::optional<QString>("m1"));
-            QCOMPARE(r.notch->queueLength(), 1);
-        }
+        r.show("alice", "m1");
+        r.show("bob", "m2");
+        QCOMPARE(r.notch->queueLength(), on ? 0 : 1);
+        QCOMPARE(r.msgId(), on ? "m2" : "m1");
+        QCOMPARE(r.log.count("notch: DEBUG forced expanded, auto-dismiss off (QUILLMOTE_NOTCH_DEBUG=1)"), on ? 2 : 0);
+        r.clock->advance(100000);
+        QCOMPARE(r.state(), on ? "expanded" : "hidden");
     }
 
     void chimeIsDebouncedAndOnlyWhenAsked()
     {
         Rig r;
-        r.notch->present(frame(QStringLiteral("a"), {}), 1, arrival(false));
+        r.show("a");
         r.clock->advance(0.5);
-        r.notch->present(frame(QStringLiteral("b"), {}), 1, arrival(false)); // queued, still considered
+        r.show("b"); // queued, still considered
         QCOMPARE(r.sound->plays, 1);
         r.clock->advance(0.31); // 0.81 s after the first chime
-        r.notch->present(frame(QStringLiteral("c"), {}), 1, arrival(false));
+        r.show("c");
         QCOMPARE(r.sound->plays, 2);
-
         r.clock->advance(5);
-        r.notch->present(frame(QStringLiteral("d"), {}), 1, arrival(false, false));
+        r.show("d", {}, false, false);
         QCOMPARE(r.sound->plays, 2);
     }
 
@@ -373,7 +343,7 @@ private Q_SLOTS:
     {
         Rig r;
         r.screens->list.clear();
-        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m0")), 1, arrival(false));
+        r.show("a", "m0");
         QCOMPARE(r.sound->plays, 0);
         QCOMPARE(r.notch->queueLength(), 0);
         QCOMPARE(r.panelsBuilt, 0);
@@ -403,7 +373,7 @@ private Q_SLOTS:
         r.screens->list.append(right());
         r.screens->focused = focused;
         r.screens->pointer = pointer;
-        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        r.show("a", "m1");
         QCOMPARE(midX(r.panel.frame), centreX);
         QCOMPARE(r.panel.frame.top(), top);
     }
@@ -412,14 +382,13 @@ private Q_SLOTS:
     {
         Rig r;
         const NotchScreen left = r.screens->list.first();
-        const NotchScreen right = ::right();
-        r.screens->list.append(right);
+        r.screens->list.append(right());
         r.screens->focused = 1;
-        r.notch->present(frame(QStringLiteral("a"), QStringLiteral("m1")), 1, arrival(false));
+        r.show("a", "m1");
         QCOMPARE(midX(r.panel.frame), 2400);
 
         // Its screen grows a top panel: it moves down with it, on the same screen.
-        NotchScreen paneled = right;
+        NotchScreen paneled = right();
         paneled.available.adjust(0, 30, 0, 0);
         r.screens->change({ left, paneled });
         QCOMPARE(midX(r.panel.frame), 2400);
@@ -428,13 +397,13 @@ private Q_SLOTS:
         r.screens->focused = -1;
         r.screens->change({ left });
         QCOMPARE(midX(r.panel.frame), 720);
-        QCOMPARE(r.logCount(QStringLiteral("notch: screens changed — refitted on XVFB-1")), 1);
+        QCOMPARE(r.log.count("notch: screens changed — refitted on XVFB-1"), 1);
 
         // Hidden, it does not move; the next message picks the screen again.
-        r.notch->handle({ NotchAction::Kind::dismiss, {} });
+        r.act(K::dismiss);
         r.clock->advance(1);
         const QRect before = r.panel.frame;
-        r.screens->change({ left, right });
+        r.screens->change({ left, right() });
         QCOMPARE(r.panel.frame, before);
     }
 

@@ -9,36 +9,37 @@ private Q_SLOTS:
     void readsTheFormsOfTheScheme_data()
     {
         QTest::addColumn<QString>("url");
-        QTest::addColumn<int>("kind");
+        QTest::addColumn<DeepLink::Kind>("kind");
         QTest::addColumn<QString>("target");
         QTest::addColumn<QString>("log");
+        const auto row = [](const char *url, DeepLink::Kind kind, const char *target, const char *log) {
+            QTest::newRow(url) << QString(url) << kind << QString(target) << QString(log);
+        };
         using K = DeepLink::Kind;
-        QTest::newRow("conversation") << "quillmote://conversation/alice" << int(K::conversation) << "alice"
-                                      << "url-scheme: deep-link → opened + selected @alice";
-        QTest::newRow("host in capitals, doubled slash")
-            << "quillmote://CONVERSATION//bob/extra" << int(K::conversation) << "bob"
-            << "url-scheme: deep-link → opened + selected @bob";
-        QTest::newRow("conversation wins over sender")
-            << "quillmote://open?sender=s&conversation=c" << int(K::conversation) << "c"
-            << "url-scheme: deep-link → opened + selected @c";
-        QTest::newRow("empty conversation falls to sender")
-            << "quillmote://open?conversation=&sender=y" << int(K::legacyWakeup) << "y"
-            << "url-scheme: open?sender=@y — legacy wakeup, no-op on receive";
-        QTest::newRow("other scheme") << "https://conversation/alice" << int(K::notQuillmote) << ""
-                                      << "url-scheme: ignoring non-quillmote URL";
-        QTest::newRow("scheme in capitals") << "QUILLMOTE://conversation/alice" << int(K::notQuillmote) << ""
-                                            << "url-scheme: ignoring non-quillmote URL";
+        const char *ignored = "url-scheme: ignoring non-quillmote URL";
+        row("quillmote://conversation/alice", K::conversation, "alice",
+            "url-scheme: deep-link → opened + selected @alice");
+        row("quillmote://CONVERSATION//bob/extra", K::conversation, "bob",
+            "url-scheme: deep-link → opened + selected @bob");
+        row("quillmote://open?sender=s&conversation=c", K::conversation, "c",
+            "url-scheme: deep-link → opened + selected @c");
+        row("quillmote://open?conversation=&sender=y", K::legacyWakeup, "y",
+            "url-scheme: open?sender=@y — legacy wakeup, no-op on receive");
+        row("quillmote://conversation/", K::noTarget, "",
+            "url-scheme: no conversation target in quillmote://conversation/");
+        row("https://conversation/alice", K::notQuillmote, "", ignored);
+        row("QUILLMOTE://conversation/alice", K::notQuillmote, "", ignored);
     }
 
     void readsTheFormsOfTheScheme()
     {
         QFETCH(QString, url);
-        QFETCH(int, kind);
+        QFETCH(DeepLink::Kind, kind);
         QFETCH(QString, target);
         QFETCH(QString, log);
         const QUrl u(url);
         const DeepLink link = DeepLink::parse(url);
-        QCOMPARE(int(link.kind), kind);
+        QCOMPARE(link.kind, kind);
         QCOMPARE(link.target, target);
         QCOMPARE(link.logLine(u), log);
     }

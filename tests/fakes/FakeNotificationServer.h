@@ -8,8 +8,6 @@
 #include <QImage>
 #include <QVariantMap>
 
-#include <functional>
-
 // A notification server of the tests' own on the session bus, on a connection of its own:
 // it answers every call at once, records each Notify with its arguments decoded, and can
 // send the signals a real server sends (ActionInvoked, NotificationReplied).
@@ -68,8 +66,6 @@ public:
             c.id = c.replacesId ? c.replacesId : ++m_lastId;
             connection.send(message.createReply(QVariant::fromValue(uint(c.id))));
             calls.append(c);
-            if (onNotify)
-                onNotify(calls.last());
         } else if (member == QLatin1String("CloseNotification")) {
             connection.send(message.createReply());
         } else {
@@ -79,8 +75,6 @@ public:
     }
 
     QList<Call> calls;
-    // Called on the server's thread as each Notify arrives (the latency benchmark's clock).
-    std::function<void(const Call &)> onNotify;
 
 private:
     void emitSignal(const char *name, const QVariantList &args)
@@ -115,13 +109,7 @@ private:
         arg >> w >> h >> stride >> alpha >> bits >> channels >> data;
         arg.endStructure();
         if (bits != 8 || channels != (alpha ? 4 : 3) || data.size() < qsizetype(stride) * h)
-            return QStringLiteral("bad image-data %1x%2 stride %3 bits %4 channels %5 bytes %6")
-                .arg(w)
-                .arg(h)
-                .arg(stride)
-                .arg(bits)
-                .arg(channels)
-                .arg(data.size());
+            return QStringLiteral("bad image-data");
         QImage img(reinterpret_cast<const uchar *>(data.constData()), w, h, stride,
             alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
         return img.copy();

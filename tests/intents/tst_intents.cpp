@@ -1,10 +1,13 @@
-// The actions against the tool's recorded answers: argument vectors, confirmations, the
-// gate, the dialogs and log lines, and how tool failures reach the user.
+// The actions and the pickers' searches against the tool's recorded answers: argument
+// vectors, confirmations, the gate, the dialogs and log lines, and how tool failures reach
+// the user; and the do-not-disturb filter.
 #include "core/SettingsStore.h"
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
 #include "fakes/FakeToolRunner.h"
+#include "intents/EntityQueries.h"
 #include "intents/IntentsService.h"
+#include "intents/QuillmoteFocusFilter.h"
 #include "support/LogCapture.h"
 #include "support/TestEnv.h"
 
@@ -14,7 +17,9 @@
 #include <QJsonObject>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using Values = QVariantMap;
+using Kind = EntityQueries::Kind;
 
 namespace {
 
@@ -27,6 +32,23 @@ IntentResult performAndWait(IntentsService &service, const QString &name, const 
     return *result;
 }
 
+QList<IntentEntity> await(const std::function<void(EntityQueries::Done)> &start)
+{
+    std::optional<QList<IntentEntity>> out;
+    start([&](const QList<IntentEntity> &r) { out = r; });
+    if (!QTest::qWaitFor([&] { return out.has_value(); }, 15000))
+        return { { "test", "no answer" } };
+    return *out;
+}
+
+QStringList ids(const QList<IntentEntity> &entities)
+{
+    QStringList out;
+    for (const IntentEntity &e : entities)
+        out << e.id;
+    return out;
+}
+
 // The tool, a confirmer and a gate that answer as each test sets them.
 struct World {
     TestEnv env;
@@ -34,6 +56,7 @@ struct World {
     FakeConfirmer confirmer;
     FakeAuthGate gate;
     IntentsService service { confirmer, gate, &tool };
+    EntityQueries queries { tool };
     const QList<QStringList> &argvs() const { return tool.argvs; }
 };
 
@@ -52,7 +75,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("confirmation"); // "text|label", empty: none asked
         QTest::addColumn<QString>("dialog");
         QTest::addColumn<QString>("logLine");
-        QFile file(sourceDir() + QStringLiteral("/tests/data/intents.json"));
+        QFile file(sourceDir() + "/tests/data/intents.json");
         QVERIFY(file.open(QIODevice::ReadOnly));
         for (const QJsonValue &v : QJsonDocument::fromJson(file.readAll()).array()) {
             const QJsonObject row = v.toObject();
@@ -84,36 +107,26 @@ private Q_SLOTS:
 
         const IntentResult result = performAndWait(world.service, name, values);
         QCOMPARE(world.gate.reasons, reason.isEmpty() ? QStringList {} : QStringList { reason });
-        QCOMPARE(log.count("BiometricGate: authorized action=" + reason), reason.isEmpty() ? 0 : 1);
-        QCOMPARE(result.error.message, QString());
-        QCOMPARE(result.dialog, dialog);
+        QCOMPARE(result, IntentResult::completed(dialog));
         QCOMPARE(world.argvs(), QList<QStringList> { argv });
         QCOMPARE(log.count(logLine), 1);
-        QCOMPARE(log.find(logLine).level, QStringLiteral("info"));
-        if (confirmation.isEmpty()) {
-            QVERIFY(world.confirmer.asked.isEmpty());
-        } else {
-            QCOMPARE(world.confirmer.asked.size(), 1);
-            QCOMPARE(world.confirmer.asked[0].first + "|" + world.confirmer.asked[0].second, confirmation);
-        }
+        QCOMPARE(log.find(logLine).level, "info");
+        QStringList asked;
+        for (const auto &[text, label] : world.confirmer.asked)
+            asked << text + "|" + label;
+        QCOMPARE(asked, confirmation.isEmpty() ? QStringList {} : QStringList { confirmation });
     }
 
     void emptyListsAnswerWithTheirOwnSentence_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("dialog");
-        QTest::newRow("inbox") << "ListInboxIntent"
-                               << "收件箱为空。";
-        QTest::newRow("friends") << "FriendsIntent"
-                                 << "你还没有好友。用「发起好友申请」添加一位。";
-        QTest::newRow("requests") << "RequestsIntent"
-                                  << "没有待处理的好友申请。";
-        QTest::newRow("contacts") << "ContactsIntent"
-                                  << "还没有联系人。";
-        QTest::newRow("shares") << "SharesIntent"
-                                << "还没有分享。";
-        QTest::newRow("devices") << "DevicesIntent"
-                                 << "还没有配对的设备。";
+        QTest::newRow("inbox") << u"ListInboxIntent"_s << u"收件箱为空。"_s;
+        QTest::newRow("friends") << u"FriendsIntent"_s << u"你还没有好友。用「发起好友申请」添加一位。"_s;
+        QTest::newRow("requests") << u"RequestsIntent"_s << u"没有待处理的好友申请。"_s;
+        QTest::newRow("contacts") << u"ContactsIntent"_s << u"还没有联系人。"_s;
+        QTest::newRow("shares") << u"SharesIntent"_s << u"还没有分享。"_s;
+        QTest::newRow("devices") << u"DevicesIntent"_s << u"还没有配对的设备。"_s;
     }
 
     void emptyListsAnswerWithTheirOwnSentence()
@@ -138,63 +151,57 @@ private Q_SLOTS:
         QCOMPARE(log.count("SendMessageIntent: "), 0);
     }
 
-    void declinedConfirmationRunsNothing()
-    {
-        World world;
-        SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
-        world.confirmer.accept = false;
-        LogCapture log;
-
-        QCOMPARE(performAndWait(world.service, "UnfriendIntent", { { "handle", "bob" } }), IntentResult::cancelled());
-        QCOMPARE(world.confirmer.asked.size(), 1);
-        QVERIFY(world.gate.reasons.isEmpty());
-        QVERIFY(world.argvs().isEmpty());
-        QVERIFY2(log.lines().isEmpty(), qPrintable(log.dump()));
-    }
-
+    // The user confirms first; only then, and only with the gate on, is the gate asked. A
+    // failed gate is not an error: the action answers that it was cancelled.
     void gateComesAfterConfirmation_data()
     {
+        using Kind = AuthGate::Answer::Kind;
+        QTest::addColumn<bool>("confirmed");
         QTest::addColumn<bool>("gateOn");
-        QTest::addColumn<int>("answer"); // AuthGate::Answer::Kind
+        QTest::addColumn<Kind>("answer");
         QTest::addColumn<QString>("gateLine");
         QTest::addColumn<bool>("ran");
-
-        QTest::newRow("off") << false << int(AuthGate::Answer::Kind::denied) << QString() << true;
-        QTest::newRow("authorized") << true << int(AuthGate::Answer::Kind::authorized)
-                                    << "BiometricGate: authorized action=屏蔽用户" << true;
-        QTest::newRow("denied") << true << int(AuthGate::Answer::Kind::denied)
-                                << "BiometricGate: denied (not authorized) action=屏蔽用户" << false;
-        QTest::newRow("dismissed") << true << int(AuthGate::Answer::Kind::failed)
-                                   << "BiometricGate: failed action=屏蔽用户 error=dismissed by the user" << false;
+        QTest::newRow("declined") << false << true << Kind::authorized << QString() << false;
+        QTest::newRow("gate off") << true << false << Kind::denied << QString() << true;
+        QTest::newRow("authorized") << true << true << Kind::authorized << u"authorized action=屏蔽用户"_s << true;
+        QTest::newRow("denied") << true << true << Kind::denied << u"denied (not authorized) action=屏蔽用户"_s
+                                << false;
+        QTest::newRow("dismissed") << true << true << Kind::failed
+                                   << u"failed action=屏蔽用户 error=dismissed by the user"_s << false;
     }
 
     void gateComesAfterConfirmation()
     {
+        QFETCH(bool, confirmed);
         QFETCH(bool, gateOn);
-        QFETCH(int, answer);
+        QFETCH(AuthGate::Answer::Kind, answer);
         QFETCH(QString, gateLine);
         QFETCH(bool, ran);
-
         World world;
-        if (gateOn)
-            SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
-        world.gate.answer = { AuthGate::Answer::Kind(answer), QStringLiteral("dismissed by the user") };
+        SettingsStore::setFlag(SettingsStore::Key::biometricGate, gateOn);
+        world.confirmer.accept = confirmed;
+        world.gate.answer = { answer, u"dismissed by the user"_s };
         LogCapture log;
 
         const IntentResult result = performAndWait(world.service, "BlockIntent", { { "handle", "mallory" } });
         QCOMPARE(world.confirmer.asked,
             (QList<QPair<QString, QString>> { { "确认屏蔽 @mallory？屏蔽后对方无法再给你发消息。", "继续" } }));
-        QCOMPARE(world.gate.reasons, gateOn ? QStringList { "屏蔽用户" } : QStringList {});
-        QCOMPARE(log.count("BiometricGate"), gateLine.isEmpty() ? 0 : 1);
-        if (!gateLine.isEmpty()) {
-            QCOMPARE(log.count(gateLine), 1);
-            QCOMPARE(log.find(gateLine).level, ran ? QStringLiteral("info") : QStringLiteral("error"));
+        QCOMPARE(world.gate.reasons, gateOn && confirmed ? QStringList { "屏蔽用户" } : QStringList {});
+        if (gateLine.isEmpty()) {
+            QCOMPARE(log.count("BiometricGate"), 0);
+        } else {
+            QCOMPARE(log.count("BiometricGate"), 1);
+            QCOMPARE(log.find("BiometricGate").toString(),
+                (ran ? "info intents BiometricGate: " : "error intents BiometricGate: ") + gateLine);
         }
-        // A failed gate is not an error: the action answers that it was cancelled.
-        QCOMPARE(result, IntentResult::completed(ran ? "已屏蔽 @mallory。" : "已取消：未通过 Touch ID 验证。"));
-        const QList<QStringList> argvs
-            = ran ? QList<QStringList> { { "block", "mallory", "--json" } } : QList<QStringList> {};
-        QCOMPARE(world.argvs(), argvs);
+        if (!confirmed) {
+            QCOMPARE(result, IntentResult::cancelled());
+            QVERIFY2(log.lines().isEmpty(), qPrintable(log.dump()));
+        } else {
+            QCOMPARE(result, IntentResult::completed(ran ? "已屏蔽 @mallory。" : "已取消：未通过 Touch ID 验证。"));
+        }
+        QCOMPARE(
+            world.argvs(), (ran ? QList<QStringList> { { "block", "mallory", "--json" } } : QList<QStringList> {}));
     }
 
     void missingParameterRunsNothing()
@@ -216,6 +223,63 @@ private Q_SLOTS:
         world.tool.answers["doctor"] = R"({"ok":false,"checks":[{"name":"relay","ok":false}]})";
         QCOMPARE(performAndWait(world.service, "DoctorIntent", {}),
             IntentResult::completed("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"));
+    }
+
+    void friendsAndRequestsComeFromTheTool()
+    {
+        World world;
+        world.tool.answers["friends"] = R"({"friends":["Abby","bob","cab"]})";
+        world.tool.answers["requests"] = R"({"requests":["carol","dan"]})";
+        QCOMPARE(await([&](auto done) { world.queries.matching(Kind::friends, "@AB ", done); }),
+            (QList<IntentEntity> { { "Abby", "@Abby" }, { "cab", "@cab" } }));
+        QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })),
+            (QStringList { "carol", "dan" }));
+        QCOMPARE(world.argvs(), (QList<QStringList> { { "friends", "--json" }, { "requests", "--json" } }));
+        // Saved identifiers of friends who are gone resolve to nothing.
+        QCOMPARE(ids(await([&](auto done) {
+            world.queries.entitiesFor(Kind::friends, { "bob", "gone", "Abby" }, done);
+        })),
+            (QStringList { "bob", "Abby" }));
+    }
+
+    void inboxMessagesShowSenderAndText()
+    {
+        World world;
+        QCOMPARE(await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); }),
+            (QList<IntentEntity> { { "in-1", "@alice：hello from alice" }, { "in-2", "@bob：（结构化消息）" } }));
+        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })),
+            QStringList { "in-1" });
+        QCOMPARE(world.argvs().first(), (QStringList { "inbox", "--once", "--json" }));
+    }
+
+    void queryFailureIsOneLineAndAnEmptyList()
+    {
+        World world;
+        world.tool.failure = CLIResult { 1, {}, "not logged in\n" };
+        LogCapture log;
+        QCOMPARE(
+            await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity> {});
+        QCOMPARE(log.count("FriendRequestQuery"), 1);
+        QCOMPARE(log.find("FriendRequestQuery").toString(),
+            "error intents FriendRequestQuery: requests --json failed: not logged in");
+    }
+
+    // The do-not-disturb filter records only while the feature is on, and not in the settings.
+    void focusFilterRecordsOnlyWhileOn()
+    {
+        TestEnv env;
+        LogCapture log;
+        QCOMPARE(QuillmoteFocusFilter::perform(true), std::nullopt);
+        QCOMPARE(QuillmoteFocusFilter::perform(false), std::nullopt);
+        const QString inert = "QuillmoteFocusFilter: focusFilterEnabled=false → inert (no effect).";
+        QCOMPARE(log.count(inert), 2);
+        QCOMPARE(log.find(inert).level, "debug");
+
+        SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
+        QCOMPARE(QuillmoteFocusFilter::perform(true), true);
+        QVERIFY(log.contains("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"));
+        QCOMPARE(QuillmoteFocusFilter::perform(false), false);
+        QVERIFY(!SettingsStore::value("quillmote.focusFilter.allowBreakthrough"));
     }
 };
 

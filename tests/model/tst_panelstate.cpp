@@ -1,11 +1,63 @@
 #include "model/MessageTime.h"
 #include "model/PanelState.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const char *kMessage
+JSONValue json(const QByteArray &text)
+{
+    const auto v = JSONValue::fromJson(text);
+    if (!v)
+        qFatal("bad test JSON: %s", text.constData());
+    return *v;
+}
+
+// The same value built through the public constructors from Qt's own parse: an independent
+// way to the expected sorting of keys.
+JSONValue viaQt(const QJsonValue &v)
+{
+    switch (v.type()) {
+    case QJsonValue::Bool:
+        return JSONValue::boolean(v.toBool());
+    case QJsonValue::Double:
+        return JSONValue::number(v.toDouble());
+    case QJsonValue::String:
+        return JSONValue::string(v.toString());
+    case QJsonValue::Array: {
+        JSONValue::Array elements;
+        for (const QJsonValue &e : v.toArray())
+            elements.push_back(viaQt(e));
+        return JSONValue::array(std::move(elements));
+    }
+    case QJsonValue::Object: {
+        JSONValue::Object members;
+        const QJsonObject o = v.toObject();
+        for (auto it = o.begin(); it != o.end(); ++it)
+            members.emplace_back(it.key(), viaQt(it.value()));
+        return JSONValue::object(std::move(members));
+    }
+    default:
+        return JSONValue::null();
+    }
+}
+
+QStringList keys(const JSONValue &object)
+{
+    QStringList out;
+    for (const auto &member : object.members())
+        out.append(member.first);
+    return out;
+}
+
+const QByteArray kMessage
     = R"({"id":"m1","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:00:00Z","content":{"text":"hi"}})";
 
 QByteArray documentWithMessages(const QByteArray &messages)
@@ -35,34 +87,34 @@ private Q_SLOTS:
           "future": {"anything": [1, 2]}
         })");
         QVERIFY(state);
-        QCOMPARE(state->selfInfo->fingerprint, QStringLiteral("ABCD 1234"));
-        QCOMPARE(state->handle, std::optional<QString>(QStringLiteral("me")));
+        QCOMPARE(state->selfInfo->fingerprint, u"ABCD 1234"_s);
+        QCOMPARE(state->handle, u"me"_s);
         QCOMPARE(state->contacts.size(), 2);
-        QCOMPARE(state->contacts[0].status, std::optional<QString>(QStringLiteral("connected")));
+        QCOMPARE(state->contacts[0].status, u"connected"_s);
         QVERIFY(!state->contacts[1].status);
         QCOMPARE(state->pending.size(), 1);
         QCOMPARE(state->messages.size(), 2);
         QVERIFY(!state->messages[0].status);
-        QCOMPARE(state->messages[1].status, std::optional<QString>(QStringLiteral("read")));
-        QCOMPARE(*state->messages[0].content.stringAt(u"text"), QStringLiteral("你好"));
+        QCOMPARE(state->messages[1].status, u"read"_s);
+        QCOMPARE(*state->messages[0].content.stringAt(u"text"), u"你好"_s);
         QVERIFY(state->messages[1].content.isNull());
 
         // Equality is what the state client uses to publish only changes.
         auto changed = *state;
         QVERIFY(changed == *state);
-        changed.messages[1].status = QStringLiteral("delivered");
+        changed.messages[1].status = u"delivered"_s;
         QVERIFY(!(changed == *state));
     }
 
     void aNewStateSharesWhatDidNotChange()
     {
-        const auto before = PanelState::decode(documentWithMessages(QByteArray("[") + kMessage
-            + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}}])"));
+        const QByteArray m2
+            = R"({"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}})";
+        const auto before = PanelState::decode(documentWithMessages("[" + kMessage + "," + m2 + "]"));
         // m1 moved behind a new message, m2 was edited, m3 is new.
         auto after = PanelState::decode(documentWithMessages(
             R"([{"id":"m3","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:02:00Z","content":{"text":"new"}},)"
-            + QByteArray(kMessage)
-            + R"(,{"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"edited"}}])"));
+            + kMessage + "," + QByteArray(m2).replace("old", "edited") + "]"));
         QVERIFY(before && after);
         const PanelState decoded = *after;
         after->shareUnchanged(*before);
@@ -79,12 +131,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<bool>("decodes");
-        QTest::newRow("self null") << QByteArray(R"({"self":null})") << true;
-        QTest::newRow("self number") << QByteArray(R"({"self":3})") << false;
-        QTest::newRow("self without fingerprint") << QByteArray(R"({"self":{"handle":"me"}})") << false;
-        QTest::newRow("handle number") << QByteArray(R"({"handle":7})") << false;
-        QTest::newRow("top-level array") << QByteArray(R"([{}])") << false;
-        QTest::newRow("not JSON") << QByteArray("<html>") << false;
+        QTest::newRow("self null") << R"({"self":null})"_ba << true;
+        QTest::newRow("self number") << R"({"self":3})"_ba << false;
+        QTest::newRow("self without fingerprint") << R"({"self":{"handle":"me"}})"_ba << false;
+        QTest::newRow("handle number") << R"({"handle":7})"_ba << false;
+        QTest::newRow("top-level array") << R"([{}])"_ba << false;
+        QTest::newRow("not JSON") << "<html>"_ba << false;
+        // Numbers out of a double's range never make bad JSON good.
+        QTest::newRow("leading zero") << R"({"messages":[],"x":0123456789012345678901})"_ba << false;
+        QTest::newRow("dangling exponent") << R"({"messages":[],"x":1e400e})"_ba << false;
+        QTest::newRow("bare minus") << R"({"messages":[],"x":-,"y":1e400})"_ba << false;
     }
 
     void scalarMembersAreStrict()
@@ -101,17 +157,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("messages");
         QTest::addColumn<int>("count");
-        const QByteArray good(kMessage);
-        QTest::newRow("good") << "[" + good + "]" << 1;
-        QTest::newRow("missing content") << "[" + good
-                + R"(,{"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x"}])"
-                                         << 0;
-        QTest::newRow("number id") << "[" + good
-                + R"(,{"id":2,"peer":"b","direction":"in","type":"t","createdAt":"x","content":1}])"
+        const QByteArray bad = R"({"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x")";
+        QTest::newRow("good") << "[" + kMessage + "]" << 1;
+        QTest::newRow("missing content") << "[" + kMessage + "," + bad + "}]" << 0;
+        QTest::newRow("number id") << "[" + kMessage + "," + QByteArray(bad).replace(R"("m2")", "2")
+                + R"(,"content":1}])"
                                    << 0;
-        QTest::newRow("element not object") << "[" + good + ",5]" << 0;
-        QTest::newRow("not an array") << QByteArray(R"({"m1":1})") << 0;
-        QTest::newRow("null") << QByteArray("null") << 0;
+        QTest::newRow("element not object") << "[" + kMessage + ",5]" << 0;
+        QTest::newRow("not an array") << R"({"m1":1})"_ba << 0;
+        QTest::newRow("null") << "null"_ba << 0;
     }
 
     void arraysAreAllOrNothing()
@@ -130,54 +184,19 @@ private Q_SLOTS:
         QVERIFY(badContact && badContact->contacts.isEmpty());
     }
 
-    void contentOfAnyShape_data()
+    // Numbers past 64-bit integers become the nearest double, past a double's range null; a
+    // text that looks like one stays text.
+    void contentNumbersOfAnySize()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<JSONValue>("expected");
-        QTest::newRow("text object") << QByteArray(R"({"text":"hi"})")
-                                     << JSONValue::object(
-                                            { { QStringLiteral("text"), JSONValue::string(QStringLiteral("hi")) } });
-        QTest::newRow("null") << QByteArray("null") << JSONValue::null();
-        QTest::newRow("nested array") << QByteArray(R"([1,"a",[false],{}])")
-                                      << JSONValue::array({ JSONValue::number(1),
-                                             JSONValue::string(QStringLiteral("a")),
-                                             JSONValue::array({ JSONValue::boolean(false) }), JSONValue::object({}) });
-        QTest::newRow("duplicate keys keep the last")
-            << QByteArray(R"({"a":1,"a":2})") << JSONValue::object({ { QStringLiteral("a"), JSONValue::number(2) } });
-        // Numbers past 64-bit integers become the nearest double, past a double's range null;
-        // a text that looks like one stays text.
-        QTest::newRow("numbers of any size")
-            << QByteArray(R"([123456789012345678901234567890,-18446744073709551617,1e400,-1E+999,1e-400,"1e400"])")
-            << JSONValue::array({ JSONValue::number(123456789012345678901234567890.0),
-                   JSONValue::number(-18446744073709551617.0), JSONValue::null(), JSONValue::null(),
-                   JSONValue::number(0), JSONValue::string(QStringLiteral("1e400")) });
-    }
-
-    void contentOfAnyShape()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(JSONValue, expected);
-        const QByteArray doc
-            = R"({"messages":[{"id":"m","peer":"b","direction":"in","type":"t","createdAt":"x","content":)" + content
-            + "}]}";
-        const auto state = PanelState::decode(doc);
+        const auto state = PanelState::decode(
+            R"({"messages":[{"id":"m","peer":"b","direction":"in","type":"t","createdAt":"x","content":)"
+            R"([123456789012345678901234567890,-18446744073709551617,1e400,-1E+999,1e-400,"1e400"]}]})");
         QVERIFY(state);
         QCOMPARE(state->messages.size(), 1);
-        QVERIFY(state->messages[0].content == expected);
-    }
-
-    void numbersOutOfRangeNeverMakeBadJsonGood_data()
-    {
-        QTest::addColumn<QByteArray>("json");
-        QTest::newRow("leading zero") << QByteArray(R"({"messages":[],"x":0123456789012345678901})");
-        QTest::newRow("dangling exponent") << QByteArray(R"({"messages":[],"x":1e400e})");
-        QTest::newRow("bare minus") << QByteArray(R"({"messages":[],"x":-,"y":1e400})");
-    }
-
-    void numbersOutOfRangeNeverMakeBadJsonGood()
-    {
-        QFETCH(QByteArray, json);
-        QVERIFY(!PanelState::decode(json));
+        QVERIFY(state->messages[0].content
+            == JSONValue::array(
+                { JSONValue::number(123456789012345678901234567890.0), JSONValue::number(-18446744073709551617.0),
+                    JSONValue::null(), JSONValue::null(), JSONValue::number(0), JSONValue::string(u"1e400"_s) }));
     }
 
     void messageTime_data()
@@ -185,15 +204,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<double>("millis");
         const double base = 1714557600000.0; // 2024-05-01T10:00:00Z
-        QTest::newRow("without fraction") << QStringLiteral("2024-05-01T10:00:00Z") << base;
-        QTest::newRow("milliseconds") << QStringLiteral("2024-05-01T10:00:00.123Z") << base + 123;
-        QTest::newRow("microseconds truncate") << QStringLiteral("2024-05-01T10:00:00.123999Z") << base + 123;
-        QTest::newRow("offset") << QStringLiteral("2024-05-01T18:00:00+08:00") << base;
-        QTest::newRow("before epoch") << QStringLiteral("1969-12-31T23:59:59Z") << -1000.0;
-        QTest::newRow("no zone") << QStringLiteral("2024-05-01T10:00:00") << 0.0;
-        QTest::newRow("no leap day") << QStringLiteral("2023-02-29T00:00:00Z") << 0.0;
-        QTest::newRow("hour 24") << QStringLiteral("2024-05-01T24:00:00Z") << 0.0;
-        QTest::newRow("garbage") << QStringLiteral("yesterday") << 0.0;
+        QTest::newRow("without fraction") << u"2024-05-01T10:00:00Z"_s << base;
+        QTest::newRow("milliseconds") << u"2024-05-01T10:00:00.123Z"_s << base + 123;
+        QTest::newRow("microseconds truncate") << u"2024-05-01T10:00:00.123999Z"_s << base + 123;
+        QTest::newRow("offset") << u"2024-05-01T18:00:00+08:00"_s << base;
+        QTest::newRow("before epoch") << u"1969-12-31T23:59:59Z"_s << -1000.0;
+        QTest::newRow("no zone") << u"2024-05-01T10:00:00"_s << 0.0;
+        QTest::newRow("no leap day") << u"2023-02-29T00:00:00Z"_s << 0.0;
+        QTest::newRow("hour 24") << u"2024-05-01T24:00:00Z"_s << 0.0;
+        QTest::newRow("garbage") << u"yesterday"_s << 0.0;
     }
 
     void messageTime()
@@ -201,6 +220,112 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(double, millis);
         QCOMPARE(MessageTime::millis(text), millis);
+    }
+
+    // JSON values: what the document's message content decodes to.
+    void decodesLikeTheConstructors_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("nested") << R"({"b":1,"a":[true,null,{"z":"x","y":[]}],"c":{}})"_ba;
+        // UTF-16 order: a character beyond U+FFFF sorts before U+E000 although its UTF-8 is greater.
+        QTest::newRow("keys beyond ASCII")
+            << R"({"z":1,"\u00e9":2,"\ue000":3,"\ud83d\ude00":4,"\uffff":5,"a\ud83d\ude00":6,"a":7})"_ba;
+        // Texts that begin and end alike must stay apart however long they are.
+        QTest::newRow("keys alike at both ends")
+            << R"({"abcdefgh-one-12345678":1,"abcdefgh-two-12345678":2,"abcdefgh12345678":3,"a":4,)"
+               R"("ab":5,"ba":6,"abc":7,"axc":8,"abcde":9,"abxde":10})"_ba;
+        QTest::newRow("top-level array") << R"([{"b":1,"a":2},[],"s",-0.5])"_ba;
+        // Many shapes of objects inside objects, more than are remembered at once.
+        QByteArray shapes = "[";
+        for (int i = 0; i < 600; ++i) {
+            const QByteArray a = "k" + QByteArray::number(i % 7), b = "k" + QByteArray::number(i % 11);
+            shapes += (i ? "," : "") + QByteArray("{\"") + b + "\":{\"" + a + "\":" + QByteArray::number(i) + ",\"" + b
+                + "\":{\"x" + QByteArray::number(i % 13) + "\":[]}},\"" + a + "\":" + QByteArray::number(i % 5) + "}";
+        }
+        QTest::newRow("many shapes") << shapes + "]";
+    }
+
+    void decodesLikeTheConstructors()
+    {
+        QFETCH(QByteArray, text);
+        const JSONValue decoded = json(text);
+        const QJsonDocument doc = QJsonDocument::fromJson(text);
+        QVERIFY(decoded == viaQt(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object())));
+        if (decoded.isObject()) {
+            QStringList sorted = keys(decoded);
+            std::sort(sorted.begin(), sorted.end());
+            QCOMPARE(keys(decoded), sorted);
+            for (const auto &member : decoded.members())
+                QCOMPARE(decoded.find(member.first), &member.second);
+        }
+    }
+
+    void duplicateKeysKeepTheLast_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<QByteArray>("values"); // the members' values in key order, as compact JSON
+        QTest::newRow("twice") << R"({"a":1,"b":2,"a":3})"_ba << QStringList { "a", "b" } << "[3,2]"_ba;
+        QTest::newRow("escaped twin") << R"({"a":1,"\u0061":[2]})"_ba << QStringList { "a" } << "[[2]]"_ba;
+        // Past 16 members the sort takes another way: k0..k19 twice, the second time 20 more.
+        QByteArray many = "{";
+        for (int i = 0; i < 40; ++i)
+            many += (i ? ",\"k" : "\"k") + QByteArray::number(i % 20) + "\":" + QByteArray::number(i);
+        QStringList manyKeys;
+        for (int i = 0; i < 20; ++i)
+            manyKeys.append(QStringLiteral("k%1").arg(i));
+        manyKeys.sort();
+        QByteArrayList manyValues;
+        for (const QString &k : manyKeys)
+            manyValues.append(QByteArray::number(k.mid(1).toInt() + 20));
+        QTest::newRow("many keys, each twice") << many + "}" << manyKeys << "[" + manyValues.join(',') + "]";
+    }
+
+    void duplicateKeysKeepTheLast()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QStringList, keys);
+        QFETCH(QByteArray, values);
+        const JSONValue decoded = json(text);
+        QCOMPARE(::keys(decoded), keys);
+        JSONValue::Array inOrder;
+        for (const auto &member : decoded.members())
+            inOrder.push_back(member.second);
+        QCOMPARE(JSONValue::array(inOrder).toJson(), values);
+    }
+
+    void partsOutliveTheirTree()
+    {
+        auto root = std::make_unique<JSONValue>(json(R"({"list":[{"name":"deep","n":[1,2]}],"s":"text"})"));
+        JSONValue list = *root->find(u"list");
+        const JSONValue inner = list.elements()[0];
+        JSONValue moved = std::move(list);
+        root.reset();
+        QCOMPARE(*inner.stringAt(u"name"), QStringLiteral("deep"));
+        QCOMPARE(moved.elements()[0].find(u"n")->elements()[1].toNumber(), 2.0);
+
+        // A value may take the place of the tree it came from.
+        JSONValue value = json(R"({"a":{"b":{"c":"end"}}})");
+        value = *value.find(u"a");
+        value = *value.find(u"b");
+        QCOMPARE(*value.stringAt(u"c"), QStringLiteral("end"));
+
+        // Copies share the tree and may be dropped on other threads.
+        const JSONValue shared = json(R"({"k":[1,2,3]})");
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([copy = shared] {
+                for (int i = 0; i < 1000; ++i) {
+                    JSONValue again = copy;
+                    JSONValue part = *again.find(u"k");
+                    Q_UNUSED(part);
+                }
+            });
+        }
+        for (std::thread &t : threads)
+            t.join();
+        QCOMPARE(shared.find(u"k")->elements().size(), size_t(3));
+        QCOMPARE(JSONValue(shared).members().data(), shared.members().data());
     }
 };
 

@@ -93,21 +93,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("stdoutText");
         QTest::addColumn<QString>("stderrText");
 
-        QTest::newRow("lookup") << QStringList { "whoami" } << QString() << true << 0 << "你是 @me。\n"
-                                << "";
-        QTest::newRow("confirmed send") << QStringList { "send-message", "@alice", "晚上见" } << QString() << true << 0
-                                        << "已发送给 @alice。\n"
-                                        << "";
-        QTest::newRow("declined") << QStringList { "send-message", "alice", "hi" } << QString() << false << 2 << ""
-                                  << "已取消。\n";
-        QTest::newRow("tool failure") << QStringList { "friends" } << QString("not logged in") << true << 1 << ""
-                                      << "not logged in\n";
-        QTest::newRow("missing argument")
-            << QStringList { "reply", "alice" } << QString() << true << 64 << ""
-            << "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n";
-        QTest::newRow("complete friends")
-            << QStringList { "--complete", "reply", "0", "AL" } << QString() << true << 0 << "alice\n"
-            << "";
+        const auto row = [](const char *name, const QStringList &args, const char *toolError, bool accept, int exitCode,
+                             const char *out, const char *err) {
+            QTest::newRow(name) << args << QString(toolError) << accept << exitCode << QString(out) << QString(err);
+        };
+        row("lookup", { "whoami" }, "", true, 0, "你是 @me。\n", "");
+        row("declined", { "send-message", "alice", "hi" }, "", false, 2, "", "已取消。\n");
+        row("tool failure", { "friends" }, "not logged in", true, 1, "", "not logged in\n");
+        row("missing argument", { "reply", "alice" }, "", true, 64, "",
+            "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n");
+        row("complete friends", { "--complete", "reply", "0", "AL" }, "", true, 0, "alice\n", "");
     }
 
     void actionCommandTalksToTheRunningApp()
@@ -186,8 +181,6 @@ private Q_SLOTS:
         QCOMPARE(confirm->property("text").toString(), QStringLiteral("继续"));
         QCOMPARE(cancel->property("text").toString(), QStringLiteral("取消"));
         QVERIFY(cancel->hasActiveFocus());
-        if (!qEnvironmentVariableIsEmpty("QM_SHOT_DIR"))
-            window->grabWindow().save(qEnvironmentVariable("QM_SHOT_DIR") + "/confirmation.png");
 
         if (armed)
             QTRY_VERIFY(window->property("armed").toBool());
@@ -203,14 +196,10 @@ private Q_SLOTS:
         if (answer < 0) {
             // Key events are delivered at once: had they counted, the answer would be here.
             QVERIFY(!answered.has_value());
-            QVERIFY(confirmer.currentWindow());
             window->close();
-            QTRY_VERIFY(answered.has_value());
-            QCOMPARE(*answered, false);
-        } else {
-            QTRY_VERIFY(answered.has_value());
-            QCOMPARE(*answered, answer == 1);
         }
+        QTRY_VERIFY(answered.has_value());
+        QCOMPARE(*answered, answer == 1);
         QTRY_VERIFY(!confirmer.currentWindow());
     }
 };

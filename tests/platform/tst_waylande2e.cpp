@@ -18,6 +18,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <functional>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -27,14 +28,16 @@ namespace {
 
 const char kUser[] = "qmdesk";
 
-// Every pid of a node in sway's tree (tiled, floating and scratchpad windows alike).
-void collectPids(const QJsonObject &node, QList<qint64> &pids)
+// Visits every node of sway's tree (tiled, floating and scratchpad windows alike) with the
+// name of the output it is on.
+void forEachNode(const QJsonObject &node, const QString &output,
+    const std::function<void(const QJsonObject &, const QString &)> &visit)
 {
-    if (node.contains("pid"))
-        pids << node.value("pid").toInteger();
+    const QString here = node.value("type").toString() == "output" ? node.value("name").toString() : output;
+    visit(node, here);
     for (const char *key : { "nodes", "floating_nodes" })
         for (const QJsonValue &child : node.value(key).toArray())
-            collectPids(child.toObject(), pids);
+            forEachNode(child.toObject(), here, visit);
 }
 
 // The bounding box of the card's near-black pixels; the desktop behind is blue.
@@ -99,12 +102,9 @@ private Q_SLOTS:
         const QString asan = qEnvironmentVariable("ASAN_OPTIONS");
         if (!asan.isEmpty())
             m_session << "ASAN_OPTIONS=" + asan;
-        m_sway.setProgram(m_as.isEmpty() ? QStringLiteral("env") : m_as.first());
-        m_sway.setArguments(m_as.mid(1) + QStringList { "env", "-i" } + m_session
-            + QStringList { "sway", "-c", m_world.filePath("sway.conf") });
         m_sway.setStandardOutputFile(m_world.filePath("sway.log"));
         m_sway.setStandardErrorFile(m_world.filePath("sway.log"));
-        m_sway.start();
+        startAs(m_sway, QStringList { "-i" } + m_session + QStringList { "sway", "-c", m_world.filePath("sway.conf") });
         QVERIFY(m_sway.waitForStarted());
         QVERIFY2(QTest::qWaitFor(
                      [&] {
@@ -146,9 +146,9 @@ private Q_SLOTS:
         // Nothing of ours is a window the compositor manages (tiled, floating or hidden).
         const QJsonObject tree = QJsonDocument::fromJson(swaymsg({ "-t", "get_tree" })).object();
         QVERIFY(!tree.isEmpty());
-        QList<qint64> pids;
-        collectPids(tree, pids);
-        QVERIFY2(!pids.contains(m_appPid), qPrintable(QString::fromUtf8(QJsonDocument(tree).toJson())));
+        bool ours = false;
+        forEachNode(tree, {}, [&](const QJsonObject &n, const QString &) { ours |= n.value("pid") == m_appPid; });
+        QVERIFY2(!ours, qPrintable(QString::fromUtf8(QJsonDocument(tree).toJson())));
     }
 
     void overlayFollowsTheFocusedWindowsOutput_data()
@@ -169,8 +169,13 @@ private Q_SLOTS:
         swaymsg({ "exec", "xmessage -title " + title + " focus" });
         QVERIFY2(QTest::qWaitFor(
                      [&] {
-                         const QByteArray tree = swaymsg({ "-t", "get_tree" });
-                         return focusedOutput(QJsonDocument::fromJson(tree).object(), title, {}) == output;
+                         QString focused;
+                         forEachNode(QJsonDocument::fromJson(swaymsg({ "-t", "get_tree" })).object(), {},
+                             [&](const QJsonObject &n, const QString &on) {
+                                 if (n.value("name") == title && n.value("focused").toBool())
+                                     focused = on;
+                             });
+                         return focused == output;
                      },
                      10000),
             swaymsg({ "-t", "get_tree" }).constData());
@@ -248,22 +253,6 @@ private:
         return QStringLiteral("card %1x%2+%3+%4").arg(r.width()).arg(r.height()).arg(r.x()).arg(r.y());
     }
 
-    // The output of the focused window titled `title`, or empty.
-    static QString focusedOutput(const QJsonObject &node, const QString &title, const QString &output)
-    {
-        const QString here = node.value("type").toString() == "output" ? node.value("name").toString() : output;
-        if (node.value("name").toString() == title && node.value("focused").toBool())
-            return here;
-        for (const char *key : { "nodes", "floating_nodes" }) {
-            for (const QJsonValue &child : node.value(key).toArray()) {
-                const QString found = focusedOutput(child.toObject(), title, here);
-                if (!found.isEmpty())
-                    return found;
-            }
-        }
-        return {};
-    }
-
     static void keep(const QImage &image, const QString &name)
     {
         const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
@@ -273,11 +262,17 @@ private:
         QVERIFY(image.save(dir + '/' + name));
     }
 
+    // Runs `env <command>`, as the unprivileged account when we are root.
+    void startAs(QProcess &p, const QStringList &command)
+    {
+        const QStringList argv = m_as + QStringList { "env" } + command;
+        p.start(argv.first(), argv.mid(1));
+    }
+
     QByteArray swaymsg(const QStringList &args)
     {
         QProcess p;
-        p.start(m_as.isEmpty() ? QStringLiteral("env") : m_as.first(),
-            m_as.mid(1) + QStringList { "env", "SWAYSOCK=" + m_swaySock, "swaymsg" } + args);
+        startAs(p, QStringList { "SWAYSOCK=" + m_swaySock, "swaymsg" } + args);
         p.waitForFinished(10000);
         return p.readAllStandardOutput();
     }
@@ -287,10 +282,7 @@ private:
         const QString file = m_world.filePath("shot.png");
         QFile::remove(file);
         QProcess p;
-        p.start(m_as.isEmpty() ? QStringLiteral("env") : m_as.first(),
-            m_as.mid(1)
-                + QStringList { "env", "XDG_RUNTIME_DIR=" + m_world.filePath("run"), "WAYLAND_DISPLAY=" + m_wayland,
-                    "grim", file });
+        startAs(p, { "XDG_RUNTIME_DIR=" + m_world.filePath("run"), "WAYLAND_DISPLAY=" + m_wayland, "grim", file });
         p.waitForFinished(10000);
         return QImage(file).convertToFormat(QImage::Format_RGB32);
     }

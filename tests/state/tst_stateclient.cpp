@@ -1,39 +1,31 @@
 #include "cli/CLIRunner.h"
+#include "state/DaemonManager.h"
 #include "state/SSELineSplitter.h"
 #include "state/StateClient.h"
 #include "support/LogCapture.h"
+#include "support/SimWeb.h"
 #include "support/TestEnv.h"
 
-#include "support/SimWeb.h"
-
-#include <QFile>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 
-namespace {
+using namespace Qt::StringLiterals;
 
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
-}
+namespace {
 
 QByteArray documentWith(int messages)
 {
-    QByteArray list;
-    for (int i = 0; i < messages; ++i) {
-        if (i)
-            list += ',';
-        list += R"({"id":"m)" + QByteArray::number(i)
-            + R"(","peer":"alice","direction":"in","type":"text","createdAt":"2024-01-01T08:00:00Z","content":{"text":"hi"}})";
-    }
-    return R"({"handle":"me","contacts":[{"handle":"alice","fingerprint":"AB"}],"messages":[)" + list + "]}";
+    QByteArrayList list;
+    for (int i = 0; i < messages; ++i)
+        list << R"({"id":"m)" + QByteArray::number(i)
+                + R"(","peer":"alice","direction":"in","type":"text","createdAt":"2024-01-01T08:00:00Z","content":{"text":"hi"}})";
+    return R"({"handle":"me","contacts":[{"handle":"alice","fingerprint":"AB"}],"messages":[)" + list.join(',') + "]}";
 }
 
 // A hand-driven state server: answers every "/api/state" with `body` and keeps each
-// "/events" connection open so the test writes its bytes chunk by chunk.
+// "/events" connection open so the test writes its bytes itself.
 class ScriptedServer : public QObject
 {
 public:
@@ -49,19 +41,7 @@ public:
     int stateRequests = 0;
     int eventConnections = 0;
     QByteArray body = documentWith(1);
-
-    void sendEvent(const QByteArray &bytes)
-    {
-        if (m_events) {
-            m_events->write(bytes);
-            m_events->flush();
-        }
-    }
-    void closeEvents()
-    {
-        if (m_events)
-            m_events->disconnectFromHost();
-    }
+    QPointer<QTcpSocket> events;
 
 private:
     void onRequest(QTcpSocket *s)
@@ -72,7 +52,7 @@ private:
         s->readAll();
         if (head.startsWith("GET /events")) {
             ++eventConnections;
-            m_events = s;
+            events = s;
             s->write("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-cache\r\n\r\n: hi\n\n");
         } else {
             ++stateRequests;
@@ -82,8 +62,15 @@ private:
         s->flush();
     }
     QTcpServer m_server;
-    QPointer<QTcpSocket> m_events;
 };
+
+// Where an automatic start finds no tool, so only the test's server runs.
+void noToolEnvironment(TestEnv &env, quint16 port)
+{
+    env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+    env.set("HOME", env.root().toUtf8());
+    env.set("QUILLMOTE_BIN", env.root().toUtf8() + "/no-such-tool");
+}
 
 } // namespace
 
@@ -92,76 +79,94 @@ class TestStateClient : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
+    void cleanup()
+    {
+        // Whatever a test left running is stopped here.
+        if (const auto pid = DaemonManager::shared().childPid())
+            killAndWait(*pid);
+    }
 
     void eventLines_data()
     {
-        QTest::addColumn<QByteArray>("chunk");
+        QTest::addColumn<QByteArrayList>("chunks");
         QTest::addColumn<int>("changed");
-        QTest::newRow("carriage return and line feed") << QByteArray("event: changed\r\n") << 1;
-        QTest::newRow("no blank after the colon") << QByteArray("event:changed\n") << 1;
-        QTest::newRow("payload, comments and other events are ignored")
-            << QByteArray(": keep-alive\n\nevent: other\ndata: event: changed\n") << 0;
+        QTest::newRow("carriage return and line feed") << QByteArrayList { "event: changed\r\n" } << 1;
+        QTest::newRow("no blank after the colon") << QByteArrayList { "event:changed\n" } << 1;
+        QTest::newRow("blanks around the line") << QByteArrayList { "  event: changed \t\n" } << 1;
+        QTest::newRow("payload, comments, other events, other case")
+            << QByteArrayList { ": keep-alive\n\nevent: other\ndata: event: changed\nevent: Changed\n" } << 0;
         QTest::newRow("two in one chunk, then a partial one")
-            << QByteArray("event: changed\ndata: {}\n\nevent: changed\n\nevent: ch") << 2;
-        QTest::newRow("blanks around the line") << QByteArray("  event: changed \t\n") << 1;
+            << QByteArrayList { "event: changed\ndata: {}\n\nevent: changed\n\nevent: ch" } << 2;
+        QTest::newRow("split across chunks") << QByteArrayList { "event: chan", "ged", "\ndata: {}\n\n" } << 1;
     }
 
     void eventLines()
     {
-        QFETCH(QByteArray, chunk);
+        QFETCH(QByteArrayList, chunks);
         QFETCH(int, changed);
         SSELineSplitter lines;
-        QCOMPARE(lines.feed(chunk), changed);
+        int seen = 0;
+        for (const QByteArray &chunk : chunks)
+            seen += lines.feed(chunk);
+        QCOMPARE(seen, changed);
     }
 
-    void logsEachTransitionOnce()
+    // Offline and connected are logged once per change, however many polls fail or
+    // succeed; a server that goes away and comes back is followed.
+    void followsTheServerAwayAndBack()
     {
         TestEnv env;
         LogCapture log;
         const quint16 port = freePort();
         noToolEnvironment(env, port);
-        SimWeb sim;
-        QVERIFY(sim.start(port));
+        auto sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port));
 
         StateClient client;
         QSignalSpy connection(&client, &StateClient::connectionChanged);
         QSignalSpy state(&client, &StateClient::stateChanged);
         client.start();
-        QVERIFY(log.contains(QStringLiteral("start: polling http://127.0.0.1:%1").arg(port)));
-        QVERIFY2(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000), qPrintable(log.dump()));
-        QVERIFY(log.waitFor(QStringLiteral("daemon: state server already responding — not spawning")));
-        QCOMPARE(client.connection(), StateClient::Connection::connected);
-        QCOMPARE(client.state().messages.size(), 13);
+        QVERIFY(log.contains(u"start: polling http://127.0.0.1:%1"_s.arg(port)));
+        QVERIFY2(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 10000), qPrintable(log.dump()));
+        QVERIFY(log.waitFor(u"daemon: state server already responding — not spawning"_s));
         QCOMPARE(state.size(), 1);
 
         // The server answers 500 for several polls in a row: offline once.
-        QVERIFY(sim.command({ QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("500") }));
-        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
+        QVERIFY(sim->command({ u"control"_s, u"--status"_s, u"500"_s }));
+        QVERIFY(log.waitFor(u"offline: "_s, 10000));
         const int fetches = client.fetchCount();
         QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
-        QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
-        QCOMPARE(log.find(QStringLiteral("offline: ")).level, QStringLiteral("info"));
-        QCOMPARE(log.find(QStringLiteral("offline: ")).category, QStringLiteral("stateclient"));
-        QCOMPARE(client.connection(), StateClient::Connection::offline);
+        QCOMPARE(log.count(u"offline: "_s), 1);
+        QCOMPARE(log.find(u"offline: "_s).level, u"info"_s);
+        QCOMPARE(log.find(u"offline: "_s).category, u"stateclient"_s);
         QCOMPARE(client.state().messages.size(), 13); // the last good state stays
 
-        // Back: the connected line once more, with the counts; the unchanged document is not
+        // Back: connected once more; the byte-identical document is neither decoded nor
         // published again.
-        QVERIFY(sim.command({ QStringLiteral("control"), QStringLiteral("--status"), QStringLiteral("200") }));
-        QVERIFY(log.waitFor(QStringLiteral("connected: 13 msgs, 4 contacts"), 10000, 2));
+        QVERIFY(sim->command({ u"control"_s, u"--status"_s, u"200"_s }));
+        QVERIFY(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 10000, 2));
         const int fetchesBack = client.fetchCount();
         QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
-        QCOMPARE(log.count(QStringLiteral("connected: ")), 2);
-        QCOMPARE(connection.size(), 3);
-        QCOMPARE(connection[0][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-        QCOMPARE(connection[1][0].value<StateClient::Connection>(), StateClient::Connection::offline);
-        QCOMPARE(connection[2][0].value<StateClient::Connection>(), StateClient::Connection::connected);
-        // Byte-identical answers are neither decoded nor published again.
+        QCOMPARE(log.count(u"connected: "_s), 2);
         QCOMPARE(state.size(), 1);
         QCOMPARE(client.decodeCount(), 1);
+
+        // Gone: offline, and with no tool the start fails; a server on the port again is followed.
+        sim.reset();
+        QVERIFY(log.waitFor(u"offline: "_s, 10000, 2));
+        QVERIFY(log.waitFor(u"daemon: spawn failed (binary not found / exec error)"_s, 10000));
+        sim = std::make_unique<SimWeb>();
+        QVERIFY(sim->start(port));
+        QVERIFY2(log.waitFor(u"connected: "_s, 10000, 3), qPrintable(log.dump()));
+        QCOMPARE(log.count(u"offline: "_s), 2);
+        QCOMPARE(connection.size(), 5);
+        for (int i = 0; i < connection.size(); ++i)
+            QCOMPARE(connection[i][0].value<StateClient::Connection>(),
+                i % 2 ? StateClient::Connection::offline : StateClient::Connection::connected);
     }
 
-    void eventSplitAcrossChunksRefetchesOnce()
+    // Each announcement costs one fetch; a stream that ends is opened again.
+    void announcementsRefetchOnce()
     {
         TestEnv env;
         LogCapture log;
@@ -170,30 +175,20 @@ private Q_SLOTS:
         StateClient client;
         client.setPollIntervalForTesting(3600 * 1000);
         client.start();
-        QVERIFY(log.waitFor(QStringLiteral("connected: 1 msgs, 1 contacts"), 10000));
+        QVERIFY(log.waitFor(u"connected: 1 msgs, 1 contacts"_s, 10000));
         QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 1; }, 5000));
-        QTest::qWait(200);
         const int before = server.stateRequests;
 
-        server.sendEvent("event: chan");
-        QTest::qWait(300);
-        QCOMPARE(server.stateRequests, before);
-        server.body = documentWith(2);
-        server.sendEvent("ged\ndata: {}\n\n");
-        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 2; }, 5000));
-        QCOMPARE(server.stateRequests, before + 1);
-
-        server.sendEvent("event: Changed\ndata: {}\n\n");
-        QTest::qWait(500);
-        QCOMPARE(server.stateRequests, before + 1);
-
-        // The stream ends: it is opened again after its delay, and announcements work again.
-        server.closeEvents();
-        QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
-        server.body = documentWith(3);
-        server.sendEvent("event: changed\r\n");
-        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 3; }, 5000));
-        QCOMPARE(server.stateRequests, before + 2);
+        for (int round = 2; round <= 3; ++round) {
+            server.body = documentWith(round);
+            server.events->write("event: changed\ndata: {}\n\n");
+            QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == round; }, 5000));
+            QCOMPARE(server.stateRequests, before + round - 1);
+            if (round == 2) {
+                server.events->disconnectFromHost();
+                QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
+            }
+        }
     }
 
     // Numbers of any size in a message's content decode. A document that cannot be decoded
@@ -210,72 +205,53 @@ private Q_SLOTS:
         StateClient client;
         client.setPollIntervalForTesting(50);
         client.start();
-        QVERIFY2(log.waitFor(QStringLiteral("connected: 1 msgs, 0 contacts"), 10000), qPrintable(log.dump()));
+        QVERIFY2(log.waitFor(u"connected: 1 msgs, 0 contacts"_s, 10000), qPrintable(log.dump()));
         const JSONValue &content = client.state().messages[0].content;
         QCOMPARE(content.find(u"n")->toNumber(), 123456789012345678901234567890.0);
         QVERIFY(content.find(u"huge")->isNull());
         QCOMPARE(content.find(u"small")->toNumber(), 18446744073709551616.0);
 
         server.body = "{\"self\": 7}";
-        QVERIFY(log.waitFor(QStringLiteral("offline: cannot decode the state document"), 10000));
+        QVERIFY(log.waitFor(u"offline: cannot decode the state document"_s, 10000));
         const int requests = server.stateRequests, fetches = client.fetchCount(), decodes = client.decodeCount();
         QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 10; }, 10000));
         // At most the one request in flight when counting began beyond the fetches.
         QVERIFY2(server.stateRequests - requests <= client.fetchCount() - fetches + 1,
-            qPrintable(QStringLiteral("%1 requests for %2 fetches")
-                           .arg(server.stateRequests - requests)
+            qPrintable(u"%1 requests for %2 fetches"_s.arg(server.stateRequests - requests)
                            .arg(client.fetchCount() - fetches)));
         QCOMPARE(client.decodeCount(), decodes);
-        QCOMPARE(log.count(QStringLiteral("already responding")), 1); // the one at start
-        QCOMPARE(log.count(QStringLiteral("offline: ")), 1);
+        QCOMPARE(log.count(u"already responding"_s), 1); // the one at start
+        QCOMPARE(log.count(u"offline: "_s), 1);
     }
-
-    void serverThatDiesAndComesBackIsFollowed()
+    // A silent server is started; a second start while the child runs starts nothing; once
+    // it exits, the termination handler forgets it and the next call starts a new one.
+    void startSpawnsTheServerAndReusesTheChild()
     {
         TestEnv env;
         LogCapture log;
         const quint16 port = freePort();
-        noToolEnvironment(env, port);
-        const QString file = env.root() + QStringLiteral("/state.json");
-        QVERIFY(writeFile(file, documentWith(5)));
-        auto sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port, { QStringLiteral("--state"), file }));
-
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+        env.set("QUILLMOTE_BIN", simPath().toUtf8());
         StateClient client;
         client.start();
-        QVERIFY2(log.waitFor(QStringLiteral("connected: 5 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
+        QVERIFY2(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 20000), qPrintable(log.dump()));
+        QVERIFY(log.contains(u"daemon: state server silent — attempting to spawn `quillmote web`"_s));
+        const std::optional<pid_t> pid = DaemonManager::shared().childPid();
+        QVERIFY(pid);
+        QCOMPARE(log.find(u"daemon: spawned `"_s).toString(),
+            u"info stateclient daemon: spawned `%1 web --port %2` (pid %3)"_s.arg(simPath()).arg(port).arg(*pid));
+        QVERIFY(log.contains(u"daemon: spawned server is now responding"_s));
 
-        // The file changes: the server announces it and the state follows.
-        QVERIFY(writeFile(file, documentWith(6)));
-        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 6; }, 5000));
+        QVERIFY(DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient));
+        QVERIFY(log.contains(u"daemon: our web-server child is already running (pid %1); not re-spawning"_s.arg(*pid)));
+        QCOMPARE(DaemonManager::shared().childPid(), pid);
 
-        // A document the decoder refuses counts as the server being away.
-        QVERIFY(writeFile(file, "{\"self\": 7}"));
-        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000));
-        QCOMPARE(client.state().messages.size(), 6);
-        QVERIFY(writeFile(file, documentWith(6)));
-        QVERIFY(log.waitFor(QStringLiteral("connected: 6 msgs, 1 contacts"), 10000));
-
-        sim.reset();
-        QVERIFY(log.waitFor(QStringLiteral("offline: "), 10000, 2));
-        QVERIFY(log.waitFor(QStringLiteral("daemon: spawn failed (binary not found / exec error)"), 10000));
-        QCOMPARE(client.connection(), StateClient::Connection::offline);
-
-        QVERIFY(writeFile(file, documentWith(8)));
-        sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port, { QStringLiteral("--state"), file }));
-        QVERIFY2(log.waitFor(QStringLiteral("connected: 8 msgs, 1 contacts"), 10000), qPrintable(log.dump()));
-        QCOMPARE(client.connection(), StateClient::Connection::connected);
-        QCOMPARE(log.count(QStringLiteral("offline: ")), 2);
-    }
-
-private:
-    // Environment where an automatic start finds no tool, so only the test's server runs.
-    void noToolEnvironment(TestEnv &env, quint16 port)
-    {
-        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
-        env.set("HOME", env.root().toUtf8());
-        env.set("QUILLMOTE_BIN", env.root().toUtf8() + "/no-such-tool");
+        QVERIFY(killAndWait(*pid));
+        QVERIFY(QTest::qWaitFor([] { return !DaemonManager::shared().childPid(); }, 5000));
+        QVERIFY(DaemonManager::shared().spawnWebServer(port, Log::Category::stateclient));
+        const std::optional<pid_t> second = DaemonManager::shared().childPid();
+        QVERIFY(second && *second != *pid);
+        QCOMPARE(log.count(u"daemon: spawned `"_s), 2);
     }
 };
 

@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+
 namespace {
 LogCapture *g_active = nullptr;
 }
@@ -48,19 +50,16 @@ QList<LogCapture::Line> LogCapture::lines() const
 int LogCapture::count(const QString &fragment) const
 {
     QMutexLocker lock(&m_lock);
-    int n = 0;
-    for (const Line &l : m_lines)
-        n += l.text.contains(fragment) ? 1 : 0;
-    return n;
+    return int(
+        std::count_if(m_lines.cbegin(), m_lines.cend(), [&](const Line &l) { return l.text.contains(fragment); }));
 }
 
 LogCapture::Line LogCapture::find(const QString &fragment) const
 {
     QMutexLocker lock(&m_lock);
-    for (const Line &l : m_lines) {
+    for (const Line &l : m_lines)
         if (l.text.contains(fragment))
             return l;
-    }
     return {};
 }
 
@@ -74,6 +73,6 @@ QString LogCapture::dump() const
     QMutexLocker lock(&m_lock);
     QString out;
     for (const Line &l : m_lines)
-        out += l.level + QLatin1Char(' ') + l.category + QLatin1Char(' ') + l.text + QLatin1Char('\n');
+        out += l.toString() + u'\n';
     return out;
 }

@@ -15,6 +15,8 @@ public:
         QString level; // "info", "error", "debug"
         QString category; // short name, e.g. "socket"
         QString text;
+        // "level category text", as dump() writes each line.
+        QString toString() const { return level + u' ' + category + u' ' + text; }
     };
 
     LogCapture();

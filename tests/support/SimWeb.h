@@ -48,6 +48,13 @@ public:
             m_process.waitForFinished(3000);
         }
     }
+    // Starts on a free port and points the environment's QUILLMOTE_WEB_PORT at it.
+    bool startIn(TestEnv &env, const QStringList &extra = {})
+    {
+        const quint16 port = freePort();
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
+        return start(port, extra);
+    }
     // Runs a helper command of the stand-in (push, control) against this server.
     bool command(const QStringList &args)
     {

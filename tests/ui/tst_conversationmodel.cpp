@@ -6,18 +6,30 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-Message msg(const QString &id, const QString &createdAt, const QString &text = QStringLiteral("hi"))
+Message msg(const QString &id, const QDateTime &at, const QString &text = u"hi"_s)
 {
-    return Message { id, QStringLiteral("alice"), QStringLiteral("in"), QStringLiteral("text"),
-        QStringLiteral("delivered"), createdAt,
-        JSONValue::object({ { QStringLiteral("text"), JSONValue::string(text) } }) };
+    return Message { id, u"alice"_s, u"in"_s, u"text"_s, u"delivered"_s, at.toUTC().toString(Qt::ISODate),
+        JSONValue::object({ { u"text"_s, JSONValue::string(text) } }) };
 }
 
-QString localStamp(const QDate &day, int hour)
-{
-    return QDateTime(day, QTime(hour, 0)).toUTC().toString(Qt::ISODate);
-}
+// alice's conversation in the model, from the messages given.
+struct World {
+    explicit World(const QList<Message> &messages)
+    {
+        doc.messages = messages;
+        state.setState(doc);
+        model.setPeer(u"alice"_s);
+    }
+    QVariant at(int row, int role) const { return model.data(model.index(row), role); }
+    AppState state { nullptr, UnreadTracker::Storage::scratch };
+    PanelState doc;
+    ConversationModel model { state, nullptr };
+};
+
+const QDate kDay(2023, 3, 4);
 } // namespace
 
 class TestConversationModel : public QObject
@@ -28,8 +40,8 @@ private Q_SLOTS:
     {
         AppState state(nullptr, UnreadTracker::Storage::scratch);
         PanelState doc;
-        doc.contacts = { Contact { "bob", "F1", QStringLiteral("connected") }, Contact { "dan", "F2", std::nullopt },
-            Contact { "carol", "F3", QStringLiteral("pending") }, Contact { "eve", "F4", QStringLiteral("blocked") } };
+        doc.contacts = { Contact { "bob", "F1", u"connected"_s }, Contact { "dan", "F2", std::nullopt },
+            Contact { "carol", "F3", u"pending"_s }, Contact { "eve", "F4", u"blocked"_s } };
         state.setState(doc);
         MainViewModel vm(state, nullptr, nullptr);
         const auto handles = [](const QVariantList &rows) {
@@ -42,75 +54,48 @@ private Q_SLOTS:
         QCOMPARE(handles(vm.otherContacts()), QStringList({ "carol:待对方确认", "eve:已屏蔽" }));
     }
 
+    // Newest first; the oldest message of each day carries the day's label. A new message
+    // is inserted and a changed one updated in place; one gone from the middle rebuilds.
     void newestFirstWithOneSeparatorPerDay()
     {
-        AppState state;
-        const QDate day(2023, 3, 4);
-        PanelState doc;
-        doc.messages
-            = { msg("b", localStamp(day, 12)), msg("a", localStamp(day, 9)), msg("c", localStamp(day.addDays(1), 8)) };
-        state.setState(doc);
-        ConversationModel model(state, nullptr);
-        model.setPeer(QStringLiteral("alice"));
+        World w({ msg("b", { kDay, QTime(12, 0) }), msg("a", { kDay, QTime(9, 0) }),
+            msg("c", { kDay.addDays(1), QTime(8, 0) }) });
+        QCOMPARE(w.model.rowCount(), 3);
+        QCOMPARE(w.at(0, ConversationModel::IdRole).toString(), u"c"_s);
+        QCOMPARE(w.at(2, ConversationModel::IdRole).toString(), u"a"_s);
+        QCOMPARE(w.at(0, ConversationModel::SeparatorRole).toString(), u"2023年3月5日"_s);
+        QCOMPARE(w.at(1, ConversationModel::SeparatorRole).toString(), QString());
+        QCOMPARE(w.at(2, ConversationModel::SeparatorRole).toString(), u"2023年3月4日"_s);
+        QCOMPARE(w.at(2, ConversationModel::TimeRole).toString(), u"09:00"_s);
 
-        QCOMPARE(model.rowCount(), 3);
-        auto at = [&](int row, int role) { return model.data(model.index(row), role); };
-        QCOMPARE(at(0, ConversationModel::IdRole).toString(), QStringLiteral("c"));
-        QCOMPARE(at(2, ConversationModel::IdRole).toString(), QStringLiteral("a"));
-        // The oldest message of each day carries the label; the rest of the day none.
-        QCOMPARE(at(0, ConversationModel::SeparatorRole).toString(), QStringLiteral("2023年3月5日"));
-        QCOMPARE(at(1, ConversationModel::SeparatorRole).toString(), QString());
-        QCOMPARE(at(2, ConversationModel::SeparatorRole).toString(), QStringLiteral("2023年3月4日"));
-        QCOMPARE(at(2, ConversationModel::TimeRole).toString(), QStringLiteral("09:00"));
-    }
-
-    void newMessagesAreInsertedWithoutReset()
-    {
-        AppState state;
-        const QDate day(2023, 3, 4);
-        PanelState doc;
-        doc.messages = { msg("a", localStamp(day, 9)), msg("b", localStamp(day, 10)) };
-        state.setState(doc);
-        ConversationModel model(state, nullptr);
-        model.setPeer(QStringLiteral("alice"));
-
-        QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
-        QSignalSpy inserts(&model, &QAbstractItemModel::rowsInserted);
-        QSignalSpy changes(&model, &QAbstractItemModel::dataChanged);
-        doc.messages[0].status = QStringLiteral("read");
-        doc.messages.append(msg("c", localStamp(day, 11), QStringLiteral("new")));
-        state.setState(doc);
-
+        QSignalSpy resets(&w.model, &QAbstractItemModel::modelReset);
+        QSignalSpy inserts(&w.model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy changes(&w.model, &QAbstractItemModel::dataChanged);
+        w.doc.messages[1].status = u"read"_s;
+        w.doc.messages.append(msg("d", { kDay.addDays(1), QTime(11, 0) }, u"new"_s));
+        w.state.setState(w.doc);
         QCOMPARE(resets.count(), 0);
         QCOMPARE(inserts.count(), 1);
         QCOMPARE(inserts[0][1].toInt(), 0);
-        QCOMPARE(model.rowCount(), 3);
-        QCOMPARE(model.data(model.index(0), ConversationModel::IdRole).toString(), QStringLiteral("c"));
-        QCOMPARE(model.data(model.index(2), ConversationModel::StatusRole).toString(), QStringLiteral("read"));
+        QCOMPARE(w.at(0, ConversationModel::IdRole).toString(), u"d"_s);
+        QCOMPARE(w.at(3, ConversationModel::StatusRole).toString(), u"read"_s);
         QVERIFY(!changes.isEmpty());
 
-        // A message gone from the middle rebuilds the list.
-        doc.messages.removeFirst();
-        state.setState(doc);
+        w.doc.messages.removeFirst();
+        w.state.setState(w.doc);
         QCOMPARE(resets.count(), 1);
-        QCOMPARE(model.rowCount(), 2);
+        QCOMPARE(w.model.rowCount(), 3);
     }
 
     void partsCarryTheirSizeButNoRawData()
     {
-        AppState state;
-        PanelState doc;
-        Message m = msg("f", QStringLiteral("2024-01-01T10:00:00Z"));
-        m.content
-            = JSONValue::fromJson(R"({"parts":[{"kind":"file","name":"r.pdf","bytes":2048,"data":"QUJD"}]})").value();
-        doc.messages = { m };
-        state.setState(doc);
-        ConversationModel model(state, nullptr);
-        model.setPeer(QStringLiteral("alice"));
-        const QVariantMap part = model.data(model.index(0), ConversationModel::PartsRole).toList().value(0).toMap();
-        QCOMPARE(part.value(QStringLiteral("kind")).toString(), QStringLiteral("file"));
-        QCOMPARE(part.value(QStringLiteral("size")).toString(), QStringLiteral("2.0 KB"));
-        QVERIFY(!part.contains(QStringLiteral("dataBase64")));
+        Message m = msg("f", QDateTime::currentDateTime());
+        m.content = *JSONValue::fromJson(R"({"parts":[{"kind":"file","name":"r.pdf","bytes":2048,"data":"QUJD"}]})");
+        World w({ m });
+        const QVariantMap part = w.at(0, ConversationModel::PartsRole).toList().value(0).toMap();
+        QCOMPARE(part.value("kind").toString(), u"file"_s);
+        QCOMPARE(part.value("size").toString(), u"2.0 KB"_s);
+        QVERIFY(!part.contains("dataBase64"));
     }
 };
 
