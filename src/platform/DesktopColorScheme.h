@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDBusVariant>
 #include <QObject>
 
 #include <optional>
@@ -20,9 +19,6 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
-
-private Q_SLOTS:
-    void portalSettingChanged(const QString &ns, const QString &key, const QDBusVariant &value);
 
 private:
     void apply();

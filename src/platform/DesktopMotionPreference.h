@@ -2,7 +2,6 @@
 
 #include "alerts/MotionPreference.h"
 
-#include <QDBusVariant>
 #include <QObject>
 
 // "Reduce motion" on Linux: QUILLMOTE_REDUCE_MOTION=1 forces it; otherwise KDE's animation
@@ -14,9 +13,6 @@ class DesktopMotionPreference : public QObject, public MotionPreference
 public:
     explicit DesktopMotionPreference(QObject *parent = nullptr);
     bool reduceMotion() const override;
-
-private Q_SLOTS:
-    void portalSettingChanged(const QString &ns, const QString &key, const QDBusVariant &value);
 
 private:
     static bool kdeAnimationsOff();

@@ -2,7 +2,7 @@
 
 #include "core/Log.h"
 #include "intents/QuillmoteFocusFilter.h"
-#include "platform/PortalSettings.h"
+#include "platform/PortalSetting.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -13,9 +13,6 @@ const QString kNotifications = QStringLiteral("org.freedesktop.Notifications");
 const QString kNotificationsPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString kDunst = QStringLiteral("org.dunstproject.cmd0");
 const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString kGnomeNotifications = QStringLiteral("org.gnome.desktop.notifications");
-const QString kShowBanners = QStringLiteral("show-banners");
-using PortalSettings::unwrap;
 } // namespace
 
 DoNotDisturbWatcher::DoNotDisturbWatcher(QDBusConnection bus, QObject *parent)
@@ -32,15 +29,14 @@ void DoNotDisturbWatcher::start()
     }
     m_bus.connect(QString(), kNotificationsPath, kProperties, QStringLiteral("PropertiesChanged"), this,
         SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
-    m_bus.connect(QString(), PortalSettings::path, PortalSettings::interface, QStringLiteral("SettingChanged"), this,
-        SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+    auto *banners = new PortalSetting(
+        QStringLiteral("org.gnome.desktop.notifications"), QStringLiteral("show-banners"), m_bus, this);
+    connect(banners, &PortalSetting::valueRead, this,
+        [this](const QVariant &shown) { set(&m_bannersOff, !shown.toBool()); });
     m_server.setConnection(m_bus);
     m_server.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
     m_server.addWatchedService(kNotifications);
-    connect(&m_server, &QDBusServiceWatcher::serviceRegistered, this, [this] {
-        readProperty(kNotifications, QStringLiteral("Inhibited"), &m_inhibited);
-        readProperty(kDunst, QStringLiteral("paused"), &m_paused);
-    });
+    connect(&m_server, &QDBusServiceWatcher::serviceRegistered, this, &DoNotDisturbWatcher::readAll);
     readAll();
 }
 
@@ -48,17 +44,6 @@ void DoNotDisturbWatcher::readAll()
 {
     readProperty(kNotifications, QStringLiteral("Inhibited"), &m_inhibited);
     readProperty(kDunst, QStringLiteral("paused"), &m_paused);
-
-    QDBusMessage read = QDBusMessage::createMethodCall(
-        PortalSettings::service, PortalSettings::path, PortalSettings::interface, QStringLiteral("Read"));
-    read << kGnomeNotifications << kShowBanners;
-    auto *w = new QDBusPendingCallWatcher(m_bus.asyncCall(read), this);
-    connect(w, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
-        call->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *call;
-        if (!reply.isError())
-            set(&m_bannersOff, !unwrap(reply.value().variant()).toBool());
-    });
 }
 
 void DoNotDisturbWatcher::readProperty(const QString &interface, const QString &property, bool *into)
@@ -72,22 +57,16 @@ void DoNotDisturbWatcher::readProperty(const QString &interface, const QString &
         const QDBusPendingReply<QDBusVariant> reply = *call;
         if (reply.isError())
             return;
-        set(into, unwrap(reply.value().variant()).toBool());
+        set(into, PortalSetting::unwrap(reply.value().variant()).toBool());
     });
 }
 
 void DoNotDisturbWatcher::onPropertiesChanged(const QString &interface, const QVariantMap &changed, const QStringList &)
 {
     if (interface == kNotifications && changed.contains(QStringLiteral("Inhibited")))
-        set(&m_inhibited, unwrap(changed.value(QStringLiteral("Inhibited"))).toBool());
+        set(&m_inhibited, PortalSetting::unwrap(changed.value(QStringLiteral("Inhibited"))).toBool());
     if (interface == kDunst && changed.contains(QStringLiteral("paused")))
-        set(&m_paused, unwrap(changed.value(QStringLiteral("paused"))).toBool());
-}
-
-void DoNotDisturbWatcher::onSettingChanged(const QString &ns, const QString &key, const QDBusVariant &value)
-{
-    if (ns == kGnomeNotifications && key == kShowBanners)
-        set(&m_bannersOff, !unwrap(value.variant()).toBool());
+        set(&m_paused, PortalSetting::unwrap(changed.value(QStringLiteral("paused"))).toBool());
 }
 
 void DoNotDisturbWatcher::set(bool *field, bool value)

@@ -4,7 +4,6 @@
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
-#include <QDBusVariant>
 #include <QObject>
 #include <QVariantMap>
 
@@ -32,7 +31,6 @@ Q_SIGNALS:
 private Q_SLOTS:
     // Connected by name: Qt D-Bus signal connections take no member-function pointers.
     void onPropertiesChanged(const QString &interface, const QVariantMap &changed, const QStringList &invalidated);
-    void onSettingChanged(const QString &ns, const QString &key, const QDBusVariant &value);
 
 private:
     void readAll();

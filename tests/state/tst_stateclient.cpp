@@ -40,6 +40,7 @@ public:
     quint16 port() const { return m_server.serverPort(); }
     int stateRequests = 0;
     int eventConnections = 0;
+    int failing = 0; // state requests still to answer with 500
     QByteArray body = documentWith(1);
     QPointer<QTcpSocket> events;
 
@@ -56,8 +57,9 @@ private:
             s->write("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-cache\r\n\r\n: hi\n\n");
         } else {
             ++stateRequests;
-            s->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: "
-                + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+            s->write("HTTP/1.1 " + QByteArray(failing-- > 0 ? "500" : "200")
+                + " X\r\nContent-Type: application/json\r\nContent-Length: " + QByteArray::number(body.size())
+                + "\r\n\r\n" + body);
         }
         s->flush();
     }
@@ -111,60 +113,6 @@ private Q_SLOTS:
         QCOMPARE(seen, changed);
     }
 
-    // Offline and connected are logged once per change, however many polls fail or
-    // succeed; a server that goes away and comes back is followed.
-    void followsTheServerAwayAndBack()
-    {
-        TestEnv env;
-        LogCapture log;
-        const quint16 port = freePort();
-        noToolEnvironment(env, port);
-        auto sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port));
-
-        StateClient client;
-        QSignalSpy connection(&client, &StateClient::connectionChanged);
-        QSignalSpy state(&client, &StateClient::stateChanged);
-        client.start();
-        QVERIFY(log.contains(u"start: polling http://127.0.0.1:%1"_s.arg(port)));
-        QVERIFY2(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 10000), qPrintable(log.dump()));
-        QVERIFY(log.waitFor(u"daemon: state server already responding — not spawning"_s));
-        QCOMPARE(state.size(), 1);
-
-        // The server answers 500 for several polls in a row: offline once.
-        QVERIFY(sim->command({ u"control"_s, u"--status"_s, u"500"_s }));
-        QVERIFY(log.waitFor(u"offline: "_s, 10000));
-        const int fetches = client.fetchCount();
-        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 2; }, 10000));
-        QCOMPARE(log.count(u"offline: "_s), 1);
-        QCOMPARE(log.find(u"offline: "_s).level, u"info"_s);
-        QCOMPARE(log.find(u"offline: "_s).category, u"stateclient"_s);
-        QCOMPARE(client.state().messages.size(), 13); // the last good state stays
-
-        // Back: connected once more; the byte-identical document is neither decoded nor
-        // published again.
-        QVERIFY(sim->command({ u"control"_s, u"--status"_s, u"200"_s }));
-        QVERIFY(log.waitFor(u"connected: 13 msgs, 4 contacts"_s, 10000, 2));
-        const int fetchesBack = client.fetchCount();
-        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetchesBack + 2; }, 10000));
-        QCOMPARE(log.count(u"connected: "_s), 2);
-        QCOMPARE(state.size(), 1);
-        QCOMPARE(client.decodeCount(), 1);
-
-        // Gone: offline, and with no tool the start fails; a server on the port again is followed.
-        sim.reset();
-        QVERIFY(log.waitFor(u"offline: "_s, 10000, 2));
-        QVERIFY(log.waitFor(u"daemon: spawn failed (binary not found / exec error)"_s, 10000));
-        sim = std::make_unique<SimWeb>();
-        QVERIFY(sim->start(port));
-        QVERIFY2(log.waitFor(u"connected: "_s, 10000, 3), qPrintable(log.dump()));
-        QCOMPARE(log.count(u"offline: "_s), 2);
-        QCOMPARE(connection.size(), 5);
-        for (int i = 0; i < connection.size(); ++i)
-            QCOMPARE(connection[i][0].value<StateClient::Connection>(),
-                i % 2 ? StateClient::Connection::offline : StateClient::Connection::connected);
-    }
-
     // Each announcement costs one fetch; a stream that ends is opened again.
     void announcementsRefetchOnce()
     {
@@ -189,11 +137,23 @@ private Q_SLOTS:
                 QVERIFY(QTest::qWaitFor([&] { return server.eventConnections == 2; }, 8000));
             }
         }
+        // A fetch fails while the server answers the probe: the next fetch waits for the next
+        // announcement (or tick), it does not follow at once.
+        server.failing = 1;
+        server.events->write("event: changed\n\n");
+        QVERIFY(log.waitFor(u"daemon: state server already responding"_s, 5000, 2));
+        server.body = documentWith(4);
+        server.events->write("event: changed\n\n");
+        QVERIFY(QTest::qWaitFor([&] { return client.state().messages.size() == 4; }, 5000));
+        QCOMPARE(server.stateRequests, before + 5); // the failed fetch, its probe and one fetch
     }
 
-    // Numbers of any size in a message's content decode. A document that cannot be decoded
-    // costs one fetch per poll: it is decoded once, probes nothing and starts nothing.
-    void undecodableAnswerCostsOnlyThePoll()
+    // Offline and connected are logged once per change, however many polls fail or
+    // succeed, and the last good state stays; a byte-identical document is neither decoded
+    // nor published again. Numbers of any size in a message's content decode. A document
+    // that cannot be decoded costs one fetch per poll: it is decoded once, probes nothing and
+    // starts nothing.
+    void pollsFollowTheServer()
     {
         TestEnv env;
         LogCapture log;
@@ -203,26 +163,53 @@ private Q_SLOTS:
                       R"("createdAt":"2024-01-01T08:00:00Z","content":{"n":123456789012345678901234567890,)"
                       R"("huge":-1e400,"small":18446744073709551616}}]})";
         StateClient client;
+        QSignalSpy connection(&client, &StateClient::connectionChanged);
+        QSignalSpy state(&client, &StateClient::stateChanged);
         client.setPollIntervalForTesting(50);
         client.start();
+        QVERIFY(log.contains(u"start: polling http://127.0.0.1:%1"_s.arg(server.port())));
         QVERIFY2(log.waitFor(u"connected: 1 msgs, 0 contacts"_s, 10000), qPrintable(log.dump()));
         const JSONValue &content = client.state().messages[0].content;
         QCOMPARE(content.find(u"n")->toNumber(), 123456789012345678901234567890.0);
         QVERIFY(content.find(u"huge")->isNull());
         QCOMPARE(content.find(u"small")->toNumber(), 18446744073709551616.0);
+        const auto polls = [&](int n) {
+            const int from = client.fetchCount();
+            return QTest::qWaitFor([&] { return client.fetchCount() >= from + n; }, 10000);
+        };
+
+        server.failing = 1 << 20;
+        QVERIFY(log.waitFor(u"daemon: spawn failed"_s, 10000));
+        QVERIFY(polls(3));
+        QCOMPARE(log.find(u"offline: "_s).toString(), u"info stateclient offline: bad server response (HTTP 500)"_s);
+        QCOMPARE(log.count(u"offline: "_s), 1);
+        QCOMPARE(client.state().messages.size(), 1);
+
+        server.failing = 0;
+        QVERIFY(log.waitFor(u"connected: "_s, 10000, 2));
+        QVERIFY(polls(3));
+        QCOMPARE(log.count(u"connected: "_s), 2);
+        QCOMPARE(state.size(), 1);
+        QCOMPARE(client.decodeCount(), 1);
 
         server.body = "{\"self\": 7}";
         QVERIFY(log.waitFor(u"offline: cannot decode the state document"_s, 10000));
         const int requests = server.stateRequests, fetches = client.fetchCount(), decodes = client.decodeCount();
-        QVERIFY(QTest::qWaitFor([&] { return client.fetchCount() >= fetches + 10; }, 10000));
+        const int probes = log.count(u"daemon: "_s);
+        QVERIFY(polls(10));
         // At most the one request in flight when counting began beyond the fetches.
         QVERIFY2(server.stateRequests - requests <= client.fetchCount() - fetches + 1,
             qPrintable(u"%1 requests for %2 fetches"_s.arg(server.stateRequests - requests)
                            .arg(client.fetchCount() - fetches)));
         QCOMPARE(client.decodeCount(), decodes);
-        QCOMPARE(log.count(u"already responding"_s), 1); // the one at start
-        QCOMPARE(log.count(u"offline: "_s), 1);
+        QCOMPARE(log.count(u"daemon: "_s), probes);
+        QCOMPARE(log.count(u"offline: "_s), 2);
+        QCOMPARE(connection.size(), 4);
+        for (int i = 0; i < connection.size(); ++i)
+            QCOMPARE(connection[i][0].value<StateClient::Connection>(),
+                i % 2 ? StateClient::Connection::offline : StateClient::Connection::connected);
     }
+
     // A silent server is started; a second start while the child runs starts nothing; once
     // it exits, the termination handler forgets it and the next call starts a new one.
     void startSpawnsTheServerAndReusesTheChild()

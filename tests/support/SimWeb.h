@@ -22,44 +22,30 @@ class SimWeb
 {
 public:
     SimWeb() = default;
-    ~SimWeb() { stop(); }
+    ~SimWeb()
+    {
+        m_process.terminate();
+        if (!m_process.waitForFinished(3000))
+            m_process.kill();
+        m_process.waitForFinished(3000);
+    }
     SimWeb(const SimWeb &) = delete;
     SimWeb &operator=(const SimWeb &) = delete;
 
-    bool start(quint16 port, const QStringList &extra = {})
-    {
-        m_port = port;
-        m_process.setProgram(simPath());
-        m_process.setArguments(
-            QStringList { QStringLiteral("web"), QStringLiteral("--port"), QString::number(port) } + extra);
-        m_process.setProcessChannelMode(QProcess::SeparateChannels);
-        m_process.start();
-        if (!m_process.waitForStarted(5000))
-            return false;
-        return QTest::qWaitFor([this] { return m_process.readAllStandardError().contains("web listening"); }, 10000);
-    }
-    void stop()
-    {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.terminate();
-        if (!m_process.waitForFinished(3000)) {
-            m_process.kill();
-            m_process.waitForFinished(3000);
-        }
-    }
     // Starts on a free port and points the environment's QUILLMOTE_WEB_PORT at it.
-    bool startIn(TestEnv &env, const QStringList &extra = {})
+    bool start(TestEnv &env, const QStringList &extra = {})
     {
-        const quint16 port = freePort();
-        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(port));
-        return start(port, extra);
+        m_port = freePort();
+        env.set("QUILLMOTE_WEB_PORT", QByteArray::number(m_port));
+        m_process.start(simPath(), QStringList { "web", "--port", QString::number(m_port) } + extra);
+        return m_process.waitForStarted(5000)
+            && QTest::qWaitFor([this] { return m_process.readAllStandardError().contains("web listening"); }, 10000);
     }
     // Runs a helper command of the stand-in (push, control) against this server.
     bool command(const QStringList &args)
     {
         QProcess p;
-        p.start(simPath(), args + QStringList { QStringLiteral("--port"), QString::number(m_port) });
+        p.start(simPath(), args + QStringList { "--port", QString::number(m_port) });
         return p.waitForFinished(10000) && p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
     }
 

@@ -91,73 +91,39 @@ private Q_SLOTS:
             killAndWait(*pid);
     }
 
+    // Opens on a conversation and follows what the event stream brings. A bubble draws its
+    // text as it is (markup loads and styles nothing), a long one as a preview with the rest
+    // on demand; a handle from the document is drawn as it is in the sidebar.
     void opensOnAConversationAndFollowsPushes()
     {
         TestEnv env;
         LogCapture log;
-        SimWeb web;
-        QVERIFY(web.startIn(env, { u"--messages"_s, u"60"_s }));
-
-        AppState state;
-        StateClient client;
-        client.setPollIntervalForTesting(60000); // the event stream alone must bring the push
-        state.follow(client);
-        MainWindowController controller(state, client);
-
-        controller.open(u"alice"_s);
-        QVERIFY(log.waitFor(u"open: window foregrounded, focus deep-link"_s));
-        QVERIFY(controller.window()->isVisible());
-        ConversationModel *conversation = controller.viewModel()->conversation();
-        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 15; }, 10000));
-        auto *list = findItem(controller.window(), u"conversationList"_s);
-        QVERIFY(list);
-        QTRY_COMPARE(list->property("count").toInt(), 15);
-        QCOMPARE(state.unreadCount(u"alice"_s), 0);
-
-        QVERIFY(web.command({ u"push"_s, u"--peer"_s, u"alice"_s, u"--text"_s, u"pushed from the stand-in"_s }));
-        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 3000));
-        QCOMPARE(state.preview(u"alice"_s), u"pushed from the stand-in"_s);
-        QTRY_COMPARE(list->property("count").toInt(), 16);
-
-        // Closing only hides; the next open shows the same window without a peer.
-        QSignalSpy closed(&controller, &MainWindowController::closed);
-        controller.window()->close();
-        QCOMPARE(closed.count(), 1);
-        QVERIFY(!controller.window()->isVisible());
-        QVERIFY(SettingsStore::value(u"QuillmoteMainWindow"_s));
-        controller.open(std::nullopt);
-        QVERIFY(log.waitFor(u"open: window foregrounded"_s));
-        QVERIFY(controller.window()->isVisible());
-        QCOMPARE(controller.viewModel()->selectedPeer(), u"alice"_s);
-    }
-
-    // A bubble draws its text as it is (markup loads and styles nothing) and a long text
-    // as a preview, the rest on demand.
-    void bubblesDrawTextAsPlainPreview()
-    {
-        TestEnv env;
         RequestRecorder recorder;
         QVERIFY(recorder.listen());
         SimWeb web;
-        QVERIFY(web.startIn(env, { u"--messages"_s, u"60"_s }));
+        QVERIFY(web.start(env, { u"--messages"_s, u"60"_s }));
+        AppState state;
+        StateClient client;
+        client.setPollIntervalForTesting(60000); // the event stream alone must bring the last push
+        state.follow(client);
+        MainWindowController controller(state, client);
+
         const QString text = u"<b>hi</b><img src=\"%1\">"_s.arg(recorder.url("/bubble")) + QString(10000, u'x');
         QVERIFY(web.command({ u"push"_s, u"--peer"_s, u"alice"_s, u"--text"_s, text }));
         // Handles come from the document too: the sidebar lists this one at the top.
         QVERIFY(web.command(
             { u"push"_s, u"--peer"_s, u"<img src=\"%1\">"_s.arg(recorder.url("/peer")), u"--text"_s, u"hi"_s }));
 
-        AppState state;
-        StateClient client;
-        state.follow(client);
-        MainWindowController controller(state, client);
         controller.open(u"alice"_s);
+        QVERIFY(log.waitFor(u"open: window foregrounded, focus deep-link"_s));
+        QVERIFY(controller.window()->isVisible());
         ConversationModel *conversation = controller.viewModel()->conversation();
         QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 16; }, 10000));
+        QCOMPARE(state.unreadCount(u"alice"_s), 0);
         QQuickItem *more = nullptr;
         QTRY_VERIFY((more = findItem(controller.window(), u"showMore"_s)) && more->isVisible());
         QVERIFY(recorder.control(qmlEngine(more), more));
         QCOMPARE(recorder.paths, QStringList { "/control" });
-
         QQuickItem *shown = findItem(controller.window(), u"partText"_s);
         QVERIFY(shown);
         QCOMPARE(shown->property("text").toString().size(), Format::PreviewLimit::bubble);
@@ -166,6 +132,23 @@ private Q_SLOTS:
             more->mapToScene(QPointF(more->width() / 2, more->height() / 2)).toPoint());
         QTRY_COMPARE(shown->property("text").toString(), text);
         QVERIFY(!more->isVisible());
+
+        auto *list = findItem(controller.window(), u"conversationList"_s);
+        QVERIFY(web.command({ u"push"_s, u"--peer"_s, u"alice"_s, u"--text"_s, u"pushed from the stand-in"_s }));
+        QVERIFY(QTest::qWaitFor([&] { return conversation->rowCount() == 17; }, 3000));
+        QCOMPARE(state.preview(u"alice"_s), u"pushed from the stand-in"_s);
+        QTRY_COMPARE(list->property("count").toInt(), 17);
+
+        // Closing only hides; the next open shows the same window without a peer.
+        QSignalSpy closed(&controller, &MainWindowController::closed);
+        controller.window()->close();
+        QCOMPARE(closed.count(), 1);
+        QVERIFY(!controller.window()->isVisible());
+        QVERIFY(SettingsStore::value(u"QuillmoteMainWindow"_s));
+        controller.open(std::nullopt);
+        QVERIFY(log.waitFor(u"open: window foregrounded"_s, 5000, 2));
+        QVERIFY(controller.window()->isVisible());
+        QCOMPARE(controller.viewModel()->selectedPeer(), u"alice"_s);
     }
 
     void offlineViewStartsTheServer()
