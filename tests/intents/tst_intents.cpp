@@ -1,6 +1,7 @@
 // The actions and the pickers' searches against the tool's recorded answers: argument
 // vectors, confirmations, the gate, the dialogs and log lines, and how tool failures reach
-// the user; and the do-not-disturb filter.
+// the user; the do-not-disturb filter; and the log and settings they all write.
+#include "core/Log.h"
 #include "core/SettingsStore.h"
 #include "fakes/FakeAuthGate.h"
 #include "fakes/FakeConfirmer.h"
@@ -15,11 +16,14 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using Values = QVariantMap;
 using Kind = EntityQueries::Kind;
+using SettingsStore::Key;
 
 namespace {
 
@@ -102,7 +106,7 @@ private Q_SLOTS:
         const QString reason = gated.value(name);
 
         World world;
-        SettingsStore::setFlag(SettingsStore::Key::biometricGate, true);
+        SettingsStore::setFlag(Key::biometricGate, true);
         LogCapture log;
 
         const IntentResult result = performAndWait(world.service, name, values);
@@ -140,6 +144,8 @@ private Q_SLOTS:
         QCOMPARE(performAndWait(world.service, name, {}), IntentResult::completed(dialog));
     }
 
+    // An action answers with the tool's error text and logs no success line; a picker's
+    // search logs one line and offers nothing.
     void toolFailureBecomesTheRunnersText()
     {
         World world;
@@ -147,8 +153,12 @@ private Q_SLOTS:
         LogCapture log;
         QCOMPARE(performAndWait(world.service, "SendMessageIntent", { { "handle", "alice" }, { "text", "hi" } }),
             IntentResult::failed("relay unreachable"));
-        // A failed action logs no success line.
         QCOMPARE(log.count("SendMessageIntent: "), 0);
+        QCOMPARE(
+            await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity> {});
+        QCOMPARE(log.count("FriendRequestQuery"), 1);
+        QCOMPARE(log.find("FriendRequestQuery").toString(),
+            "error intents FriendRequestQuery: requests --json failed: relay unreachable");
     }
 
     // The user confirms first; only then, and only with the gate on, is the gate asked. A
@@ -178,7 +188,7 @@ private Q_SLOTS:
         QFETCH(QString, gateLine);
         QFETCH(bool, ran);
         World world;
-        SettingsStore::setFlag(SettingsStore::Key::biometricGate, gateOn);
+        SettingsStore::setFlag(Key::biometricGate, gateOn);
         world.confirmer.accept = confirmed;
         world.gate.answer = { answer, u"dismissed by the user"_s };
         LogCapture log;
@@ -252,18 +262,6 @@ private Q_SLOTS:
         QCOMPARE(world.argvs().first(), (QStringList { "inbox", "--once", "--json" }));
     }
 
-    void queryFailureIsOneLineAndAnEmptyList()
-    {
-        World world;
-        world.tool.failure = CLIResult { 1, {}, "not logged in\n" };
-        LogCapture log;
-        QCOMPARE(
-            await([&](auto done) { world.queries.matching(Kind::friendRequests, "a", done); }), QList<IntentEntity> {});
-        QCOMPARE(log.count("FriendRequestQuery"), 1);
-        QCOMPARE(log.find("FriendRequestQuery").toString(),
-            "error intents FriendRequestQuery: requests --json failed: not logged in");
-    }
-
     // The do-not-disturb filter records only while the feature is on, and not in the settings.
     void focusFilterRecordsOnlyWhileOn()
     {
@@ -275,11 +273,83 @@ private Q_SLOTS:
         QCOMPARE(log.count(inert), 2);
         QCOMPARE(log.find(inert).level, "debug");
 
-        SettingsStore::setFlag(SettingsStore::Key::focusFilter, true);
+        SettingsStore::setFlag(Key::focusFilter, true);
         QCOMPARE(QuillmoteFocusFilter::perform(true), true);
         QVERIFY(log.contains("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"));
         QCOMPARE(QuillmoteFocusFilter::perform(false), false);
         QVERIFY(!SettingsStore::value("quillmote.focusFilter.allowBreakthrough"));
+    }
+
+    void levelFollowsTheFailureWords_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("level");
+        QTest::newRow("plain") << u"socket: listening at /x"_s << u"info"_s;
+        QTest::newRow("failed") << u"socket: bind() failed at /x"_s << u"error"_s;
+        QTest::newRow("upper case") << u"Authorization DENIED"_s << u"error"_s;
+        QTest::newRow("error inside a word") << u"terrors ahead"_s << u"error"_s;
+        QTest::newRow("not a failure word") << u"fail fast"_s << u"info"_s;
+    }
+
+    void levelFollowsTheFailureWords()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, level);
+        LogCapture log;
+        Log::emit(Log::Category::socket, text);
+        QCOMPARE(log.lines().size(), 1);
+        QCOMPARE(log.lines()[0].toString(), level + " socket " + text);
+    }
+
+    void linesCarryTimeLevelAndCategory()
+    {
+        const QString line = Log::formatLine(QtCriticalMsg, "com.quillmote.notifier.stateclient", "offline: x");
+        static const QRegularExpression shape(
+            QString(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z error stateclient offline: x$)"));
+        QVERIFY2(shape.match(line).hasMatch(), qPrintable(line));
+        QVERIFY(Log::formatLine(QtInfoMsg, "qt.qpa", "m").contains(u" info qt.qpa m"_s));
+    }
+
+    void bodiesArePrivateUnlessAskedFor()
+    {
+        TestEnv env;
+        env.unset("QUILLMOTE_LOG_PRIVATE");
+        QCOMPARE(Log::priv("secret"), u"<private>"_s);
+        env.set("QUILLMOTE_LOG_PRIVATE", "true"); // only exactly "1" reveals
+        QCOMPARE(Log::priv("secret"), u"<private>"_s);
+        env.set("QUILLMOTE_LOG_PRIVATE", "1");
+        QCOMPARE(Log::priv("secret"), u"secret"_s);
+    }
+
+    void toggleWritesTheBareQuietKey()
+    {
+        TestEnv env;
+        QVERIFY(SettingsStore::toggle(Key::quietWhenFocused));
+        QFile file(SettingsStore::filePath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray ini = file.readAll();
+        QVERIFY2(ini.contains("\nquietWhenTerminalFocused=true"), ini.constData());
+        QVERIFY(!ini.contains("quillmote.quietWhenTerminalFocused"));
+        QVERIFY(!SettingsStore::toggle(Key::quietWhenFocused));
+    }
+
+    void seesAnotherProcesssWriteAtTheNextRead()
+    {
+        TestEnv env;
+        QVERIFY(SettingsStore::flag(Key::sound));
+        QVERIFY(SettingsStore::toggle(Key::biometricGate)); // the file exists now
+        // Another process rewrites the file (as a second instance or the user would).
+        QProcess sh;
+        sh.start("sh",
+            { "-c",
+                "sleep 0.05; printf '[General]\\nquillmote.soundEnabled=false\\n"
+                "quillmote.focusFilterEnabled=yes\\n' > \"$0\"",
+                SettingsStore::filePath() });
+        QVERIFY(sh.waitForFinished(5000));
+        QCOMPARE(sh.exitCode(), 0);
+        QVERIFY(!SettingsStore::flag(Key::sound));
+        QVERIFY(SettingsStore::flag(Key::focusFilter)); // a string converts the usual way
+        QVERIFY(!SettingsStore::flag(Key::biometricGate)); // gone from the file: the default again
     }
 };
 
