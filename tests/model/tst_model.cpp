@@ -320,25 +320,6 @@ private Q_SLOTS:
     }
 
     // Message content as the windows show it.
-    void partsFallBack_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("text"); // null: the whole content as data
-        QTest::newRow("unusable parts and text") << R"({"parts":[1,{"kind":3},{}],"text":"T"})"_ba << u"T"_s;
-        QTest::newRow("parts not an array") << R"({"parts":{"kind":"code"},"text":"T"})"_ba << u"T"_s;
-        QTest::newRow("text not a string") << R"({"text":5})"_ba << QString();
-    }
-
-    void partsFallBack()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, text);
-        const JSONValue value = json(content);
-        const auto parts = ContentNormalizer::parts(value);
-        QCOMPARE(parts.size(), 1);
-        QVERIFY(parts[0] == (text.isNull() ? ContentPart(DataPart { value, std::nullopt }) : TextPart { text }));
-    }
-
     void readsEveryPartKind()
     {
         const auto parts = ContentNormalizer::parts(json(R"({"parts":[
@@ -390,6 +371,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::newRow("text") << u"text"_s << R"({"text":"Hello"})"_ba << u"Hello"_s;
         QTest::newRow("data only") << u"text"_s << R"({"a":1})"_ba << u"{ } structured data"_s;
+        // Without usable parts the text is shown (without a text, all is data: see searchText).
+        QTest::newRow("unusable parts") << u"text"_s << R"({"parts":[1,{"kind":3},{}],"text":"T"})"_ba << u"T"_s;
+        QTest::newRow("parts not an array") << u"text"_s << R"({"parts":{"kind":"code"},"text":"T"})"_ba << u"T"_s;
         QTest::newRow("code without lang")
             << u"text"_s << R"({"parts":[{"kind":"code","code":"x"}]})"_ba << u"‹› code"_s;
         QTest::newRow("empty text then code")
@@ -426,6 +410,7 @@ private Q_SLOTS:
             << R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})"_ba
             << u"a.pdf application/pdf cat"_s;
         QTest::newRow("data") << R"({"K":"V"})"_ba << u"{\n    \"k\" : \"v\"\n}"_s;
+        QTest::newRow("text not a string is data") << R"({"text":5})"_ba << u"{\n    \"text\" : 5\n}"_s;
         QTest::newRow("tool call") << R"({"parts":[{"kind":"tool_call","name":"Grep","args":{"p":"X"}}]})"_ba
                                    << u"grep {\n    \"p\" : \"x\"\n}"_s;
         QTest::newRow("tool result") << R"({"parts":[{"kind":"tool_result","result":"Done","error":"Late"}]})"_ba

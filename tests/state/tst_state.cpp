@@ -398,43 +398,37 @@ private Q_SLOTS:
     }
 
     // The read marks under the app state.
-    void markIsInclusiveAndMillisecondExact()
+    // Marks are inclusive and exact to the millisecond and never move back (nor write then);
+    // a scratch tracker neither reads nor writes the stored record.
+    void readMarks()
     {
         UnreadTracker tracker;
         QSignalSpy changed(&tracker, &UnreadTracker::changed);
-        tracker.markRead("bob", { at("2024-05-01T09:00:00Z"), at("2024-05-01T10:00:00Z"), at("garbage") });
+        tracker.markRead("bob", { at("2024-05-01T09:00:00Z"), at("2024-05-01T10:00:00.500Z"), at("garbage") });
         QCOMPARE(changed.count(), 1);
-        QCOMPARE(tracker.lastReadMillis().value("bob"), 1714557600000.0);
-
-        // The same instant written with a zero fraction is read, one millisecond later is not;
-        // once marked, an unparseable time no longer counts.
-        QCOMPARE(tracker.unreadCount("bob", { at("2024-05-01T10:00:00.000Z"), at("garbage") }), 0);
-        QCOMPARE(tracker.unreadCount("bob", { at("2024-05-01T18:00:00.001+08:00") }), 1);
-        // Other peers keep their own (absent) marks.
+        QCOMPARE(tracker.lastReadMillis().value("bob"), 1714557600500.0);
+        // Once marked, an unparseable time no longer counts.
+        QCOMPARE(tracker.unreadCount("bob", { at("2024-05-01T18:00:00.500+08:00"), at("garbage") }), 0);
+        QCOMPARE(tracker.unreadCount("bob", { at("2024-05-01T10:00:00.501Z") }), 1);
         QCOMPARE(tracker.unreadCount("amy", { at("2024-05-01T09:00:00Z") }), 1);
 
-        // Nothing parseable: nothing changes.
-        tracker.markRead("amy", { at("garbage") });
-        QVERIFY(!tracker.lastReadMillis().contains("amy"));
-        QCOMPARE(changed.count(), 1);
-    }
-
-    void marksNeverMoveBack()
-    {
-        UnreadTracker tracker;
-        tracker.markRead("bob", { at("2024-05-01T10:00:00.500Z") });
         SettingsStore::remove(UnreadTracker::settingsKey); // a write would bring it back
-        QSignalSpy changed(&tracker, &UnreadTracker::changed);
-
+        tracker.markRead("amy", { at("garbage") });
         tracker.markRead("bob", { at("2024-05-01T10:00:00Z") });
         tracker.markRead("bob", { at("2024-05-01T10:00:00.500Z") });
-        QCOMPARE(changed.count(), 0);
-        QVERIFY(!SettingsStore::value(UnreadTracker::settingsKey));
-        QCOMPARE(tracker.lastReadMillis().value("bob"), 1714557600500.0);
-
-        tracker.markRead("bob", { at("2024-05-01T10:00:01Z") });
+        QVERIFY(!tracker.lastReadMillis().contains("amy"));
         QCOMPARE(changed.count(), 1);
-        QVERIFY(SettingsStore::value(UnreadTracker::settingsKey));
+        QVERIFY(!SettingsStore::value(UnreadTracker::settingsKey));
+        tracker.markRead("bob", { at("2024-05-01T10:00:01Z") });
+        QCOMPARE(changed.count(), 2);
+        const auto record = SettingsStore::value(UnreadTracker::settingsKey);
+        QVERIFY(record);
+
+        UnreadTracker scratch(nullptr, UnreadTracker::Storage::scratch);
+        QVERIFY(scratch.lastReadMillis().isEmpty());
+        scratch.markRead("carol", { at("2024-06-01T10:00:00Z") });
+        QCOMPARE(scratch.unreadCount("carol", { at("2024-06-01T10:00:00Z") }), 0);
+        QCOMPARE(SettingsStore::value(UnreadTracker::settingsKey), record);
     }
 
     void storedRecordWithABadValueIsIgnored_data()
@@ -453,20 +447,6 @@ private Q_SLOTS:
         SettingsStore::setValue(UnreadTracker::settingsKey, stored);
         UnreadTracker tracker;
         QCOMPARE(tracker.lastReadMillis().size(), marks);
-    }
-
-    void scratchMarksNeitherReadNorWriteTheRecord()
-    {
-        UnreadTracker stored;
-        stored.markRead("bob", { at("2024-05-01T10:00:00Z") });
-        const auto record = SettingsStore::value(UnreadTracker::settingsKey);
-        QVERIFY(record);
-
-        UnreadTracker scratch(nullptr, UnreadTracker::Storage::scratch);
-        QVERIFY(scratch.lastReadMillis().isEmpty());
-        scratch.markRead("carol", { at("2024-06-01T10:00:00Z") });
-        QCOMPARE(scratch.unreadCount("carol", { at("2024-06-01T10:00:00Z") }), 0);
-        QCOMPARE(SettingsStore::value(UnreadTracker::settingsKey), record);
     }
 
     void eventLines_data()
