@@ -73,6 +73,8 @@ Item {
         }
     }
 
+    // The parts below reach this file's ids (partView, loader) from inside their Components,
+    // which QML allows and qmllint 6.4 cannot follow; parent.parent is the part's own root.
     // qmllint disable unqualified type
     Component {
         id: textPart
