@@ -121,7 +121,7 @@ private Q_SLOTS:
         QCOMPARE(asked, confirmation.isEmpty() ? QStringList {} : QStringList { confirmation });
     }
 
-    void emptyListsAnswerWithTheirOwnSentence_data()
+    void emptyAnswersHaveTheirOwnSentence_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("dialog");
@@ -131,9 +131,11 @@ private Q_SLOTS:
         QTest::newRow("contacts") << u"ContactsIntent"_s << u"还没有联系人。"_s;
         QTest::newRow("shares") << u"SharesIntent"_s << u"还没有分享。"_s;
         QTest::newRow("devices") << u"DevicesIntent"_s << u"还没有配对的设备。"_s;
+        QTest::newRow("doctor, not ok") << u"DoctorIntent"_s
+                                        << u"体检发现问题，建议在终端跑 quillmote doctor 查看详情。"_s;
     }
 
-    void emptyListsAnswerWithTheirOwnSentence()
+    void emptyAnswersHaveTheirOwnSentence()
     {
         QFETCH(QString, name);
         QFETCH(QString, dialog);
@@ -141,6 +143,7 @@ private Q_SLOTS:
         for (const char *list : { "friends", "requests", "contacts", "shares", "devices" })
             world.tool.answers[list] = QByteArray("{\"") + list + "\":[]}";
         world.tool.answers["inbox"] = "[]";
+        world.tool.answers["doctor"] = R"({"ok":false,"checks":[{"name":"relay","ok":false}]})";
         QCOMPARE(performAndWait(world.service, name, {}), IntentResult::completed(dialog));
     }
 
@@ -227,15 +230,7 @@ private Q_SLOTS:
         QVERIFY(world.argvs().isEmpty());
     }
 
-    void doctorAnswersOnlyFromOk()
-    {
-        World world;
-        world.tool.answers["doctor"] = R"({"ok":false,"checks":[{"name":"relay","ok":false}]})";
-        QCOMPARE(performAndWait(world.service, "DoctorIntent", {}),
-            IntentResult::completed("体检发现问题，建议在终端跑 quillmote doctor 查看详情。"));
-    }
-
-    void friendsAndRequestsComeFromTheTool()
+    void pickersSearchTheToolsAnswers()
     {
         World world;
         world.tool.answers["friends"] = R"({"friends":["Abby","bob","cab"]})";
@@ -245,21 +240,16 @@ private Q_SLOTS:
         QCOMPARE(ids(await([&](auto done) { world.queries.suggested(Kind::friendRequests, done); })),
             (QStringList { "carol", "dan" }));
         QCOMPARE(world.argvs(), (QList<QStringList> { { "friends", "--json" }, { "requests", "--json" } }));
+        QCOMPARE(await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); }),
+            (QList<IntentEntity> { { "in-1", "@alice：hello from alice" }, { "in-2", "@bob：（结构化消息）" } }));
+        QCOMPARE(world.argvs().last(), (QStringList { "inbox", "--once", "--json" }));
+        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })),
+            QStringList { "in-1" });
         // Saved identifiers of friends who are gone resolve to nothing.
         QCOMPARE(ids(await([&](auto done) {
             world.queries.entitiesFor(Kind::friends, { "bob", "gone", "Abby" }, done);
         })),
             (QStringList { "bob", "Abby" }));
-    }
-
-    void inboxMessagesShowSenderAndText()
-    {
-        World world;
-        QCOMPARE(await([&](auto done) { world.queries.suggested(Kind::inboxMessages, done); }),
-            (QList<IntentEntity> { { "in-1", "@alice：hello from alice" }, { "in-2", "@bob：（结构化消息）" } }));
-        QCOMPARE(ids(await([&](auto done) { world.queries.matching(Kind::inboxMessages, "HELLO", done); })),
-            QStringList { "in-1" });
-        QCOMPARE(world.argvs().first(), (QStringList { "inbox", "--once", "--json" }));
     }
 
     // The do-not-disturb filter records only while the feature is on, and not in the settings.
