@@ -315,8 +315,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("level");
-        QTest::newRow("plain") << u"socket: listening at /x"_s << u"info"_s;
-        QTest::newRow("failed") << u"socket: bind() failed at /x"_s << u"error"_s;
         QTest::newRow("upper case") << u"Authorization DENIED"_s << u"error"_s;
         QTest::newRow("error inside a word") << u"terrors ahead"_s << u"error"_s;
         QTest::newRow("not a failure word") << u"fail fast"_s << u"info"_s;
