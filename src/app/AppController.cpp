@@ -317,14 +317,9 @@ bool AppController::sendReply(const ReplyFrame &frame, const QString &logPrefix)
 
 void AppController::handleNotify(const NotifyFrame &frame)
 {
-    const QString title = frame.title.value_or(QStringLiteral("@") + frame.sender);
-    // The menu bar first, so the unread count already includes this message below.
-    m_menuBar->addMessage(frame.sender, title, frame.body);
-    Log::info(Log::Category::notify,
-        QStringLiteral("socket: onNotify %1 from %2").arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
-
+    // The banner first: it is what the user waits for, and it needs nothing the tray or the
+    // overlay do, so their work (and a long body's) never delays it.
     const Alert alert = AlertPolicy::decide(frame, AlertPolicy::Switches::current(), m_doNotDisturb->doNotDisturb());
-    m_notch->present(frame, m_menuBar->unread(), alert);
     switch (alert.banner) {
     case Alert::Banner::none:
         Log::info(Log::Category::notify,
@@ -340,4 +335,11 @@ void AppController::handleNotify(const NotifyFrame &frame)
         m_notifications->present(frame, Banner::Urgency::critical);
         break;
     }
+
+    const QString title = frame.title.value_or(QStringLiteral("@") + frame.sender);
+    // The menu bar before the overlay, so the unread count already includes this message.
+    m_menuBar->addMessage(frame.sender, title, frame.body);
+    Log::info(Log::Category::notify,
+        QStringLiteral("socket: onNotify %1 from %2").arg(frame.msgId.value_or(QStringLiteral("<no-id>")), title));
+    m_notch->present(frame, m_menuBar->unread(), alert);
 }

@@ -44,6 +44,9 @@ namespace Frames {
 // A line's bytes (without the newline) to a frame of any type, or nothing when the line
 // is not a JSON object with the required keys of the right JSON types.
 std::optional<NotifyFrame> decodeNotify(QByteArrayView line);
+// The same, parsing the bytes where they are: they are overwritten, and line[size] (one past
+// the line, where its newline was) must be writable too.
+std::optional<NotifyFrame> decodeNotifyInPlace(char *line, qsizetype size);
 
 // Compact JSON, keys in declaration order, "msgId" left out when absent, "/" written as
 // "\/" like the tool's own encoder. No trailing newline.

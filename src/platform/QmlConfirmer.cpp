@@ -1,6 +1,7 @@
 #include "platform/QmlConfirmer.h"
 
 #include "core/Log.h"
+#include "ui/QmlViews.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -36,10 +37,10 @@ void QmlConfirmer::ask(const QString &text, const QString &confirmLabel, std::fu
     if (!m_engine) {
         qml_register_types_Quillmote_Platform();
         m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        QmlViews::addImportPath(*m_engine);
     }
     QQmlComponent component(
-        m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Quillmote/Platform/ConfirmationDialog.qml")));
+        m_engine.get(), QmlViews::fileUrl(QStringLiteral("Quillmote.Platform"), QStringLiteral("ConfirmationDialog")));
     auto *request = new ConfirmationRequest(text, confirmLabel, this);
     QObject *created
         = component.createWithInitialProperties({ { QStringLiteral("request"), QVariant::fromValue(request) } });

@@ -131,6 +131,34 @@ private Q_SLOTS:
         QCOMPARE(h.frames[2].body, u"三 \n lines"_s);
     }
 
+    // Lines of megabytes outgrow the reader's first buffer and move to a larger one, and the
+    // bytes after them move back: every byte must stay in its place through both moves.
+    void keepsLongLinesWhole()
+    {
+        TestEnv env;
+        LogCapture log;
+        Harness h(env.socketPath());
+        QVERIFY(h.start(log));
+        const auto body = [](int size, int seed) {
+            QByteArray b(size, Qt::Uninitialized);
+            for (int i = 0; i < size; ++i)
+                b[i] = char('a' + (i * 7 + seed) % 26);
+            return b;
+        };
+        const QByteArray first = body(3 << 20, 1), second = body(5 << 20, 2);
+        UnixClient c;
+        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.write(notifyLine("a", first, "1") + notifyLine("b", "small", "2") + QByteArray(3 << 20, 'x') + "\n"
+            + notifyLine("c", second, "3") + notifyLine("d", "last", "4").chopped(1)));
+        QVERIFY(c.write("\n"));
+        QTRY_COMPARE(h.frames.size(), 4);
+        QCOMPARE(h.frames[0].body.toLatin1(), first);
+        QCOMPARE(h.frames[1].body, QStringLiteral("small"));
+        QCOMPARE(h.frames[2].body.toLatin1(), second);
+        QCOMPARE(*h.frames[3].msgId, QStringLiteral("4"));
+        QCOMPARE(log.count(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(3 << 20)), 1);
+    }
+
     // Out of descriptors or memory, accept() fails; the terminal stays queued, and after a
     // pause the loop takes it and the ones after it. Only stop() ends the loop.
     void acceptFailuresPass_data()
