@@ -135,10 +135,8 @@ private Q_SLOTS:
     // bytes after them move back: every byte must stay in its place through both moves.
     void keepsLongLinesWhole()
     {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
+        Harness h;
+        QVERIFY(h.start());
         const auto body = [](int size, int seed) {
             QByteArray b(size, Qt::Uninitialized);
             for (int i = 0; i < size; ++i)
@@ -147,7 +145,7 @@ private Q_SLOTS:
         };
         const QByteArray first = body(3 << 20, 1), second = body(5 << 20, 2);
         UnixClient c;
-        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.connectTo(h.server.path()));
         QVERIFY(c.write(notifyLine("a", first, "1") + notifyLine("b", "small", "2") + QByteArray(3 << 20, 'x') + "\n"
             + notifyLine("c", second, "3") + notifyLine("d", "last", "4").chopped(1)));
         QVERIFY(c.write("\n"));
@@ -156,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(h.frames[1].body, QStringLiteral("small"));
         QCOMPARE(h.frames[2].body.toLatin1(), second);
         QCOMPARE(*h.frames[3].msgId, QStringLiteral("4"));
-        QCOMPARE(log.count(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(3 << 20)), 1);
+        QCOMPARE(h.log.count(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(3 << 20)), 1);
     }
 
     // Out of descriptors or memory, accept() fails; the terminal stays queued, and after a
