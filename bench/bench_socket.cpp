@@ -155,6 +155,22 @@ double serverRate(const QByteArray &path, long long &counted)
     return frames / seconds;
 }
 
+// A terminal writing `bytes` of one line, then `end`, and hanging up.
+void writeLongLine(const QByteArray &path, qint64 bytes, const QByteArray &end)
+{
+    const int fd = connectTo(path);
+    const QByteArray chunk(1 << 20, 'x');
+    for (qint64 sent = 0; sent < bytes;) {
+        const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+        if (n <= 0)
+            break;
+        sent += n;
+    }
+    if (!end.isEmpty())
+        (void)::send(fd, end.constData(), size_t(end.size()), MSG_NOSIGNAL);
+    ::close(fd);
+}
+
 // A terminal writes one line that does not end for `bytes`, then ends it and sends a frame:
 // MB/s from the first byte until that frame reaches notifyReceived. The line is unparseable, so
 // the figure is the intake itself.
@@ -166,19 +182,7 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
     startListening(server);
     QElapsedTimer timer;
     timer.start();
-    std::thread terminal([&] {
-        const int fd = connectTo(path);
-        const QByteArray chunk(1 << 20, 'x');
-        for (qint64 sent = 0; sent < bytes;) {
-            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
-            if (n <= 0)
-                break;
-            sent += n;
-        }
-        const QByteArray end = "\n" + frameLine(0, 0);
-        (void)::send(fd, end.constData(), size_t(end.size()), MSG_NOSIGNAL);
-        ::close(fd);
-    });
+    std::thread terminal([&] { writeLongLine(path, bytes, "\n" + frameLine(0, 0)); });
     waitUntil([&] { return heard; }, 120000);
     const double seconds = timer.nsecsElapsed() / 1e9;
     terminal.join();
@@ -198,17 +202,7 @@ double plainIntake(const QByteArray &path, qint64 bytes)
     ::listen(lfd, 1);
     QElapsedTimer timer;
     timer.start();
-    std::thread terminal([&] {
-        const int fd = connectTo(path);
-        const QByteArray chunk(1 << 20, 'x');
-        for (qint64 sent = 0; sent < bytes;) {
-            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
-            if (n <= 0)
-                break;
-            sent += n;
-        }
-        ::close(fd);
-    });
+    std::thread terminal([&] { writeLongLine(path, bytes, {}); });
     const int cfd = ::accept(lfd, nullptr, nullptr);
     std::vector<char> buffer(64 * 1024);
     while (::read(cfd, buffer.data(), buffer.size()) > 0) { }
