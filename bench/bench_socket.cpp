@@ -69,8 +69,8 @@ void runTerminals(const QByteArray &path, std::vector<std::thread> &threads)
     }
 }
 
-// The ceiling: a reader thread per client that only splits the bytes at newlines.
-double plainReaderRate(const QByteArray &path, long long &counted)
+// A plain listening socket at `path`, for the ceiling readers.
+int listenAt(const QByteArray &path, int backlog)
 {
     const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un addr {};
@@ -78,7 +78,14 @@ double plainReaderRate(const QByteArray &path, long long &counted)
     std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
     ::unlink(path.constData());
     ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
-    ::listen(lfd, 8);
+    ::listen(lfd, backlog);
+    return lfd;
+}
+
+// The ceiling: a reader thread per client that only splits the bytes at newlines.
+double plainReaderRate(const QByteArray &path, long long &counted)
+{
+    const int lfd = listenAt(path, kClients);
     std::atomic<long long> lines { 0 };
     std::vector<std::thread> readers;
     QElapsedTimer timer;
@@ -193,13 +200,7 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
 // only reads them into one reused buffer.
 double plainIntake(const QByteArray &path, qint64 bytes)
 {
-    const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr {};
-    addr.sun_family = AF_UNIX;
-    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
-    ::unlink(path.constData());
-    ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
-    ::listen(lfd, 1);
+    const int lfd = listenAt(path, 1);
     QElapsedTimer timer;
     timer.start();
     std::thread terminal([&] { writeLongLine(path, bytes, {}); });
