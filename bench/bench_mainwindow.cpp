@@ -98,6 +98,11 @@ int main(int argc, char **argv)
         QEventLoop settle;
         QTimer::singleShot(settleMs, &settle, &QEventLoop::quit);
         settle.exec();
+        // On a busy machine the frame may come after the settling time: wait for it, up to 10 s.
+        QElapsedTimer waited;
+        waited.start();
+        while (frames == framesBefore && waited.elapsed() < 10000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
         if (frames == framesBefore) {
             std::fprintf(stderr, "bench_mainwindow: no frame was rendered\n");
             std::exit(1);

@@ -69,8 +69,8 @@ void runTerminals(const QByteArray &path, std::vector<std::thread> &threads)
     }
 }
 
-// The ceiling: a reader thread per client that only splits the bytes at newlines.
-double plainReaderRate(const QByteArray &path, long long &counted)
+// A plain listening socket at `path`, for the ceiling readers.
+int listenAt(const QByteArray &path, int backlog)
 {
     const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un addr {};
@@ -78,7 +78,14 @@ double plainReaderRate(const QByteArray &path, long long &counted)
     std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
     ::unlink(path.constData());
     ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
-    ::listen(lfd, 8);
+    ::listen(lfd, backlog);
+    return lfd;
+}
+
+// The ceiling: a reader thread per client that only splits the bytes at newlines.
+double plainReaderRate(const QByteArray &path, long long &counted)
+{
+    const int lfd = listenAt(path, kClients);
     std::atomic<long long> lines { 0 };
     std::vector<std::thread> readers;
     QElapsedTimer timer;
@@ -155,6 +162,22 @@ double serverRate(const QByteArray &path, long long &counted)
     return frames / seconds;
 }
 
+// A terminal writing `bytes` of one line, then `end`, and hanging up.
+void writeLongLine(const QByteArray &path, qint64 bytes, const QByteArray &end)
+{
+    const int fd = connectTo(path);
+    const QByteArray chunk(1 << 20, 'x');
+    for (qint64 sent = 0; sent < bytes;) {
+        const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+        if (n <= 0)
+            break;
+        sent += n;
+    }
+    if (!end.isEmpty())
+        (void)::send(fd, end.constData(), size_t(end.size()), MSG_NOSIGNAL);
+    ::close(fd);
+}
+
 // A terminal writes one line that does not end for `bytes`, then ends it and sends a frame:
 // MB/s from the first byte until that frame reaches notifyReceived. The line is unparseable, so
 // the figure is the intake itself.
@@ -166,19 +189,7 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
     startListening(server);
     QElapsedTimer timer;
     timer.start();
-    std::thread terminal([&] {
-        const int fd = connectTo(path);
-        const QByteArray chunk(1 << 20, 'x');
-        for (qint64 sent = 0; sent < bytes;) {
-            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
-            if (n <= 0)
-                break;
-            sent += n;
-        }
-        const QByteArray end = "\n" + frameLine(0, 0);
-        (void)::send(fd, end.constData(), size_t(end.size()), MSG_NOSIGNAL);
-        ::close(fd);
-    });
+    std::thread terminal([&] { writeLongLine(path, bytes, "\n" + frameLine(0, 0)); });
     waitUntil([&] { return heard; }, 120000);
     const double seconds = timer.nsecsElapsed() / 1e9;
     terminal.join();
@@ -189,26 +200,10 @@ double endlessLineIntake(const QByteArray &path, qint64 bytes)
 // only reads them into one reused buffer.
 double plainIntake(const QByteArray &path, qint64 bytes)
 {
-    const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr {};
-    addr.sun_family = AF_UNIX;
-    std::memcpy(addr.sun_path, path.constData(), size_t(path.size()));
-    ::unlink(path.constData());
-    ::bind(lfd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr));
-    ::listen(lfd, 1);
+    const int lfd = listenAt(path, 1);
     QElapsedTimer timer;
     timer.start();
-    std::thread terminal([&] {
-        const int fd = connectTo(path);
-        const QByteArray chunk(1 << 20, 'x');
-        for (qint64 sent = 0; sent < bytes;) {
-            const ssize_t n = ::send(fd, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
-            if (n <= 0)
-                break;
-            sent += n;
-        }
-        ::close(fd);
-    });
+    std::thread terminal([&] { writeLongLine(path, bytes, {}); });
     const int cfd = ::accept(lfd, nullptr, nullptr);
     std::vector<char> buffer(64 * 1024);
     while (::read(cfd, buffer.data(), buffer.size()) > 0) { }

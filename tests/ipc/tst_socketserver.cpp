@@ -17,19 +17,22 @@
 
 using namespace Qt::StringLiterals;
 
-// A server on `path` with the frames it hands over recorded.
+// A private folder, its log (one at a time: captures do not nest), and a server with the
+// frames it hands over recorded: on the folder's socket, or on a path of that many bytes.
 struct Harness {
-    explicit Harness(const QString &path)
-        : server(path)
+    explicit Harness(int pathBytes = 0)
+        : server(pathBytes ? env.root() + u'/' + QString(pathBytes - env.root().size() - 1, u'f') : env.socketPath())
     {
         QObject::connect(&server, &SocketServer::notifyReceived, [this](const NotifyFrame &f) { frames.append(f); });
         QObject::connect(&server, &SocketServer::logged, [](const QString &line) { qInfo("%s", qPrintable(line)); });
     }
-    bool start(LogCapture &log)
+    bool start()
     {
         server.start();
         return log.waitFor("socket: listening at " + server.path());
     }
+    TestEnv env;
+    LogCapture log;
     SocketServer server;
     QList<NotifyFrame> frames;
 };
@@ -43,37 +46,35 @@ class TestSocketServer : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void decodesOptionalFieldsAsAbsent()
-    {
-        // null is absent, not false; unknown keys are the tool's business.
-        const auto minimal
-            = Frames::decodeNotify(R"({"type":"notify","sender":"a","body":"hi","focused":null,"x":[1]})");
-        QVERIFY(minimal);
-        QCOMPARE(minimal->sender, u"a"_s);
-        QVERIFY(!minimal->title && !minimal->msgId && !minimal->focused && !minimal->hasCode && !minimal->codeText);
-
-        const auto full = Frames::decodeNotify(
-            R"({"type":"notify","sender":"bob","title":"T","body":"多行\n正文","msgId":"m1","focused":false,"hasCode":true,"codeText":"ls"})");
-        QVERIFY(full);
-        QCOMPARE(full->body, u"多行\n正文"_s);
-        QCOMPARE(full->focused, false);
-        QCOMPARE(full->codeText, u"ls"_s);
-    }
-
-    void rejectsWrongShapes_data()
+    // null is absent, not false; unknown keys are the tool's business.
+    void decodesNotify_data()
     {
         QTest::addColumn<QByteArray>("line");
-        QTest::newRow("no body") << R"({"type":"notify","sender":"a"})"_ba;
-        QTest::newRow("number sender") << R"({"type":"notify","sender":1,"body":"x"})"_ba;
-        QTest::newRow("string focused") << R"({"type":"notify","sender":"a","body":"x","focused":"true"})"_ba;
-        QTest::newRow("missing type") << R"({"sender":"a","body":"x"})"_ba;
-        QTest::newRow("garbage") << "garbage"_ba;
+        QTest::addColumn<QString>("fields"); // sender|title|body|msgId|focused|hasCode|codeText, "" if refused
+        QTest::newRow("minimal") << R"({"type":"notify","sender":"a","body":"hi","focused":null,"x":[1]})"_ba
+                                 << u"a|-|hi|-|-|-|-"_s;
+        QTest::newRow("full")
+            << R"({"type":"notify","sender":"bob","title":"T","body":"多行\n正文","msgId":"m1","focused":false,"hasCode":true,"codeText":"ls"})"_ba
+            << u"bob|T|多行\n正文|m1|false|true|ls"_s;
+        QTest::newRow("no body") << R"({"type":"notify","sender":"a"})"_ba << QString();
+        QTest::newRow("number sender") << R"({"type":"notify","sender":1,"body":"x"})"_ba << QString();
+        QTest::newRow("string focused") << R"({"type":"notify","sender":"a","body":"x","focused":"true"})"_ba
+                                        << QString();
+        QTest::newRow("missing type") << R"({"sender":"a","body":"x"})"_ba << QString();
+        QTest::newRow("garbage") << "garbage"_ba << QString();
     }
 
-    void rejectsWrongShapes()
+    void decodesNotify()
     {
         QFETCH(QByteArray, line);
-        QVERIFY(!Frames::decodeNotify(line));
+        QFETCH(QString, fields);
+        const auto f = Frames::decodeNotify(line);
+        const auto text = [](const std::optional<QString> &v) { return v.value_or(u"-"_s); };
+        const auto flag = [](std::optional<bool> v) { return v ? QVariant(*v).toString() : u"-"_s; };
+        const QStringList got = f ? QStringList { f->sender, text(f->title), f->body, text(f->msgId), flag(f->focused),
+            flag(f->hasCode), text(f->codeText) }
+                                  : QStringList();
+        QCOMPARE(got.join(u'|'), fields);
     }
 
     void encodesRepliesAndFillsByteForByte_data()
@@ -95,34 +96,19 @@ private Q_SLOTS:
         QVERIFY(!encoded.contains('\n')); // a frame is always one line
     }
 
-    void listensOwnerOnlyAndReplacesStaleSocket()
+    // A socket file left behind by a crashed run (bound, nobody listening) is replaced.
+    void replacesStaleSocketSplitsFramesAndSkipsWhatIsNotANotify()
     {
-        TestEnv env;
-        LogCapture log;
-        // A socket file left behind by a crashed run: bound, nobody listening.
-        QVERIFY(QDir().mkpath(env.quillmoteHome()));
+        Harness h;
+        QVERIFY(QDir().mkpath(h.env.quillmoteHome()));
         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
         sockaddr_un addr { AF_UNIX, {} };
-        qstrncpy(addr.sun_path, env.socketPath().toUtf8().constData(), sizeof(addr.sun_path));
+        qstrncpy(addr.sun_path, h.server.path().toUtf8().constData(), sizeof(addr.sun_path));
         QCOMPARE(::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof(addr)), 0);
         ::close(fd);
-
-        Harness h(env.socketPath());
-        QVERIFY2(h.start(log), qPrintable(log.dump()));
+        QVERIFY2(h.start(), qPrintable(h.log.dump()));
         UnixClient c;
-        QVERIFY(c.connectTo(env.socketPath()));
-        QVERIFY(c.write(notifyLine("a", "hi", "1")));
-        QTRY_COMPARE(h.frames.size(), 1);
-    }
-
-    void splitsFramesAndSkipsWhatIsNotANotify()
-    {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
-        UnixClient c;
-        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.connectTo(h.server.path()));
         // Two frames in one write, with empty lines around them.
         QVERIFY(c.write("\n" + notifyLine("a", "one", "1") + "\n\n" + notifyLine("a", "two", "2")));
         // One frame split across three writes, the cut inside a multi-byte character.
@@ -149,10 +135,8 @@ private Q_SLOTS:
     // bytes after them move back: every byte must stay in its place through both moves.
     void keepsLongLinesWhole()
     {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
+        Harness h;
+        QVERIFY(h.start());
         const auto body = [](int size, int seed) {
             QByteArray b(size, Qt::Uninitialized);
             for (int i = 0; i < size; ++i)
@@ -161,7 +145,7 @@ private Q_SLOTS:
         };
         const QByteArray first = body(3 << 20, 1), second = body(5 << 20, 2);
         UnixClient c;
-        QVERIFY(c.connectTo(env.socketPath()));
+        QVERIFY(c.connectTo(h.server.path()));
         QVERIFY(c.write(notifyLine("a", first, "1") + notifyLine("b", "small", "2") + QByteArray(3 << 20, 'x') + "\n"
             + notifyLine("c", second, "3") + notifyLine("d", "last", "4").chopped(1)));
         QVERIFY(c.write("\n"));
@@ -170,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(h.frames[1].body, QStringLiteral("small"));
         QCOMPARE(h.frames[2].body.toLatin1(), second);
         QCOMPARE(*h.frames[3].msgId, QStringLiteral("4"));
-        QCOMPARE(log.count(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(3 << 20)), 1);
+        QCOMPARE(h.log.count(QStringLiteral("socket: ignored unparseable frame (%1 bytes)").arg(3 << 20)), 1);
     }
 
     // Out of descriptors or memory, accept() fails; the terminal stays queued, and after a
@@ -185,9 +169,7 @@ private Q_SLOTS:
     void acceptFailuresPass()
     {
         QFETCH(int, error);
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
+        Harness h;
         std::atomic<int> failuresLeft { 3 };
         h.server.setAcceptForTesting([&](int fd) {
             // Fails only once a terminal waits, as running out of descriptors does.
@@ -199,41 +181,37 @@ private Q_SLOTS:
             }
             return ::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC);
         });
-        QVERIFY(h.start(log));
+        QVERIFY(h.start());
         UnixClient queued, later;
-        QVERIFY(queued.connectTo(env.socketPath()));
+        QVERIFY(queued.connectTo(h.server.path()));
         QVERIFY(queued.write(notifyLine("a", "queued", "1")));
         QTRY_COMPARE(h.frames.size(), 1);
-        QVERIFY(later.connectTo(env.socketPath()));
+        QVERIFY(later.connectTo(h.server.path()));
         QVERIFY(later.write(notifyLine("a", "later", "2")));
         QTRY_COMPARE(h.frames.size(), 2);
         // One line for the whole burst.
-        QCOMPARE(log.count(u"socket: accept() failed (errno %1)"_s.arg(error)), 1);
+        QCOMPARE(h.log.count(u"socket: accept() failed (errno %1)"_s.arg(error)), 1);
     }
 
     void refusesPathsLongerThanTheKernelTakes()
     {
-        TestEnv env;
-        LogCapture log;
-        const QString dir = env.root() + u'/';
         // sun_path holds 108 bytes with the terminating zero: 107 is the longest path.
-        Harness ok(dir + QString(107 - dir.size(), u'f'));
-        QVERIFY2(ok.start(log), qPrintable(log.dump()));
-        Harness refused(dir + QString(108 - dir.size(), u'l'));
-        refused.server.start();
-        QVERIFY(log.waitFor(u"socket: path too long (108 > 107) — IPC disabled"_s));
-        QVERIFY(!QFile::exists(refused.server.path()));
+        Harness h(107);
+        QVERIFY2(h.start(), qPrintable(h.log.dump()));
+        SocketServer refused(h.server.path() + u'l');
+        QObject::connect(&refused, &SocketServer::logged, [](const QString &line) { qInfo("%s", qPrintable(line)); });
+        refused.start();
+        QVERIFY(h.log.waitFor(u"socket: path too long (108 > 107) — IPC disabled"_s));
+        QVERIFY(!QFile::exists(refused.path()));
     }
 
     void stalledClientDoesNotHoldBackLiveOne()
     {
-        TestEnv env;
-        LogCapture log;
-        Harness h(env.socketPath());
-        QVERIFY(h.start(log));
+        Harness h;
+        QVERIFY(h.start());
         UnixClient stalled, live;
-        QVERIFY(stalled.connectTo(env.socketPath())); // connected, never reads
-        QVERIFY(live.connectTo(env.socketPath()));
+        QVERIFY(stalled.connectTo(h.server.path())); // connected, never reads
+        QVERIFY(live.connectTo(h.server.path()));
         QTRY_COMPARE(h.server.clientCount(), 2);
 
         constexpr int frames = 40;
@@ -254,7 +232,7 @@ private Q_SLOTS:
         reader.join();
         QCOMPARE(received.load(), frames);
         QCOMPARE(delivered, frames);
-        QVERIFY(log.waitFor(u"stopped reading"_s));
+        QVERIFY(h.log.waitFor(u"stopped reading"_s));
         // One send timeout at most, however long the stalled terminal stays stalled.
         QVERIFY2(worst < (SocketServer::sendTimeoutSeconds + 2) * 1000, qPrintable(QString::number(worst)));
     }

@@ -1,0 +1,513 @@
+#include "model/ContentNormalizer.h"
+#include "model/Format.h"
+#include "model/MessageTime.h"
+#include "model/PanelState.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <QTimeZone>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+JSONValue json(const QByteArray &text)
+{
+    const auto v = JSONValue::fromJson(text);
+    if (!v)
+        qFatal("bad test JSON: %s", text.constData());
+    return *v;
+}
+
+// The same value built through the public constructors from Qt's own parse: an independent
+// way to the expected sorting of keys.
+JSONValue viaQt(const QJsonValue &v)
+{
+    switch (v.type()) {
+    case QJsonValue::Bool:
+        return JSONValue::boolean(v.toBool());
+    case QJsonValue::Double:
+        return JSONValue::number(v.toDouble());
+    case QJsonValue::String:
+        return JSONValue::string(v.toString());
+    case QJsonValue::Array: {
+        JSONValue::Array elements;
+        for (const QJsonValue &e : v.toArray())
+            elements.push_back(viaQt(e));
+        return JSONValue::array(std::move(elements));
+    }
+    case QJsonValue::Object: {
+        JSONValue::Object members;
+        const QJsonObject o = v.toObject();
+        for (auto it = o.begin(); it != o.end(); ++it)
+            members.emplace_back(it.key(), viaQt(it.value()));
+        return JSONValue::object(std::move(members));
+    }
+    default:
+        return JSONValue::null();
+    }
+}
+
+QStringList keys(const JSONValue &object)
+{
+    QStringList out;
+    for (const auto &member : object.members())
+        out.append(member.first);
+    return out;
+}
+
+const QByteArray kMessage
+    = R"({"id":"m1","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:00:00Z","content":{"text":"hi"}})";
+
+QByteArray documentWithMessages(const QByteArray &messages)
+{
+    return R"({"self":{"handle":"me","fingerprint":"ab"},"contacts":[{"handle":"bob","fingerprint":"f"}],)"
+           R"("pending":[{"handle":"eve","fingerprint":"e"}],"messages":)"
+        + messages + "}";
+}
+
+} // namespace
+
+class TestModel : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void decodesAFullDocument()
+    {
+        const auto state = PanelState::decode(R"({
+          "self": {"handle": "me", "fingerprint": "ABCD 1234", "extra": 1},
+          "handle": "me",
+          "contacts": [{"handle": "bob", "fingerprint": "f1", "status": "connected"}, {"handle": "amy", "fingerprint": "f2"}],
+          "pending": [{"handle": "eve", "fingerprint": "f3"}],
+          "messages": [{"id": "m1", "peer": "bob", "direction": "in", "type": "text", "status": null,
+                        "createdAt": "2024-05-01T10:00:00.123Z", "content": {"text": "你好"}},
+                       {"id": "m2", "peer": "bob", "direction": "out", "type": "text", "status": "read",
+                        "createdAt": "2024-05-01T10:01:00Z", "content": null}],
+          "future": {"anything": [1, 2]}
+        })");
+        QVERIFY(state);
+        QCOMPARE(state->selfInfo->fingerprint, u"ABCD 1234"_s);
+        QCOMPARE(state->handle, u"me"_s);
+        QCOMPARE(state->contacts.size(), 2);
+        QCOMPARE(state->contacts[0].status, u"connected"_s);
+        QVERIFY(!state->contacts[1].status);
+        QCOMPARE(state->pending.size(), 1);
+        QCOMPARE(state->messages.size(), 2);
+        QVERIFY(!state->messages[0].status);
+        QCOMPARE(state->messages[1].status, u"read"_s);
+        QCOMPARE(*state->messages[0].content.stringAt(u"text"), u"你好"_s);
+        QVERIFY(state->messages[1].content.isNull());
+
+        // Equality is what the state client uses to publish only changes.
+        auto changed = *state;
+        QVERIFY(changed == *state);
+        changed.messages[1].status = u"delivered"_s;
+        QVERIFY(!(changed == *state));
+    }
+
+    void aNewStateSharesWhatDidNotChange()
+    {
+        const QByteArray m2
+            = R"({"id":"m2","peer":"bob","direction":"out","type":"text","createdAt":"2024-05-01T10:01:00Z","content":{"text":"old"}})";
+        const auto before = PanelState::decode(documentWithMessages("[" + kMessage + "," + m2 + "]"));
+        // m1 moved behind a new message, m2 was edited, m3 is new.
+        auto after = PanelState::decode(documentWithMessages(
+            R"([{"id":"m3","peer":"bob","direction":"in","type":"text","createdAt":"2024-05-01T10:02:00Z","content":{"text":"new"}},)"
+            + kMessage + "," + QByteArray(m2).replace("old", "edited") + "]"));
+        QVERIFY(before && after);
+        const PanelState decoded = *after;
+        after->shareUnchanged(*before);
+        QCOMPARE(*after, decoded); // the values stay the same
+        const auto sharesContent = [](const Message &a, const Message &b) {
+            return a.content.members().data() == b.content.members().data();
+        };
+        QVERIFY(sharesContent(after->messages[1], before->messages[0]));
+        QVERIFY(!sharesContent(after->messages[2], before->messages[1]));
+        QCOMPARE(after->contacts[0].handle.constData(), before->contacts[0].handle.constData());
+    }
+
+    // A wrong scalar refuses the whole document; an array with one bad element is dropped
+    // whole and the rest of the document stays.
+    void decodingIsStrict_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QString>("decoded"); // "self contacts/pending/messages", "" when refused
+        QTest::newRow("self null") << R"({"self":null})"_ba << u"- 0/0/0"_s;
+        QTest::newRow("self number") << R"({"self":3})"_ba << QString();
+        QTest::newRow("self without fingerprint") << R"({"self":{"handle":"me"}})"_ba << QString();
+        QTest::newRow("handle number") << R"({"handle":7})"_ba << QString();
+        QTest::newRow("top-level array") << R"([{}])"_ba << QString();
+        QTest::newRow("not JSON") << "<html>"_ba << QString();
+        // Numbers out of a double's range never make bad JSON good.
+        QTest::newRow("leading zero") << R"({"messages":[],"x":0123456789012345678901})"_ba << QString();
+        QTest::newRow("dangling exponent") << R"({"messages":[],"x":1e400e})"_ba << QString();
+        QTest::newRow("bare minus") << R"({"messages":[],"x":-,"y":1e400})"_ba << QString();
+        const QByteArray bad = R"({"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x")";
+        QTest::newRow("good") << documentWithMessages("[" + kMessage + "]") << u"me 1/1/1"_s;
+        QTest::newRow("message without content")
+            << documentWithMessages("[" + kMessage + "," + bad + "}]") << u"me 1/1/0"_s;
+        QTest::newRow("message with a number id") << documentWithMessages(
+            "[" + kMessage + "," + QByteArray(bad).replace(R"("m2")", "2") + R"(,"content":1}])")
+                                                  << u"me 1/1/0"_s;
+        QTest::newRow("message not an object") << documentWithMessages("[" + kMessage + ",5]") << u"me 1/1/0"_s;
+        QTest::newRow("messages not an array") << documentWithMessages(R"({"m1":1})") << u"me 1/1/0"_s;
+        QTest::newRow("messages null") << documentWithMessages("null") << u"me 1/1/0"_s;
+        QTest::newRow("contact without fingerprint")
+            << R"({"contacts":[{"handle":"a","fingerprint":"f"},{"handle":"b"}]})"_ba << u"- 0/0/0"_s;
+    }
+
+    void decodingIsStrict()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(QString, decoded);
+        QString error;
+        const auto s = PanelState::decode(json, &error);
+        QCOMPARE(error.isEmpty(), s.has_value());
+        QCOMPARE(s ? u"%1 %2/%3/%4"_s.arg(s->selfInfo ? s->selfInfo->handle : u"-"_s)
+                         .arg(s->contacts.size())
+                         .arg(s->pending.size())
+                         .arg(s->messages.size())
+                   : QString(),
+            decoded);
+    }
+
+    // Numbers past 64-bit integers become the nearest double, past a double's range null; a
+    // text that looks like one stays text.
+    void contentNumbersOfAnySize()
+    {
+        const auto state = PanelState::decode(
+            R"({"messages":[{"id":"m","peer":"b","direction":"in","type":"t","createdAt":"x","content":)"
+            R"([123456789012345678901234567890,-18446744073709551617,1e400,-1E+999,1e-400,"1e400"]}]})");
+        QVERIFY(state);
+        QCOMPARE(state->messages.size(), 1);
+        QVERIFY(state->messages[0].content
+            == JSONValue::array(
+                { JSONValue::number(123456789012345678901234567890.0), JSONValue::number(-18446744073709551617.0),
+                    JSONValue::null(), JSONValue::null(), JSONValue::number(0), JSONValue::string(u"1e400"_s) }));
+    }
+
+    void messageTime_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<double>("millis");
+        const double base = 1714557600000.0; // 2024-05-01T10:00:00Z
+        QTest::newRow("without fraction") << u"2024-05-01T10:00:00Z"_s << base;
+        QTest::newRow("milliseconds") << u"2024-05-01T10:00:00.123Z"_s << base + 123;
+        QTest::newRow("microseconds truncate") << u"2024-05-01T10:00:00.123999Z"_s << base + 123;
+        QTest::newRow("offset") << u"2024-05-01T18:00:00+08:00"_s << base;
+        QTest::newRow("before epoch") << u"1969-12-31T23:59:59Z"_s << -1000.0;
+        QTest::newRow("no zone") << u"2024-05-01T10:00:00"_s << 0.0;
+        QTest::newRow("no leap day") << u"2023-02-29T00:00:00Z"_s << 0.0;
+        QTest::newRow("hour 24") << u"2024-05-01T24:00:00Z"_s << 0.0;
+        QTest::newRow("garbage") << u"yesterday"_s << 0.0;
+    }
+
+    void messageTime()
+    {
+        QFETCH(QString, text);
+        QFETCH(double, millis);
+        QCOMPARE(MessageTime::millis(text), millis);
+    }
+
+    // JSON values: what the document's message content decodes to.
+    void decodesLikeTheConstructors_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("nested") << R"({"b":1,"a":[true,null,{"z":"x","y":[]}],"c":{}})"_ba;
+        // UTF-16 order: a character beyond U+FFFF sorts before U+E000 although its UTF-8 is greater.
+        QTest::newRow("keys beyond ASCII")
+            << R"({"z":1,"\u00e9":2,"\ue000":3,"\ud83d\ude00":4,"\uffff":5,"a\ud83d\ude00":6,"a":7})"_ba;
+        // Texts that begin and end alike must stay apart however long they are.
+        QTest::newRow("keys alike at both ends")
+            << R"({"abcdefgh-one-12345678":1,"abcdefgh-two-12345678":2,"abcdefgh12345678":3,"a":4,)"
+               R"("ab":5,"ba":6,"abc":7,"axc":8,"abcde":9,"abxde":10})"_ba;
+        QTest::newRow("top-level array") << R"([{"b":1,"a":2},[],"s",-0.5])"_ba;
+        // Many shapes of objects inside objects, more than are remembered at once.
+        QByteArray shapes = "[";
+        for (int i = 0; i < 600; ++i) {
+            const QByteArray a = "k" + QByteArray::number(i % 7), b = "k" + QByteArray::number(i % 11);
+            shapes += (i ? "," : "") + QByteArray("{\"") + b + "\":{\"" + a + "\":" + QByteArray::number(i) + ",\"" + b
+                + "\":{\"x" + QByteArray::number(i % 13) + "\":[]}},\"" + a + "\":" + QByteArray::number(i % 5) + "}";
+        }
+        QTest::newRow("many shapes") << shapes + "]";
+    }
+
+    void decodesLikeTheConstructors()
+    {
+        QFETCH(QByteArray, text);
+        const JSONValue decoded = json(text);
+        const QJsonDocument doc = QJsonDocument::fromJson(text);
+        QVERIFY(decoded == viaQt(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object())));
+        if (decoded.isObject()) {
+            QStringList sorted = keys(decoded);
+            std::sort(sorted.begin(), sorted.end());
+            QCOMPARE(keys(decoded), sorted);
+            for (const auto &member : decoded.members())
+                QCOMPARE(decoded.find(member.first), &member.second);
+        }
+    }
+
+    void duplicateKeysKeepTheLast_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<QByteArray>("values"); // the members' values in key order, as compact JSON
+        QTest::newRow("twice") << R"({"a":1,"b":2,"a":3})"_ba << QStringList { "a", "b" } << "[3,2]"_ba;
+        QTest::newRow("escaped twin") << R"({"a":1,"\u0061":[2]})"_ba << QStringList { "a" } << "[[2]]"_ba;
+        // Past 16 members the sort takes another way: k0..k19 twice, the second time 20 more.
+        QByteArray many = "{";
+        for (int i = 0; i < 40; ++i)
+            many += (i ? ",\"k" : "\"k") + QByteArray::number(i % 20) + "\":" + QByteArray::number(i);
+        QStringList manyKeys;
+        for (int i = 0; i < 20; ++i)
+            manyKeys.append(QStringLiteral("k%1").arg(i));
+        manyKeys.sort();
+        QByteArrayList manyValues;
+        for (const QString &k : manyKeys)
+            manyValues.append(QByteArray::number(k.mid(1).toInt() + 20));
+        QTest::newRow("many keys, each twice") << many + "}" << manyKeys << "[" + manyValues.join(',') + "]";
+    }
+
+    void duplicateKeysKeepTheLast()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QStringList, keys);
+        QFETCH(QByteArray, values);
+        const JSONValue decoded = json(text);
+        QCOMPARE(::keys(decoded), keys);
+        JSONValue::Array inOrder;
+        for (const auto &member : decoded.members())
+            inOrder.push_back(member.second);
+        QCOMPARE(JSONValue::array(inOrder).toJson(), values);
+    }
+
+    void partsOutliveTheirTree()
+    {
+        auto root = std::make_unique<JSONValue>(json(R"({"list":[{"name":"deep","n":[1,2]}],"s":"text"})"));
+        JSONValue list = *root->find(u"list");
+        const JSONValue inner = list.elements()[0];
+        JSONValue moved = std::move(list);
+        root.reset();
+        QCOMPARE(*inner.stringAt(u"name"), QStringLiteral("deep"));
+        QCOMPARE(moved.elements()[0].find(u"n")->elements()[1].toNumber(), 2.0);
+
+        // A value may take the place of the tree it came from.
+        JSONValue value = json(R"({"a":{"b":{"c":"end"}}})");
+        value = *value.find(u"a");
+        value = *value.find(u"b");
+        QCOMPARE(*value.stringAt(u"c"), QStringLiteral("end"));
+
+        // Copies share the tree and may be dropped on other threads.
+        const JSONValue shared = json(R"({"k":[1,2,3]})");
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([copy = shared] {
+                for (int i = 0; i < 1000; ++i) {
+                    JSONValue again = copy;
+                    JSONValue part = *again.find(u"k");
+                    Q_UNUSED(part);
+                }
+            });
+        }
+        for (std::thread &t : threads)
+            t.join();
+        QCOMPARE(shared.find(u"k")->elements().size(), size_t(3));
+        QCOMPARE(JSONValue(shared).members().data(), shared.members().data());
+    }
+
+    // Message content as the windows show it.
+    void readsEveryPartKind()
+    {
+        const auto parts = ContentNormalizer::parts(json(R"({"parts":[
+            {"kind":"text"},
+            {"kind":"code","code":"ls","lang":"sh","path":7},
+            {"kind":"file","mime":"text/plain","data":"aGk="},
+            {"kind":"image","alt":"cat","bytes":12},
+            {"kind":"data"},
+            {"kind":"tool_call","args":{"q":1},"call_id":"c1"},
+            {"kind":"tool_result","ok":"true","result":[1],"error":"e"},
+            {"kind":"Text","text":"case matters"},
+            "not a part"
+        ]})"));
+        QCOMPARE(parts.size(), 8);
+        QVERIFY(parts[0] == ContentPart(TextPart { QString() }));
+        QVERIFY(parts[1] == ContentPart(CodePart { "ls", u"sh"_s, std::nullopt }));
+        QVERIFY(parts[2] == ContentPart(FilePart { "file", u"text/plain"_s, std::nullopt, u"aGk="_s }));
+        QVERIFY(parts[3] == ContentPart(ImagePart { std::nullopt, 12.0, std::nullopt, u"cat"_s }));
+        QVERIFY(parts[4] == ContentPart(DataPart { JSONValue::null(), std::nullopt }));
+        QVERIFY(parts[5] == ContentPart(ToolCallPart { QString(), json(R"({"q":1})"), u"c1"_s }));
+        QVERIFY(parts[6] == ContentPart(ToolResultPart { false, std::nullopt, json("[1]"), u"e"_s }));
+        QVERIFY(parts[7] == ContentPart(UnknownPart { u"Text"_s, json(R"({"kind":"Text","text":"case matters"})") }));
+    }
+
+    void sizeFromNumberOrWholeString_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<double>("expected"); // -1: absent
+        QTest::newRow("number") << "2048"_ba << 2048.0;
+        QTest::newRow("string") << R"("1e3")"_ba << 1000.0;
+        QTest::newRow("string with unit") << R"("1024KB")"_ba << -1.0;
+        QTest::newRow("string with a blank") << R"(" 1024")"_ba << -1.0;
+        QTest::newRow("empty string") << R"("")"_ba << -1.0;
+    }
+
+    void sizeFromNumberOrWholeString()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(double, expected);
+        const auto parts
+            = ContentNormalizer::parts(json(R"({"parts":[{"kind":"file","name":"a","bytes":)" + bytes + "}]}"));
+        QCOMPARE(std::get<FilePart>(parts.at(0)).bytes.value_or(-1.0), expected);
+    }
+
+    void preview_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("text") << u"text"_s << R"({"text":"Hello"})"_ba << u"Hello"_s;
+        QTest::newRow("data only") << u"text"_s << R"({"a":1})"_ba << u"{ } structured data"_s;
+        // Without usable parts the text is shown (without a text, all is data: see searchText).
+        QTest::newRow("unusable parts") << u"text"_s << R"({"parts":[1,{"kind":3},{}],"text":"T"})"_ba << u"T"_s;
+        QTest::newRow("parts not an array") << u"text"_s << R"({"parts":{"kind":"code"},"text":"T"})"_ba << u"T"_s;
+        QTest::newRow("code without lang")
+            << u"text"_s << R"({"parts":[{"kind":"code","code":"x"}]})"_ba << u"‹› code"_s;
+        QTest::newRow("empty text then code")
+            << u"text"_s << R"({"parts":[{"kind":"text","text":""},{"kind":"code","lang":"py"}]})"_ba << u"‹› py"_s;
+        QTest::newRow("data then unknown then image")
+            << u"text"_s << R"({"parts":[{"kind":"data"},{"kind":"x"},{"kind":"image"}]})"_ba << u"▢ image"_s;
+        QTest::newRow("tool call") << u"tool_call"_s << R"({"parts":[{"kind":"tool_call","name":"grep"}]})"_ba
+                                   << u"⚙ grep"_s;
+        QTest::newRow("finding title") << u"Agent.Finding"_s << R"({"title":"Cache"})"_ba << u"⚠ Cache"_s;
+        QTest::newRow("finding neither") << u"agent.finding"_s << R"({"text":"t"})"_ba << u"⚠ Finding"_s;
+        QTest::newRow("task") << u"agent.task.done"_s << R"({"task":"Ship","title":"T"})"_ba << u"☑ Ship"_s;
+        QTest::newRow("artifact filename") << u"artifact.file"_s << R"({"filename":"a.txt"})"_ba << u"▣ a.txt"_s;
+        // Families are prefixes of the whole type, and an artifact's needs its dot.
+        QTest::newRow("bare artifact") << u"artifact"_s << R"({"text":"t"})"_ba << u"t"_s;
+        QTest::newRow("prefix in the middle") << u"x.agent.finding"_s << R"({"text":"t"})"_ba << u"t"_s;
+    }
+
+    void preview()
+    {
+        QFETCH(QString, type);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, expected);
+        QCOMPARE(ContentNormalizer::preview(type, json(content)), expected);
+    }
+
+    void searchText_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("text lowercased") << R"({"text":"Hello ÄÖ"})"_ba << u"hello äö"_s;
+        QTest::newRow("code lang path") << R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})"_ba
+                                        << u"ls -la sh /bin"_s;
+        QTest::newRow("file and image")
+            << R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})"_ba
+            << u"a.pdf application/pdf cat"_s;
+        QTest::newRow("data") << R"({"K":"V"})"_ba << u"{\n    \"k\" : \"v\"\n}"_s;
+        QTest::newRow("text not a string is data") << R"({"text":5})"_ba << u"{\n    \"text\" : 5\n}"_s;
+        QTest::newRow("tool call") << R"({"parts":[{"kind":"tool_call","name":"Grep","args":{"p":"X"}}]})"_ba
+                                   << u"grep {\n    \"p\" : \"x\"\n}"_s;
+        QTest::newRow("tool result") << R"({"parts":[{"kind":"tool_result","result":"Done","error":"Late"}]})"_ba
+                                     << u"{\n    \"value\" : \"done\"\n} late"_s;
+        QTest::newRow("unknown") << R"({"parts":[{"kind":"Blob"}]})"_ba << u"blob {\n    \"kind\" : \"blob\"\n}"_s;
+    }
+
+    void searchText()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, expected);
+        QCOMPARE(ContentNormalizer::searchText(json(content)), expected);
+    }
+
+    // Display formatting. Dates run at a fixed "now" in a fixed zone (UTC+8), so the
+    // results depend on neither the machine's clock nor its zone.
+    void bytes_data()
+    {
+        QTest::addColumn<double>("size");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("truncates") << 1023.9 << u"1023 B"_s;
+        QTest::newRow("one KB") << 1024.0 << u"1.0 KB"_s;
+        QTest::newRow("just under a MB") << 1048575.0 << u"1024.0 KB"_s;
+        QTest::newRow("one MB") << 1048576.0 << u"1.0 MB"_s;
+        QTest::newRow("a gigabyte stays MB") << 1073741824.0 << u"1024.0 MB"_s;
+        QTest::newRow("negative") << -1.0 << u"—"_s;
+        QTest::newRow("not a number") << qQNaN() << u"—"_s;
+    }
+
+    void bytes()
+    {
+        QFETCH(double, size);
+        QFETCH(QString, expected);
+        QCOMPARE(Format::bytes(size), expected);
+        QCOMPARE(Format::bytes(std::nullopt), u"—"_s);
+    }
+
+    void dates_data()
+    {
+        QTest::addColumn<QString>("createdAt");
+        QTest::addColumn<QString>("listTime");
+        QTest::addColumn<QString>("separator");
+        QTest::addColumn<QString>("dayKey");
+        QTest::newRow("earlier today") << u"2024-05-01T01:05:00Z"_s << u"09:05"_s << u"今天"_s << u"2024-5-1"_s;
+        // 23:59 UTC on 30 April is already 1 May in UTC+8.
+        QTest::newRow("UTC yesterday") << u"2024-04-30T23:59:00Z"_s << u"07:59"_s << u"今天"_s << u"2024-5-1"_s;
+        QTest::newRow("yesterday") << u"2024-04-30T10:00:00Z"_s << u"4/30"_s << u"昨天"_s << u"2024-4-30"_s;
+        QTest::newRow("this year") << u"2024-02-03T10:00:00+08:00"_s << u"2/3"_s << u"2月3日"_s << u"2024-2-3"_s;
+        QTest::newRow("earlier year") << u"2023-12-31T10:00:00Z"_s << u"12/31"_s << u"2023年12月31日"_s
+                                      << u"2023-12-31"_s;
+        QTest::newRow("unparseable") << u"soon"_s << QString() << u"soon"_s << u"soon"_s;
+    }
+
+    void dates()
+    {
+        QFETCH(QString, createdAt);
+        QFETCH(QString, listTime);
+        QFETCH(QString, separator);
+        QFETCH(QString, dayKey);
+        // 2024-05-01 15:30 in UTC+8.
+        const QDateTime now(QDate(2024, 5, 1), QTime(15, 30), QTimeZone(8 * 3600));
+        QCOMPARE(Format::listTime(createdAt, now), listTime);
+        QCOMPARE(Format::daySeparator(createdAt, now), separator);
+        QCOMPARE(Format::dayKey(createdAt, now), dayKey);
+    }
+
+    void previews_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<QString>("preview");
+        QTest::addColumn<QString>("oneLine");
+        QTest::newRow("fits") << u"a  b\nc"_s << 6 << u"a  b\nc"_s << u"a b c"_s;
+        QTest::newRow("cut") << u"abcdef"_s << 4 << u"abc…"_s << u"abc…"_s;
+        // An emoji is two UTF-16 units: never keep half of one.
+        QTest::newRow("surrogate pair at the cut") << u"ab😀cd"_s << 4 << u"ab…"_s << u"ab…"_s;
+        QTest::newRow("folded, then fits") << u"a \n\n b"_s << 3 << u"a …"_s << u"a b"_s;
+        QTest::newRow("long whitespace") << QString(500, u' ') + u"tail"_s << 10 << QString(9, u' ') + u"…"_s << u"…"_s;
+    }
+
+    void previews()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, limit);
+        QFETCH(QString, preview);
+        QFETCH(QString, oneLine);
+        QCOMPARE(Format::preview(text, limit), preview);
+        QCOMPARE(Format::oneLine(text, limit), oneLine);
+    }
+
+    // A text that fits is handed back shared, not copied: a 16 MB body must not double.
+    void previewOfAFittingTextSharesIt()
+    {
+        const QString body(1 << 20, u'x');
+        QVERIFY(Format::preview(body, body.size()).constData() == body.constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestModel)
+#include "tst_model.moc"
