@@ -7,6 +7,7 @@
 // account, created when missing. Set QM_SCREENSHOT_DIR to keep the screenshot.
 #include "support/UnixClient.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -158,8 +159,8 @@ private Q_SLOTS:
         QImage shot;
         const QRect card = showMessage(&shot);
         keep(shot, "wayland-sway-focused-output-" + output + ".png");
-        QVERIFY2(qAbs(card.center().x() - (1440 + 720)) <= 2, qPrintable(describe(card)));
-        QVERIFY2(card.top() <= 8 && card.width() < 500 && card.height() < 120, qPrintable(describe(card)));
+        QVERIFY2(qAbs(card.center().x() - (1440 + 720)) <= 2, qPrintable(QDebug::toString(card)));
+        QVERIFY2(card.top() <= 8 && card.width() < 500 && card.height() < 120, qPrintable(QDebug::toString(card)));
 
         // Nothing of ours is a window the compositor manages (tiled, floating or hidden).
         const QJsonObject tree = QJsonDocument::fromJson(swaymsg({ "-t", "get_tree" })).object();
@@ -224,11 +225,6 @@ private:
             },
             15000);
         return card;
-    }
-
-    static QString describe(const QRect &r)
-    {
-        return QStringLiteral("card %1x%2+%3+%4").arg(r.width()).arg(r.height()).arg(r.x()).arg(r.y());
     }
 
     static void keep(const QImage &image, const QString &name)
