@@ -303,7 +303,7 @@ private Q_SLOTS:
         // Focused terminal, urgency mapping on by default: low urgency.
         QVERIFY2(QTest::qWaitFor([&] { return monitor.urgency(0) == 1; }, 5000), monitor.text.constData());
         QTRY_COMPARE_WITH_TIMEOUT(dunst.displayed(), 1, 5000);
-        QVERIFY(app.log().contains("comms-notif: enriched banner from @alice"));
+        QVERIFY2(app.waitFor("comms-notif: enriched banner from @alice"), qPrintable(app.log()));
 
         // The same message again replaces the banner instead of adding one: once another
         // message shows, two are on screen.
@@ -317,7 +317,8 @@ private Q_SLOTS:
         // What dunst does on a middle click: the default action, which opens and marks read.
         run("dunstctl", { "action", "0" });
         QVERIFY2(app.waitFor("menubar: markRead @alice unread=2"), qPrintable(app.log()));
-        QVERIFY(app.log().contains("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"));
+        QVERIFY2(
+            app.waitFor("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"), qPrintable(app.log()));
 
         QProcess::execute("dunstctl", { "set-paused", "true" });
         QVERIFY2(app.waitFor("QuillmoteFocusFilter: enabled, recorded allowBreakthrough=true"), qPrintable(app.log()));
