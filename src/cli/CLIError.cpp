@@ -1,6 +1,6 @@
 #include "cli/CLIError.h"
 
-#include <QTextBoundaryFinder>
+#include "core/Characters.h"
 
 CLIError CLIError::binaryNotFound(const QStringList &tried)
 {
@@ -43,19 +43,10 @@ QString CLIError::description() const
             return trimmed;
         return QStringLiteral("quillmote 退出码 ") + QString::number(m_exitCode) + QStringLiteral("。");
     }
-    case Kind::malformedOutput: {
+    case Kind::malformedOutput:
         // Characters as a reader counts them: a cluster such as an emoji with a modifier,
         // or a carriage return with its line feed, is one.
-        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, m_text);
-        qsizetype cut = 0;
-        for (int chars = 0; chars < 200 && cut < m_text.size(); ++chars) {
-            const qsizetype next = finder.toNextBoundary();
-            if (next < 0)
-                break;
-            cut = next;
-        }
-        return QStringLiteral("无法解析 quillmote 输出：") + m_text.left(cut);
-    }
+        return QStringLiteral("无法解析 quillmote 输出：") + Characters::first(m_text, 200);
     case Kind::spawnFailed:
         return QStringLiteral("无法启动 quillmote：") + m_text;
     }

@@ -4,6 +4,8 @@
 #include "model/Format.h"
 #include "state/AppState.h"
 
+#include <algorithm>
+
 SessionListModel::SessionListModel(AppState *state, QObject *parent)
     : QAbstractListModel(parent)
     , m_state(state)
@@ -38,32 +40,22 @@ void SessionListModel::update()
     // Then each position gets its row: already there, moved up from below, or new.
     for (qsizetype i = 0; i < next.size(); ++i) {
         const QString &peer = next[i].peer;
-        if (i < m_rows.size() && m_rows[i].peer == peer) {
-            if (!(m_rows[i] == next[i])) {
-                m_rows[i] = next[i];
-                Q_EMIT dataChanged(index(int(i)), index(int(i)));
-            }
-            continue;
-        }
-        qsizetype from = -1;
-        for (qsizetype j = i + 1; j < m_rows.size(); ++j) {
-            if (m_rows[j].peer == peer) {
-                from = j;
-                break;
-            }
-        }
-        if (from >= 0) {
-            beginMoveRows({}, int(from), int(from), {}, int(i));
-            m_rows.move(from, i);
-            endMoveRows();
-            if (!(m_rows[i] == next[i])) {
-                m_rows[i] = next[i];
-                Q_EMIT dataChanged(index(int(i)), index(int(i)));
-            }
-        } else {
+        const auto below = std::find_if(
+            m_rows.cbegin() + std::min(i, m_rows.size()), m_rows.cend(), [&](const Row &r) { return r.peer == peer; });
+        if (below == m_rows.cend()) {
             beginInsertRows({}, int(i), int(i));
             m_rows.insert(i, next[i]);
             endInsertRows();
+            continue;
+        }
+        if (const qsizetype from = below - m_rows.cbegin(); from != i) {
+            beginMoveRows({}, int(from), int(from), {}, int(i));
+            m_rows.move(from, i);
+            endMoveRows();
+        }
+        if (!(m_rows[i] == next[i])) {
+            m_rows[i] = next[i];
+            Q_EMIT dataChanged(index(int(i)), index(int(i)));
         }
     }
 }
