@@ -2,6 +2,7 @@
 #include "model/Format.h"
 #include "model/MessageTime.h"
 #include "model/PanelState.h"
+#include "support/Table.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -132,33 +133,7 @@ private Q_SLOTS:
 
     // A wrong scalar refuses the whole document; an array with one bad element is dropped
     // whole and the rest of the document stays.
-    void decodingIsStrict_data()
-    {
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<QString>("decoded"); // "self contacts/pending/messages", "" when refused
-        QTest::newRow("self null") << R"({"self":null})"_ba << u"- 0/0/0"_s;
-        QTest::newRow("self number") << R"({"self":3})"_ba << QString();
-        QTest::newRow("self without fingerprint") << R"({"self":{"handle":"me"}})"_ba << QString();
-        QTest::newRow("handle number") << R"({"handle":7})"_ba << QString();
-        QTest::newRow("top-level array") << R"([{}])"_ba << QString();
-        QTest::newRow("not JSON") << "<html>"_ba << QString();
-        // Numbers out of a double's range never make bad JSON good.
-        QTest::newRow("leading zero") << R"({"messages":[],"x":0123456789012345678901})"_ba << QString();
-        QTest::newRow("dangling exponent") << R"({"messages":[],"x":1e400e})"_ba << QString();
-        QTest::newRow("bare minus") << R"({"messages":[],"x":-,"y":1e400})"_ba << QString();
-        const QByteArray bad = R"({"id":"m2","peer":"b","direction":"in","type":"t","createdAt":"x")";
-        QTest::newRow("good") << documentWithMessages("[" + kMessage + "]") << u"me 1/1/1"_s;
-        QTest::newRow("message without content")
-            << documentWithMessages("[" + kMessage + "," + bad + "}]") << u"me 1/1/0"_s;
-        QTest::newRow("message with a number id") << documentWithMessages(
-            "[" + kMessage + "," + QByteArray(bad).replace(R"("m2")", "2") + R"(,"content":1}])")
-                                                  << u"me 1/1/0"_s;
-        QTest::newRow("message not an object") << documentWithMessages("[" + kMessage + ",5]") << u"me 1/1/0"_s;
-        QTest::newRow("messages not an array") << documentWithMessages(R"({"m1":1})") << u"me 1/1/0"_s;
-        QTest::newRow("messages null") << documentWithMessages("null") << u"me 1/1/0"_s;
-        QTest::newRow("contact without fingerprint")
-            << R"({"contacts":[{"handle":"a","fingerprint":"f"},{"handle":"b"}]})"_ba << u"- 0/0/0"_s;
-    }
+    void decodingIsStrict_data() { Table::load<QByteArray, QString>({ "json", "decoded" }); }
 
     void decodingIsStrict()
     {
@@ -190,21 +165,7 @@ private Q_SLOTS:
                     JSONValue::null(), JSONValue::null(), JSONValue::number(0), JSONValue::string(u"1e400"_s) }));
     }
 
-    void messageTime_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("millis");
-        const double base = 1714557600000.0; // 2024-05-01T10:00:00Z
-        QTest::newRow("without fraction") << u"2024-05-01T10:00:00Z"_s << base;
-        QTest::newRow("milliseconds") << u"2024-05-01T10:00:00.123Z"_s << base + 123;
-        QTest::newRow("microseconds truncate") << u"2024-05-01T10:00:00.123999Z"_s << base + 123;
-        QTest::newRow("offset") << u"2024-05-01T18:00:00+08:00"_s << base;
-        QTest::newRow("before epoch") << u"1969-12-31T23:59:59Z"_s << -1000.0;
-        QTest::newRow("no zone") << u"2024-05-01T10:00:00"_s << 0.0;
-        QTest::newRow("no leap day") << u"2023-02-29T00:00:00Z"_s << 0.0;
-        QTest::newRow("hour 24") << u"2024-05-01T24:00:00Z"_s << 0.0;
-        QTest::newRow("garbage") << u"yesterday"_s << 0.0;
-    }
+    void messageTime_data() { Table::load<QString, double>({ "text", "millis" }); }
 
     void messageTime()
     {
@@ -344,16 +305,7 @@ private Q_SLOTS:
         QVERIFY(parts[7] == ContentPart(UnknownPart { u"Text"_s, json(R"({"kind":"Text","text":"case matters"})") }));
     }
 
-    void sizeFromNumberOrWholeString_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<double>("expected"); // -1: absent
-        QTest::newRow("number") << "2048"_ba << 2048.0;
-        QTest::newRow("string") << R"("1e3")"_ba << 1000.0;
-        QTest::newRow("string with unit") << R"("1024KB")"_ba << -1.0;
-        QTest::newRow("string with a blank") << R"(" 1024")"_ba << -1.0;
-        QTest::newRow("empty string") << R"("")"_ba << -1.0;
-    }
+    void sizeFromNumberOrWholeString_data() { Table::load<QByteArray, double>({ "bytes", "expected" }); }
 
     void sizeFromNumberOrWholeString()
     {
@@ -364,32 +316,7 @@ private Q_SLOTS:
         QCOMPARE(std::get<FilePart>(parts.at(0)).bytes.value_or(-1.0), expected);
     }
 
-    void preview_data()
-    {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("text") << u"text"_s << R"({"text":"Hello"})"_ba << u"Hello"_s;
-        QTest::newRow("data only") << u"text"_s << R"({"a":1})"_ba << u"{ } structured data"_s;
-        // Without usable parts the text is shown (without a text, all is data: see searchText).
-        QTest::newRow("unusable parts") << u"text"_s << R"({"parts":[1,{"kind":3},{}],"text":"T"})"_ba << u"T"_s;
-        QTest::newRow("parts not an array") << u"text"_s << R"({"parts":{"kind":"code"},"text":"T"})"_ba << u"T"_s;
-        QTest::newRow("code without lang")
-            << u"text"_s << R"({"parts":[{"kind":"code","code":"x"}]})"_ba << u"‹› code"_s;
-        QTest::newRow("empty text then code")
-            << u"text"_s << R"({"parts":[{"kind":"text","text":""},{"kind":"code","lang":"py"}]})"_ba << u"‹› py"_s;
-        QTest::newRow("data then unknown then image")
-            << u"text"_s << R"({"parts":[{"kind":"data"},{"kind":"x"},{"kind":"image"}]})"_ba << u"▢ image"_s;
-        QTest::newRow("tool call") << u"tool_call"_s << R"({"parts":[{"kind":"tool_call","name":"grep"}]})"_ba
-                                   << u"⚙ grep"_s;
-        QTest::newRow("finding title") << u"Agent.Finding"_s << R"({"title":"Cache"})"_ba << u"⚠ Cache"_s;
-        QTest::newRow("finding neither") << u"agent.finding"_s << R"({"text":"t"})"_ba << u"⚠ Finding"_s;
-        QTest::newRow("task") << u"agent.task.done"_s << R"({"task":"Ship","title":"T"})"_ba << u"☑ Ship"_s;
-        QTest::newRow("artifact filename") << u"artifact.file"_s << R"({"filename":"a.txt"})"_ba << u"▣ a.txt"_s;
-        // Families are prefixes of the whole type, and an artifact's needs its dot.
-        QTest::newRow("bare artifact") << u"artifact"_s << R"({"text":"t"})"_ba << u"t"_s;
-        QTest::newRow("prefix in the middle") << u"x.agent.finding"_s << R"({"text":"t"})"_ba << u"t"_s;
-    }
+    void preview_data() { Table::load<QString, QByteArray, QString>({ "type", "content", "expected" }); }
 
     void preview()
     {
@@ -399,24 +326,7 @@ private Q_SLOTS:
         QCOMPARE(ContentNormalizer::preview(type, json(content)), expected);
     }
 
-    void searchText_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("text lowercased") << R"({"text":"Hello ÄÖ"})"_ba << u"hello äö"_s;
-        QTest::newRow("code lang path") << R"({"parts":[{"kind":"code","code":"LS -la","lang":"Sh","path":"/Bin"}]})"_ba
-                                        << u"ls -la sh /bin"_s;
-        QTest::newRow("file and image")
-            << R"({"parts":[{"kind":"file","name":"A.PDF","mime":"application/pdf"},{"kind":"image"},{"kind":"image","alt":"Cat"}]})"_ba
-            << u"a.pdf application/pdf cat"_s;
-        QTest::newRow("data") << R"({"K":"V"})"_ba << u"{\n    \"k\" : \"v\"\n}"_s;
-        QTest::newRow("text not a string is data") << R"({"text":5})"_ba << u"{\n    \"text\" : 5\n}"_s;
-        QTest::newRow("tool call") << R"({"parts":[{"kind":"tool_call","name":"Grep","args":{"p":"X"}}]})"_ba
-                                   << u"grep {\n    \"p\" : \"x\"\n}"_s;
-        QTest::newRow("tool result") << R"({"parts":[{"kind":"tool_result","result":"Done","error":"Late"}]})"_ba
-                                     << u"{\n    \"value\" : \"done\"\n} late"_s;
-        QTest::newRow("unknown") << R"({"parts":[{"kind":"Blob"}]})"_ba << u"blob {\n    \"kind\" : \"blob\"\n}"_s;
-    }
+    void searchText_data() { Table::load<QByteArray, QString>({ "content", "expected" }); }
 
     void searchText()
     {
@@ -427,18 +337,7 @@ private Q_SLOTS:
 
     // Display formatting. Dates run at a fixed "now" in a fixed zone (UTC+8), so the
     // results depend on neither the machine's clock nor its zone.
-    void bytes_data()
-    {
-        QTest::addColumn<double>("size");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("truncates") << 1023.9 << u"1023 B"_s;
-        QTest::newRow("one KB") << 1024.0 << u"1.0 KB"_s;
-        QTest::newRow("just under a MB") << 1048575.0 << u"1024.0 KB"_s;
-        QTest::newRow("one MB") << 1048576.0 << u"1.0 MB"_s;
-        QTest::newRow("a gigabyte stays MB") << 1073741824.0 << u"1024.0 MB"_s;
-        QTest::newRow("negative") << -1.0 << u"—"_s;
-        QTest::newRow("not a number") << qQNaN() << u"—"_s;
-    }
+    void bytes_data() { Table::load<double, QString>({ "size", "expected" }); }
 
     void bytes()
     {
@@ -450,18 +349,7 @@ private Q_SLOTS:
 
     void dates_data()
     {
-        QTest::addColumn<QString>("createdAt");
-        QTest::addColumn<QString>("listTime");
-        QTest::addColumn<QString>("separator");
-        QTest::addColumn<QString>("dayKey");
-        QTest::newRow("earlier today") << u"2024-05-01T01:05:00Z"_s << u"09:05"_s << u"今天"_s << u"2024-5-1"_s;
-        // 23:59 UTC on 30 April is already 1 May in UTC+8.
-        QTest::newRow("UTC yesterday") << u"2024-04-30T23:59:00Z"_s << u"07:59"_s << u"今天"_s << u"2024-5-1"_s;
-        QTest::newRow("yesterday") << u"2024-04-30T10:00:00Z"_s << u"4/30"_s << u"昨天"_s << u"2024-4-30"_s;
-        QTest::newRow("this year") << u"2024-02-03T10:00:00+08:00"_s << u"2/3"_s << u"2月3日"_s << u"2024-2-3"_s;
-        QTest::newRow("earlier year") << u"2023-12-31T10:00:00Z"_s << u"12/31"_s << u"2023年12月31日"_s
-                                      << u"2023-12-31"_s;
-        QTest::newRow("unparseable") << u"soon"_s << QString() << u"soon"_s << u"soon"_s;
+        Table::load<QString, QString, QString, QString>({ "createdAt", "listTime", "separator", "dayKey" });
     }
 
     void dates()
@@ -477,19 +365,7 @@ private Q_SLOTS:
         QCOMPARE(Format::dayKey(createdAt, now), dayKey);
     }
 
-    void previews_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<QString>("preview");
-        QTest::addColumn<QString>("oneLine");
-        QTest::newRow("fits") << u"a  b\nc"_s << 6 << u"a  b\nc"_s << u"a b c"_s;
-        QTest::newRow("cut") << u"abcdef"_s << 4 << u"abc…"_s << u"abc…"_s;
-        // An emoji is two UTF-16 units: never keep half of one.
-        QTest::newRow("surrogate pair at the cut") << u"ab😀cd"_s << 4 << u"ab…"_s << u"ab…"_s;
-        QTest::newRow("folded, then fits") << u"a \n\n b"_s << 3 << u"a …"_s << u"a b"_s;
-        QTest::newRow("long whitespace") << QString(500, u' ') + u"tail"_s << 10 << QString(9, u' ') + u"…"_s << u"…"_s;
-    }
+    void previews_data() { Table::load<QString, int, QString, QString>({ "text", "limit", "preview", "oneLine" }); }
 
     void previews()
     {

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QByteArrayList>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+#include <QTest>
+
+#include <array>
+#include <utility>
+
+// Rows of data-driven tests kept as data. tests/data/tables/<executable>.json maps each test
+// function's name to its rows: objects with the row's name under "row" and one member per
+// column. A member that is absent (or null) gives the column's default value.
+namespace Table {
+
+// The rows of the test function whose data is being made.
+QJsonArray currentRows();
+
+// A string is its own text; any other value is its compact JSON.
+QByteArray text(const QJsonValue &v);
+
+template<typename T> T from(const QJsonValue &v);
+template<> inline QString from(const QJsonValue &v)
+{
+    return QString::fromUtf8(text(v));
+}
+template<> inline QByteArray from(const QJsonValue &v)
+{
+    return text(v);
+}
+template<> inline bool from(const QJsonValue &v)
+{
+    return v.toBool();
+}
+template<> inline int from(const QJsonValue &v)
+{
+    return v.toInt();
+}
+// "nan" stands for not-a-number, which JSON cannot write.
+template<> inline double from(const QJsonValue &v)
+{
+    return v.toString() == QLatin1String("nan") ? qQNaN() : v.toDouble();
+}
+template<> inline QStringList from(const QJsonValue &v)
+{
+    return v.toVariant().toStringList();
+}
+template<> inline QByteArrayList from(const QJsonValue &v)
+{
+    QByteArrayList out;
+    for (const QJsonValue &e : v.toArray())
+        out << text(e);
+    return out;
+}
+
+// Declares the columns, of these types, and adds every row of the current test function.
+template<typename... T> void load(const std::array<const char *, sizeof...(T)> &columns)
+{
+    [&]<std::size_t... I>(std::index_sequence<I...>)
+    {
+        (QTest::addColumn<T>(columns[I]), ...);
+        for (const QJsonValue &r : currentRows()) {
+            const QJsonObject row = r.toObject();
+            (QTest::newRow(qPrintable(row[QLatin1String("row")].toString())) << ... << from<T>(row[columns[I]]));
+        }
+    }
+    (std::index_sequence_for<T...> {});
+}
+
+} // namespace Table
