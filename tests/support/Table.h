@@ -15,8 +15,8 @@
 // column. A member that is absent (or null) gives the column's default value.
 namespace Table {
 
-// The rows of the test function whose data is being made.
-QJsonArray currentRows();
+// The rows of the test function whose data function (foo_data for foo) is named.
+QJsonArray currentRows(const char *dataFunction);
 
 // A string is its own text; any other value is its compact JSON.
 QByteArray text(const QJsonValue &v);
@@ -55,13 +55,15 @@ template<> inline QByteArrayList from(const QJsonValue &v)
     return out;
 }
 
-// Declares the columns, of these types, and adds every row of the current test function.
-template<typename... T> void load(const std::array<const char *, sizeof...(T)> &columns)
+// Declares the columns, of these types, and adds every row of the current test function. The
+// caller's name tells which: QTest does not set the current function when it lists the rows.
+template<typename... T>
+void load(const std::array<const char *, sizeof...(T)> &columns, const char *caller = __builtin_FUNCTION())
 {
     [&]<std::size_t... I>(std::index_sequence<I...>)
     {
         (QTest::addColumn<T>(columns[I]), ...);
-        for (const QJsonValue &r : currentRows()) {
+        for (const QJsonValue &r : currentRows(caller)) {
             const QJsonObject row = r.toObject();
             (QTest::newRow(qPrintable(row[QLatin1String("row")].toString())) << ... << from<T>(row[columns[I]]));
         }
