@@ -5,17 +5,21 @@
 #include <QFile>
 #include <QFileInfo>
 
-QJsonArray Table::currentRows()
+QJsonArray Table::currentRows(const char *dataFunction)
 {
+    // "void TestX::foo_data()" → "foo"
+    QByteArray function(dataFunction);
+    function.truncate(function.indexOf('('));
+    function = function.mid(function.lastIndexOf(':') + 1).chopped(5);
     const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
     QFile file(sourceDir() + QStringLiteral("/tests/data/tables/%1.json").arg(name));
     if (!file.open(QIODevice::ReadOnly))
         qFatal("no table %s", qPrintable(file.fileName()));
     QJsonParseError error;
     const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &error);
-    const QJsonValue rows = doc.object().value(QLatin1String(QTest::currentTestFunction()));
+    const QJsonValue rows = doc.object().value(QLatin1String(function));
     if (!rows.isArray())
-        qFatal("%s: no rows for %s (%s)", qPrintable(file.fileName()), QTest::currentTestFunction(),
+        qFatal("%s: no rows for %s (%s)", qPrintable(file.fileName()), function.constData(),
             qPrintable(error.errorString()));
     return rows.toArray();
 }
