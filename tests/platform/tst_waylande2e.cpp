@@ -5,6 +5,7 @@
 // ours in sway's window tree.
 // sway refuses to run as root: as root the test runs sway and the app as an unprivileged
 // account, created when missing. Set QM_SCREENSHOT_DIR to keep the screenshot.
+#include "support/Programs.h"
 #include "support/UnixClient.h"
 
 #include <QDebug>
@@ -158,7 +159,7 @@ private Q_SLOTS:
         QVERIFY2(log("app.log").contains("running on XWayland"), qPrintable(log("app.log")));
         QImage shot;
         const QRect card = showMessage(&shot);
-        keep(shot, "wayland-sway-focused-output-" + output + ".png");
+        keepPicture("wayland-sway-focused-output-" + output + ".png", [&] { return shot; });
         QVERIFY2(qAbs(card.center().x() - (1440 + 720)) <= 2, qPrintable(QDebug::toString(card)));
         QVERIFY2(card.top() <= 8 && card.width() < 500 && card.height() < 120, qPrintable(QDebug::toString(card)));
 
@@ -225,15 +226,6 @@ private:
             },
             15000);
         return card;
-    }
-
-    static void keep(const QImage &image, const QString &name)
-    {
-        const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
-        if (dir.isEmpty())
-            return;
-        QDir().mkpath(dir);
-        QVERIFY(image.save(dir + '/' + name));
     }
 
     // Runs `env <command>`, as the unprivileged account when we are root.
