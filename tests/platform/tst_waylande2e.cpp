@@ -6,6 +6,7 @@
 // sway refuses to run as root: as root the test runs sway and the app as an unprivileged
 // account, created when missing. Set QM_SCREENSHOT_DIR to keep the screenshot.
 #include "support/Programs.h"
+#include "support/TestEnv.h"
 #include "support/UnixClient.h"
 
 #include <QDebug>
@@ -70,16 +71,7 @@ private Q_SLOTS:
         QVERIFY(m_world.isValid());
         QVERIFY(QDir(m_world.path()).mkpath("run"));
         QVERIFY(QDir(m_world.path()).mkpath("home"));
-        QFile config(m_world.filePath("sway.conf"));
-        QVERIFY(config.open(QIODevice::WriteOnly));
-        config.write("xwayland enable\n"
-                     "output HEADLESS-1 mode 1440x900 position 0 0 bg #2f5f8f solid_color\n"
-                     "output HEADLESS-2 mode 1440x900 position 1440 0 bg #2f5f8f solid_color\n"
-                     "default_border none\n"
-                     // A window to focus, kept small and low so it covers nothing at the top.
-                     "for_window [class=\"Xmessage\"] floating enable, resize set 300 100, "
-                     "move position center\n");
-        config.close();
+        QVERIFY(QFile::copy(sourceDir() + "/tests/data/sway.conf", m_world.filePath("sway.conf")));
         QFile::setPermissions(m_world.path(),
             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
         if (::getuid() == 0) {
