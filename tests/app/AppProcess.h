@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/Programs.h"
 #include "support/TestEnv.h"
 
 #include <QDir>
@@ -42,13 +43,7 @@ struct AppProcess {
         proc.setProcessEnvironment(environment(env, extra));
         proc.start(QStringLiteral(QM_APP_BINARY), {});
     }
-    ~AppProcess()
-    {
-        proc.terminate();
-        if (!proc.waitForFinished(5000))
-            proc.kill();
-        proc.waitForFinished(2000);
-    }
+    ~AppProcess() { stopProcess(proc, 5000); }
     QString log()
     {
         seen += QString::fromUtf8(proc.readAllStandardError());

@@ -17,6 +17,7 @@
 #include "platform/SystemTray.h"
 #include "state/AppState.h"
 #include "support/LogCapture.h"
+#include "support/Programs.h"
 #include "support/RequestRecorder.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
@@ -49,19 +50,9 @@ bool serverOnBus()
     return onBus(kService);
 }
 
-// Runs a tool without blocking the event loop (what it asks may live in this process).
-QString run(const QString &program, const QStringList &args)
-{
-    QProcess p;
-    p.start(program, args);
-    if (!QTest::qWaitFor([&] { return p.state() == QProcess::NotRunning; }, 5000))
-        p.kill();
-    return QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError()).trimmed();
-}
-
 QString gdbus(const QStringList &args)
 {
-    return run("gdbus", QStringList { "call", "--session" } + args);
+    return runTool("gdbus", QStringList { "call", "--session" } + args);
 }
 QString watcherProperty(const QString &name)
 {
@@ -86,15 +77,6 @@ int idOfRow(const QString &layout, const QString &label)
     return -1;
 }
 
-void keep(const QImage &image, const QString &name)
-{
-    const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
-    if (dir.isEmpty())
-        return;
-    QDir().mkpath(dir);
-    QVERIFY(image.save(dir + '/' + name));
-}
-
 // A second start of the program with one argument: it hands over and exits.
 QString secondStart(const TestEnv &env, const QString &url, int *exitCode)
 {
@@ -116,12 +98,10 @@ public:
     }
     ~Dunst()
     {
-        proc.terminate();
-        if (!proc.waitForFinished(3000))
-            proc.kill();
+        stopProcess(proc);
         (void)QTest::qWaitFor([] { return !serverOnBus(); }, 3000);
     }
-    int displayed() const { return run("dunstctl", { "count", "displayed" }).toInt(); }
+    int displayed() const { return runTool("dunstctl", { "count", "displayed" }).toInt(); }
     QProcess proc;
     bool up = false;
 };
@@ -162,11 +142,8 @@ struct Panel {
     }
     ~Panel()
     {
-        for (QProcess *p : { &panel, &wm }) {
-            p->terminate();
-            if (!p->waitForFinished(3000))
-                p->kill();
-        }
+        stopProcess(panel);
+        stopProcess(wm);
     }
     QProcess wm;
     QProcess panel;
@@ -315,7 +292,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(dunst.displayed(), 2, 5000);
 
         // What dunst does on a middle click: the default action, which opens and marks read.
-        run("dunstctl", { "action", "0" });
+        runTool("dunstctl", { "action", "0" });
         QVERIFY2(app.waitFor("menubar: markRead @alice unread=2"), qPrintable(app.log()));
         QVERIFY2(
             app.waitFor("url-scheme: open?sender=@alice — legacy wakeup, no-op on receive"), qPrintable(app.log()));
@@ -436,21 +413,15 @@ private Q_SLOTS:
         // The icon the host shows: avatar with badge (full step of the pulse).
         const QImage icon = SystemTray::drawIcon({ "ada lovelace", 3, false });
         QCOMPARE(icon.pixelColor(32, 32).alpha(), 255);
-        keep(icon, "tray-icon-avatar-badge.png");
-        const bool pictures = !qEnvironmentVariableIsEmpty("QM_SCREENSHOT_DIR");
+        keepPicture("tray-icon-avatar-badge.png", [&] { return icon; });
         QScreen *screen = QGuiApplication::primaryScreen();
-        if (pictures) {
-            QTest::qWait(1500); // let the panel draw the newest icon, for the picture only
-            const QImage strip = screen->grabWindow(0, 0, 0, 240, 32).toImage();
-            keep(strip.scaled(strip.size() * 2), "tray-panel.png");
-        }
+        keepPicture( // once the panel has drawn the newest icon
+            "tray-panel.png", [&] { return screen->grabWindow(0, 0, 0, 240, 32).toImage().scaled(480, 64); }, 1500);
 
         app.tray().menu()->popup(QPoint(8, 34));
         QVERIFY(QTest::qWaitForWindowExposed(app.tray().menu()));
-        if (pictures) {
-            QTest::qWait(300);
-            keep(screen->grabWindow(0, 0, 0, 520, 480).toImage(), "tray-menu.png");
-        }
+        keepPicture(
+            "tray-menu.png", [&] { return screen->grabWindow(0, 0, 0, 520, 480).toImage(); }, 300);
         app.tray().menu()->hide();
         // Neither the menu, nor the overlay, nor the banner fetched the title's picture.
         QCOMPARE(web.connections, 0);
@@ -509,15 +480,9 @@ private Q_SLOTS:
         QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call, 60000);
 
         // The user confirms with the pointer (keys would be held back for a moment).
-        QProcess search;
-        search.start("xdotool", { "search", "--sync", "--name", "^Quillmote$" });
-        QVERIFY(QTest::qWaitFor([&] { return search.state() == QProcess::NotRunning; }, 20000));
-        const QString window = QString::fromUtf8(search.readAllStandardOutput()).split('\n').first();
-        QVERIFY2(!window.isEmpty(), qPrintable(app.log()));
-        QProcess geometry;
-        geometry.start("xdotool", { "getwindowgeometry", "--shell", window });
-        QVERIFY(geometry.waitForFinished(5000));
-        const QString shell = QString::fromUtf8(geometry.readAllStandardOutput());
+        const QString window = runTool("xdotool", { "search", "--sync", "--name", "^Quillmote$" }, 20000);
+        QVERIFY2(!window.isEmpty() && !window.contains('\n'), qPrintable(window + app.log()));
+        const QString shell = runTool("xdotool", { "getwindowgeometry", "--shell", window });
         const auto number
             = [&](const QString &key) { return QRegularExpression(key + "=(\\d+)").match(shell).captured(1).toInt(); };
         // "继续" is the last button, in the bottom right corner inside the 20 px margin.

@@ -24,35 +24,6 @@ JSONValue json(const QByteArray &text)
     return *v;
 }
 
-// The same value built through the public constructors from Qt's own parse: an independent
-// way to the expected sorting of keys.
-JSONValue viaQt(const QJsonValue &v)
-{
-    switch (v.type()) {
-    case QJsonValue::Bool:
-        return JSONValue::boolean(v.toBool());
-    case QJsonValue::Double:
-        return JSONValue::number(v.toDouble());
-    case QJsonValue::String:
-        return JSONValue::string(v.toString());
-    case QJsonValue::Array: {
-        JSONValue::Array elements;
-        for (const QJsonValue &e : v.toArray())
-            elements.push_back(viaQt(e));
-        return JSONValue::array(std::move(elements));
-    }
-    case QJsonValue::Object: {
-        JSONValue::Object members;
-        const QJsonObject o = v.toObject();
-        for (auto it = o.begin(); it != o.end(); ++it)
-            members.emplace_back(it.key(), viaQt(it.value()));
-        return JSONValue::object(std::move(members));
-    }
-    default:
-        return JSONValue::null();
-    }
-}
-
 QStringList keys(const JSONValue &object)
 {
     QStringList out;
@@ -175,7 +146,7 @@ private Q_SLOTS:
     }
 
     // JSON values: what the document's message content decodes to.
-    void decodesLikeTheConstructors_data()
+    void decodesAsQtDoes_data()
     {
         QTest::addColumn<QByteArray>("text");
         QTest::newRow("nested") << R"({"b":1,"a":[true,null,{"z":"x","y":[]}],"c":{}})"_ba;
@@ -197,16 +168,13 @@ private Q_SLOTS:
         QTest::newRow("many shapes") << shapes + "]";
     }
 
-    void decodesLikeTheConstructors()
+    void decodesAsQtDoes()
     {
         QFETCH(QByteArray, text);
         const JSONValue decoded = json(text);
-        const QJsonDocument doc = QJsonDocument::fromJson(text);
-        QVERIFY(decoded == viaQt(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object())));
+        // Qt's parse of the same text, written back: the same values, keys in the same (UTF-16) order.
+        QCOMPARE(decoded.toJson(), QJsonDocument::fromJson(text).toJson(QJsonDocument::Compact));
         if (decoded.isObject()) {
-            QStringList sorted = keys(decoded);
-            std::sort(sorted.begin(), sorted.end());
-            QCOMPARE(keys(decoded), sorted);
             for (const auto &member : decoded.members())
                 QCOMPARE(decoded.find(member.first), &member.second);
         }

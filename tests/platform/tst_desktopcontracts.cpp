@@ -5,6 +5,7 @@
 #include "platform/KRunnerBridge.h"
 #include "platform/SessionPlatform.h"
 #include "platform/XdgAutostart.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 #include "ui/PreferencesModel.h"
 
@@ -16,21 +17,7 @@ class TestDesktopContracts : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void choosePlatform_data()
-    {
-        QTest::addColumn<QStringList>("vars");
-        QTest::addColumn<QByteArray>("platform");
-        QTest::newRow("X11") << QStringList { "DISPLAY=:1" } << QByteArray();
-        QTest::newRow("Wayland with XWayland")
-            << QStringList { "DISPLAY=:1", "WAYLAND_DISPLAY=wayland-0" } << QByteArray("xcb");
-        QTest::newRow("Wayland session type with XWayland")
-            << QStringList { "DISPLAY=:1", "XDG_SESSION_TYPE=wayland" } << QByteArray("xcb");
-        QTest::newRow("Wayland without XWayland") << QStringList { "WAYLAND_DISPLAY=wayland-0" } << QByteArray();
-        QTest::newRow("the user's choice wins")
-            << QStringList { "DISPLAY=:1", "WAYLAND_DISPLAY=wayland-0", "QT_QPA_PLATFORM=wayland" } << QByteArray();
-        QTest::newRow("no display") << QStringList {} << QByteArray("offscreen");
-        QTest::newRow("no display, the user's choice wins") << QStringList { "QT_QPA_PLATFORM=vnc" } << QByteArray();
-    }
+    void choosePlatform_data() { Table::load<QStringList, QByteArray>({ "vars", "platform" }); }
     void choosePlatform()
     {
         QFETCH(QStringList, vars);
@@ -75,25 +62,12 @@ private Q_SLOTS:
         QCOMPARE(XdgAutostart::atLaunch(exe).kind, O::removedByUser);
     }
 
-    void respectsTheUsersChoice_data()
-    {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("why");
-        using S = XdgAutostart::Status;
-        QTest::newRow("hidden") << QByteArray("[Desktop Entry]\nExec=x\nHidden=true\n") << int(S::turnedOffByUser)
-                                << "Hidden=true";
-        QTest::newRow("gnome switch off") << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n")
-                                          << int(S::turnedOffByUser) << "X-GNOME-Autostart-enabled=false";
-        QTest::newRow("hidden=false is on") << QByteArray("[Desktop Entry]\nHidden=false\n") << int(S::enabled) << "";
-        QTest::newRow("key in another group")
-            << QByteArray("[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n") << int(S::enabled) << "";
-    }
+    // `why` names the key that turned the entry off; none: the entry is on.
+    void respectsTheUsersChoice_data() { Table::load<QByteArray, QString>({ "entry", "why" }); }
 
     void respectsTheUsersChoice()
     {
         QFETCH(QByteArray, entry);
-        QFETCH(int, status);
         QFETCH(QString, why);
         TestEnv env;
         QVERIFY(QDir().mkpath(env.configHome() + "/autostart"));
@@ -102,7 +76,8 @@ private Q_SLOTS:
         f.write(entry);
         f.close();
         QString reason;
-        QCOMPARE(int(XdgAutostart::status(&reason)), status);
+        QCOMPARE(XdgAutostart::status(&reason),
+            why.isEmpty() ? XdgAutostart::Status::enabled : XdgAutostart::Status::turnedOffByUser);
         QCOMPARE(reason, why);
         // Start-up leaves the entry as it is, whether the user turned it off or not.
         const XdgAutostart::LaunchOutcome outcome = XdgAutostart::atLaunch("/usr/bin/quillmote-notifier");
@@ -112,21 +87,10 @@ private Q_SLOTS:
         QCOMPARE(f.readAll(), entry);
     }
 
+    // No firstId: no match.
     void phrasesOfferTheirShortcut_data()
     {
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("firstId"); // empty: no match
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char *query, const char *firstId, int type, const char *text) {
-            QTest::newRow(query) << QString(query) << QString(firstId) << type << QString(text);
-        };
-        row("用 Quillmote 发", "SendMessageIntent\n", 30, "发送消息");
-        row("用 quillmote 发消息 alice 晚上 见", "SendMessageIntent\nalice 晚上 见", 100, "发送消息：alice 晚上 见");
-        row("MY QUILLMOTE FRIENDS", "FriendsIntent\n", 100, "我的好友");
-        row("reply with quillmotex", "", 0, ""); // the phrase run into a word
-        row("用 ", "", 0, "");
-        row("firefox", "", 0, "");
+        Table::load<QString, QString, int, QString>({ "query", "firstId", "type", "text" });
     }
 
     void phrasesOfferTheirShortcut()
@@ -146,38 +110,21 @@ private Q_SLOTS:
 
     void readsTheFormsOfTheScheme_data()
     {
-        QTest::addColumn<QString>("url");
-        QTest::addColumn<DeepLink::Kind>("kind");
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<QString>("log");
-        const auto row = [](const char *url, DeepLink::Kind kind, const char *target, const char *log) {
-            QTest::newRow(url) << QString(url) << kind << QString(target) << QString(log);
-        };
-        using K = DeepLink::Kind;
-        const char *ignored = "url-scheme: ignoring non-quillmote URL";
-        row("quillmote://conversation/alice", K::conversation, "alice",
-            "url-scheme: deep-link → opened + selected @alice");
-        row("quillmote://CONVERSATION//bob/extra", K::conversation, "bob",
-            "url-scheme: deep-link → opened + selected @bob");
-        row("quillmote://open?sender=s&conversation=c", K::conversation, "c",
-            "url-scheme: deep-link → opened + selected @c");
-        row("quillmote://open?conversation=&sender=y", K::legacyWakeup, "y",
-            "url-scheme: open?sender=@y — legacy wakeup, no-op on receive");
-        row("quillmote://conversation/", K::noTarget, "",
-            "url-scheme: no conversation target in quillmote://conversation/");
-        row("https://conversation/alice", K::notQuillmote, "", ignored);
-        row("QUILLMOTE://conversation/alice", K::notQuillmote, "", ignored);
+        Table::load<QString, QString, QString, QString>({ "url", "kind", "target", "log" });
     }
 
     void readsTheFormsOfTheScheme()
     {
         QFETCH(QString, url);
-        QFETCH(DeepLink::Kind, kind);
+        QFETCH(QString, kind);
         QFETCH(QString, target);
         QFETCH(QString, log);
         const QUrl u(url);
         const DeepLink link = DeepLink::parse(url);
-        QCOMPARE(link.kind, kind);
+        using K = DeepLink::Kind;
+        const QMap<QString, K> kinds { { "notQuillmote", K::notQuillmote }, { "conversation", K::conversation },
+            { "legacyWakeup", K::legacyWakeup }, { "noTarget", K::noTarget } };
+        QCOMPARE(link.kind, kinds.value(kind, K(-1)));
         QCOMPARE(link.target, target);
         QCOMPARE(link.logLine(u), log);
     }

@@ -6,6 +6,7 @@
 #include "platform/NotchOverlayWindow.h"
 #include "platform/NotchPlatform.h"
 #include "support/LogCapture.h"
+#include "support/Programs.h"
 #include "support/RequestRecorder.h"
 #include "support/TestEnv.h"
 #include "ui/QmlViews.h"
@@ -86,7 +87,7 @@ private Q_SLOTS:
         QVERIFY2(qAbs(g.center().x() - 720) <= 1, qPrintable(QString::number(g.center().x())));
         QVERIFY(QGuiApplication::focusWindow() != view());
         // Out of the taskbar: the window manager never sees it.
-        const QString info = run("xwininfo", { "-id", QString::number(view()->winId()) });
+        const QString info = runTool("xwininfo", { "-id", QString::number(view()->winId()) });
         QVERIFY2(info.contains(QStringLiteral("Override Redirect State: yes")), qPrintable(info));
         // No sound device here: the chime's failure is logged once and changes nothing else.
         QVERIFY(log.contains(QStringLiteral("notch: arrival sound failed")));
@@ -182,8 +183,7 @@ private:
     void clickItem(const char *name);
     bool settled() const;
     void capture(const QString &name);
-    QString run(const QString &program, const QStringList &args);
-    void xdotool(const QStringList &args) { run("xdotool", args); }
+    void xdotool(const QStringList &args) { runTool("xdotool", args); }
 
     std::unique_ptr<TestEnv> m_env;
     std::unique_ptr<SocketServer> m_server;
@@ -212,19 +212,9 @@ bool TestNotchOverlay::hoverToExpand()
 
 void TestNotchOverlay::stopSim()
 {
-    if (!m_sim)
-        return;
-    m_sim->terminate();
-    m_sim->waitForFinished(3000);
+    if (m_sim)
+        stopProcess(*m_sim);
     m_sim.reset();
-}
-
-QString TestNotchOverlay::run(const QString &program, const QStringList &args)
-{
-    QProcess p;
-    p.start(program, args);
-    p.waitForFinished(5000);
-    return QString::fromUtf8(p.readAllStandardOutput());
 }
 
 QQuickView *TestNotchOverlay::view() const
@@ -274,12 +264,8 @@ bool TestNotchOverlay::settled() const
 
 void TestNotchOverlay::capture(const QString &name)
 {
-    const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
-    if (dir.isEmpty())
-        return;
-    QTest::qWait(250); // the last frame of the animation, for the picture only
-    QDir().mkpath(dir);
-    QVERIFY(view()->grabWindow().save(dir + QLatin1Char('/') + name));
+    keepPicture(
+        name, [this] { return view()->grabWindow(); }, 250);
 }
 
 QTEST_MAIN(TestNotchOverlay)

@@ -5,6 +5,8 @@
 // ours in sway's window tree.
 // sway refuses to run as root: as root the test runs sway and the app as an unprivileged
 // account, created when missing. Set QM_SCREENSHOT_DIR to keep the screenshot.
+#include "support/Programs.h"
+#include "support/TestEnv.h"
 #include "support/UnixClient.h"
 
 #include <QDebug>
@@ -69,16 +71,7 @@ private Q_SLOTS:
         QVERIFY(m_world.isValid());
         QVERIFY(QDir(m_world.path()).mkpath("run"));
         QVERIFY(QDir(m_world.path()).mkpath("home"));
-        QFile config(m_world.filePath("sway.conf"));
-        QVERIFY(config.open(QIODevice::WriteOnly));
-        config.write("xwayland enable\n"
-                     "output HEADLESS-1 mode 1440x900 position 0 0 bg #2f5f8f solid_color\n"
-                     "output HEADLESS-2 mode 1440x900 position 1440 0 bg #2f5f8f solid_color\n"
-                     "default_border none\n"
-                     // A window to focus, kept small and low so it covers nothing at the top.
-                     "for_window [class=\"Xmessage\"] floating enable, resize set 300 100, "
-                     "move position center\n");
-        config.close();
+        QVERIFY(QFile::copy(sourceDir() + "/tests/data/sway.conf", m_world.filePath("sway.conf")));
         QFile::setPermissions(m_world.path(),
             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
         if (::getuid() == 0) {
@@ -158,7 +151,7 @@ private Q_SLOTS:
         QVERIFY2(log("app.log").contains("running on XWayland"), qPrintable(log("app.log")));
         QImage shot;
         const QRect card = showMessage(&shot);
-        keep(shot, "wayland-sway-focused-output-" + output + ".png");
+        keepPicture("wayland-sway-focused-output-" + output + ".png", [&] { return shot; });
         QVERIFY2(qAbs(card.center().x() - (1440 + 720)) <= 2, qPrintable(QDebug::toString(card)));
         QVERIFY2(card.top() <= 8 && card.width() < 500 && card.height() < 120, qPrintable(QDebug::toString(card)));
 
@@ -225,15 +218,6 @@ private:
             },
             15000);
         return card;
-    }
-
-    static void keep(const QImage &image, const QString &name)
-    {
-        const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
-        if (dir.isEmpty())
-            return;
-        QDir().mkpath(dir);
-        QVERIFY(image.save(dir + '/' + name));
     }
 
     // Runs `env <command>`, as the unprivileged account when we are root.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/Programs.h"
 #include "support/TestEnv.h"
 
 #include <QProcess>
@@ -22,13 +23,7 @@ class SimWeb
 {
 public:
     SimWeb() = default;
-    ~SimWeb()
-    {
-        m_process.terminate();
-        if (!m_process.waitForFinished(3000))
-            m_process.kill();
-        m_process.waitForFinished(3000);
-    }
+    ~SimWeb() { stopProcess(m_process); }
     SimWeb(const SimWeb &) = delete;
     SimWeb &operator=(const SimWeb &) = delete;
 

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <array>
+#include <source_location>
 #include <utility>
 
 // Rows of data-driven tests kept as data. tests/data/tables/<executable>.json maps each test
@@ -15,7 +16,8 @@
 // column. A member that is absent (or null) gives the column's default value.
 namespace Table {
 
-// The rows of the test function whose data function (foo_data for foo) is named.
+// The rows of the test function whose data `dataFunction` (its signature) makes. Under
+// -datatags QtTest names no current test function, so the caller's own name says which.
 QJsonArray currentRows(const char *dataFunction);
 
 // A string is its own text; any other value is its compact JSON.
@@ -55,15 +57,15 @@ template<> inline QByteArrayList from(const QJsonValue &v)
     return out;
 }
 
-// Declares the columns, of these types, and adds every row of the current test function. The
-// caller's name tells which: QTest does not set the current function when it lists the rows.
+// Declares the columns, of these types, and adds every row of the current test function.
 template<typename... T>
-void load(const std::array<const char *, sizeof...(T)> &columns, const char *caller = __builtin_FUNCTION())
+void load(const std::array<const char *, sizeof...(T)> &columns,
+    const std::source_location &where = std::source_location::current())
 {
     [&]<std::size_t... I>(std::index_sequence<I...>)
     {
         (QTest::addColumn<T>(columns[I]), ...);
-        for (const QJsonValue &r : currentRows(caller)) {
+        for (const QJsonValue &r : currentRows(where.function_name())) {
             const QJsonObject row = r.toObject();
             (QTest::newRow(qPrintable(row[QLatin1String("row")].toString())) << ... << from<T>(row[columns[I]]));
         }

@@ -6,6 +6,7 @@
 #include "state/SessionListModel.h"
 #include "state/StateClient.h"
 #include "support/LogCapture.h"
+#include "support/Programs.h"
 #include "support/RequestRecorder.h"
 #include "support/SimWeb.h"
 #include "support/TestEnv.h"
@@ -32,15 +33,8 @@ using namespace Qt::StringLiterals;
 namespace {
 void saveShot(QQuickWindow *window, const QString &name)
 {
-    // Kept only on request (QM_SCREENSHOT_DIR=docs/screenshots refreshes the committed ones).
-    const QString dir = qEnvironmentVariable("QM_SCREENSHOT_DIR");
-    if (dir.isEmpty())
-        return;
-    QTest::qWait(400); // asynchronous images and the first layout, for the picture only
-    const QImage shot = window->grabWindow();
-    QVERIFY(!shot.isNull());
-    QDir().mkpath(dir);
-    QVERIFY(shot.save(dir + QLatin1Char('/') + name));
+    keepPicture(
+        name, [window] { return window->grabWindow(); }, 400);
 }
 
 // Items made by repeaters and loaders hang in the item tree only. With a text, only a
