@@ -8,6 +8,7 @@
 #include "state/UnreadTracker.h"
 #include "support/LogCapture.h"
 #include "support/SimWeb.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 #include "ui/ConversationModel.h"
 #include "ui/MainViewModel.h"
@@ -170,16 +171,7 @@ private Q_SLOTS:
         QCOMPARE(fresh.preview("bob"), "hi");
     }
 
-    void filtering_data()
-    {
-        QTest::addColumn<QString>("search");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("empty") << "" << QStringList({ "amy", "bob", "dave", "carol" });
-        QTest::newRow("peer, any case, trimmed") << "  CAR " << QStringList({ "carol" });
-        QTest::newRow("preview") << "morn" << QStringList({ "bob" });
-        QTest::newRow("code in an older message") << "NEEDLE" << QStringList({ "amy" });
-        QTest::newRow("across two messages matches nothing") << "hi\x1fmorning" << QStringList();
-    }
+    void filtering_data() { Table::load<QString, QStringList>({ "search", "expected" }); }
 
     void filtering()
     {
@@ -212,12 +204,8 @@ private Q_SLOTS:
         QCOMPARE(filtered.count(), 1);
     }
 
-    void selectionSurvivesNewStates_data()
-    {
-        QTest::addColumn<QString>("selected"); // "" for the profile
-        QTest::newRow("unknown peer, as a deep link names it") << "zed";
-        QTest::newRow("profile") << "";
-    }
+    // "" selects the profile.
+    void selectionSurvivesNewStates_data() { Table::load<QString>({ "selected" }); }
 
     void selectionSurvivesNewStates()
     {
@@ -449,19 +437,7 @@ private Q_SLOTS:
         QCOMPARE(tracker.lastReadMillis().size(), marks);
     }
 
-    void eventLines_data()
-    {
-        QTest::addColumn<QByteArrayList>("chunks");
-        QTest::addColumn<int>("changed");
-        QTest::newRow("carriage return and line feed") << QByteArrayList { "event: changed\r\n" } << 1;
-        QTest::newRow("no blank after the colon") << QByteArrayList { "event:changed\n" } << 1;
-        QTest::newRow("blanks around the line") << QByteArrayList { "  event: changed \t\n" } << 1;
-        QTest::newRow("payload, comments, other events, other case")
-            << QByteArrayList { ": keep-alive\n\nevent: other\ndata: event: changed\nevent: Changed\n" } << 0;
-        QTest::newRow("two in one chunk, then a partial one")
-            << QByteArrayList { "event: changed\ndata: {}\n\nevent: changed\n\nevent: ch" } << 2;
-        QTest::newRow("split across chunks") << QByteArrayList { "event: chan", "ged", "\ndata: {}\n\n" } << 1;
-    }
+    void eventLines_data() { Table::load<QByteArrayList, int>({ "chunks", "changed" }); }
 
     void eventLines()
     {
