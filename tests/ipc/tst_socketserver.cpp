@@ -1,6 +1,7 @@
 #include "ipc/Frames.h"
 #include "ipc/SocketServer.h"
 #include "support/LogCapture.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 #include "support/UnixClient.h"
 
@@ -47,22 +48,8 @@ class TestSocketServer : public QObject
     Q_OBJECT
 private Q_SLOTS:
     // null is absent, not false; unknown keys are the tool's business.
-    void decodesNotify_data()
-    {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<QString>("fields"); // sender|title|body|msgId|focused|hasCode|codeText, "" if refused
-        QTest::newRow("minimal") << R"({"type":"notify","sender":"a","body":"hi","focused":null,"x":[1]})"_ba
-                                 << u"a|-|hi|-|-|-|-"_s;
-        QTest::newRow("full")
-            << R"({"type":"notify","sender":"bob","title":"T","body":"多行\n正文","msgId":"m1","focused":false,"hasCode":true,"codeText":"ls"})"_ba
-            << u"bob|T|多行\n正文|m1|false|true|ls"_s;
-        QTest::newRow("no body") << R"({"type":"notify","sender":"a"})"_ba << QString();
-        QTest::newRow("number sender") << R"({"type":"notify","sender":1,"body":"x"})"_ba << QString();
-        QTest::newRow("string focused") << R"({"type":"notify","sender":"a","body":"x","focused":"true"})"_ba
-                                        << QString();
-        QTest::newRow("missing type") << R"({"sender":"a","body":"x"})"_ba << QString();
-        QTest::newRow("garbage") << "garbage"_ba << QString();
-    }
+    // fields: sender|title|body|msgId|focused|hasCode|codeText, "" if refused.
+    void decodesNotify_data() { Table::load<QByteArray, QString>({ "line", "fields" }); }
 
     void decodesNotify()
     {
@@ -77,21 +64,20 @@ private Q_SLOTS:
         QCOMPARE(got.join(u'|'), fields);
     }
 
+    // The slash is escaped as the tool's encoder does; non-ASCII is raw UTF-8; controls are escaped.
     void encodesRepliesAndFillsByteForByte_data()
     {
-        QTest::addColumn<QByteArray>("encoded");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("reply, no msgId") << Frames::encode(ReplyFrame { u"a"_s, u"ok"_s, {} })
-                                         << R"({"type":"reply","sender":"a","text":"ok"})"_ba;
-        // Slash escaped as the tool's encoder does; non-ASCII raw UTF-8; controls escaped.
-        QTest::newRow("escaping") << Frames::encode(FillFrame { u"a/b \"q\" \\ \n\t中文\x01"_s, {} })
-                                  << "{\"type\":\"fill\",\"text\":\"a\\/b \\\"q\\\" \\\\ \\n\\t中文\\u0001\"}"_ba;
+        Table::load<QString, QString, QString, QByteArray>({ "frame", "sender", "text", "expected" });
     }
 
     void encodesRepliesAndFillsByteForByte()
     {
-        QFETCH(QByteArray, encoded);
+        QFETCH(QString, frame);
+        QFETCH(QString, sender);
+        QFETCH(QString, text);
         QFETCH(QByteArray, expected);
+        const QByteArray encoded = frame == u"reply" ? Frames::encode(ReplyFrame { sender, text, {} })
+                                                     : Frames::encode(FillFrame { text, {} });
         QCOMPARE(encoded, expected);
         QVERIFY(!encoded.contains('\n')); // a frame is always one line
     }
