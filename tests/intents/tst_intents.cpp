@@ -13,6 +13,7 @@
 #include "intents/IntentsService.h"
 #include "intents/QuillmoteFocusFilter.h"
 #include "support/LogCapture.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 
 #include <QDir>
@@ -28,8 +29,6 @@ using namespace Qt::StringLiterals;
 using Values = QVariantMap;
 using Kind = EntityQueries::Kind;
 using SettingsStore::Key;
-
-Q_DECLARE_METATYPE(bool (*)(const QJsonDocument &))
 
 namespace {
 
@@ -162,19 +161,7 @@ private Q_SLOTS:
         QCOMPARE(asked, confirmation.isEmpty() ? QStringList {} : QStringList { confirmation });
     }
 
-    void emptyAnswersHaveTheirOwnSentence_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("dialog");
-        QTest::newRow("inbox") << u"ListInboxIntent"_s << u"收件箱为空。"_s;
-        QTest::newRow("friends") << u"FriendsIntent"_s << u"你还没有好友。用「发起好友申请」添加一位。"_s;
-        QTest::newRow("requests") << u"RequestsIntent"_s << u"没有待处理的好友申请。"_s;
-        QTest::newRow("contacts") << u"ContactsIntent"_s << u"还没有联系人。"_s;
-        QTest::newRow("shares") << u"SharesIntent"_s << u"还没有分享。"_s;
-        QTest::newRow("devices") << u"DevicesIntent"_s << u"还没有配对的设备。"_s;
-        QTest::newRow("doctor, not ok") << u"DoctorIntent"_s
-                                        << u"体检发现问题，建议在终端跑 quillmote doctor 查看详情。"_s;
-    }
+    void emptyAnswersHaveTheirOwnSentence_data() { Table::load<QString, QString>({ "name", "dialog" }); }
 
     void emptyAnswersHaveTheirOwnSentence()
     {
@@ -311,14 +298,7 @@ private Q_SLOTS:
         QVERIFY(!SettingsStore::value("quillmote.focusFilter.allowBreakthrough"));
     }
 
-    void levelFollowsTheFailureWords_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("level");
-        QTest::newRow("upper case") << u"Authorization DENIED"_s << u"error"_s;
-        QTest::newRow("error inside a word") << u"terrors ahead"_s << u"error"_s;
-        QTest::newRow("not a failure word") << u"fail fast"_s << u"info"_s;
-    }
+    void levelFollowsTheFailureWords_data() { Table::load<QString, QString>({ "text", "level" }); }
 
     void levelFollowsTheFailureWords()
     {
@@ -381,14 +361,8 @@ private Q_SLOTS:
         QVERIFY(!SettingsStore::flag(Key::biometricGate)); // gone from the file: the default again
     }
 
-    void failedResolutionListsEveryPlaceTried_data()
-    {
-        QTest::addColumn<QString>("bin"); // "" = set but empty, "noexec" = a plain file
-        QTest::addColumn<bool>("nodeOnPath");
-        QTest::newRow("non-executable bin, empty PATH") << u"noexec"_s << false;
-        QTest::newRow("empty bin is unset") << QString() << false;
-        QTest::newRow("node but no script anywhere") << u"noexec"_s << true;
-    }
+    // bin: "" is set but empty, "noexec" a plain file.
+    void failedResolutionListsEveryPlaceTried_data() { Table::load<QString, bool>({ "bin", "nodeOnPath" }); }
 
     void failedResolutionListsEveryPlaceTried()
     {
@@ -436,18 +410,8 @@ private Q_SLOTS:
         QVERIFY(CLIRunner::resolveInvocation());
     }
 
-    void resolvesInOrder_data()
-    {
-        QTest::addColumn<QString>("path"); // relative to the test root
-        QTest::addColumn<QStringList>("expected"); // likewise
-        QTest::addColumn<QString>("how");
-        QTest::newRow("QUILLMOTE_BIN before PATH")
-            << u"b"_s << QStringList { "bin/quillmote" } << u"via QUILLMOTE_BIN"_s;
-        QTest::newRow("PATH in order, skipping folders named quillmote")
-            << u"::a:b:c"_s << QStringList { "b/quillmote" } << u"on PATH"_s;
-        QTest::newRow("node fallback with the first script that exists")
-            << u"a:n"_s << QStringList { "n/node", kScript } << u"via node fallback"_s;
-    }
+    // PATH and the expected invocation are relative to the test root.
+    void resolvesInOrder_data() { Table::load<QString, QStringList, QString>({ "path", "expected", "how" }); }
 
     void resolvesInOrder()
     {
@@ -479,33 +443,15 @@ private Q_SLOTS:
         QCOMPARE(log.find(u"cli: resolved"_s).toString(), "info intents cli: resolved " + how + u' ' + expected.last());
     }
 
+    // friends when it decodes, the description when it does not.
     void decodesTheAnswer_data()
     {
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("out");
-        QTest::addColumn<QString>("err");
-        QTest::addColumn<QStringList>("friends"); // when it decodes
-        QTest::addColumn<QString>("description"); // when it does not
-
-        const QStringList none;
-        QTest::newRow("progress, then the answer") << 0 << u"› contacting relay…\n› done\n{\"friends\":[\"a\"]}\n"_s
-                                                   << QString() << QStringList { "a" } << QString();
-        QTest::newRow("two answers: the last wins") << 0 << u"{\"friends\":[\"a\"]}\n{\"friends\":[\"b\"]}\n"_s
-                                                    << QString() << QStringList { "b" } << QString();
-        QTest::newRow("pretty over several lines")
-            << 0 << u"{\n  \"friends\": [\n    \"a\"\n  ]\n}\n"_s << QString() << QStringList { "a" } << QString();
-        QTest::newRow("blanks and tabs around the line")
-            << 0 << u"noise\n \t{\"friends\":[]}\t \r\n\n"_s << QString() << QStringList {} << QString();
-        QTest::newRow("last line of another shape is skipped")
-            << 0 << u"{\"friends\":[\"a\"]}\n{\"other\":1}\n"_s << QString() << QStringList { "a" } << QString();
-        QTest::newRow("exit 3, empty stderr")
-            << 3 << u"{\"friends\":[]}"_s << QString() << none << u"quillmote 退出码 3。"_s;
-        QTest::newRow("exit 1, a word between blanks") << 1 << QString() << u"  \t nope \n"_s << none << u"nope"_s;
-        QTest::newRow("not JSON") << 0 << u"  hello\n"_s << QString() << none
-                                  << u"无法解析 quillmote 输出：  hello\n"_s;
+        Table::load<int, QString, QString, QStringList, QString>(
+            { "exitCode", "out", "err", "friends", "description" });
         // Cut to 200 characters, not code units.
         const QString text = u"x"_s + QString(u"😀"_s).repeated(300);
-        QTest::newRow("long output") << 0 << text << QString() << none << "无法解析 quillmote 输出：" + text.left(399);
+        QTest::newRow("long output") << 0 << text << QString() << QStringList()
+                                     << "无法解析 quillmote 输出：" + text.left(399);
     }
 
     void decodesTheAnswer()
@@ -566,37 +512,21 @@ private Q_SLOTS:
     }
 
     // Each answer record: required members, optional ones, extra keys, types.
-    void responsesCheckTheirFields_data()
-    {
-        QTest::addColumn<Decodes>("decoder");
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<bool>("decodes");
-        QTest::newRow("friends with a number") << &decodes<FriendsResponse> << R"({"friends": ["a", 3]})"_ba << false;
-        QTest::newRow("requests, extra keys ignored")
-            << &decodes<RequestsResponse> << R"({"requests": ["x"], "n": 1})"_ba << true;
-        QTest::newRow("claim ok alone") << &decodes<ClaimResponse> << R"({"ok": true})"_ba << true;
-        QTest::newRow("claim ok as text") << &decodes<ClaimResponse> << R"({"ok": "true"})"_ba << false;
-        QTest::newRow("share without url") << &decodes<ShareResponse> << R"({"id": "s", "code": "c"})"_ba << false;
-        QTest::newRow("whois handle only") << &decodes<WhoisResponse> << R"({"handle": "h"})"_ba << true;
-        QTest::newRow("doctor ignores details")
-            << &decodes<DoctorReport> << R"({"ok": false, "checks": [1, 2]})"_ba << true;
-        QTest::newRow("contacts entry without handle")
-            << &decodes<ContactsResponse> << R"({"contacts": [{"online": true}]})"_ba << false;
-        QTest::newRow("contacts online as text")
-            << &decodes<ContactsResponse> << R"({"contacts": [{"handle": "a", "online": "yes"}]})"_ba << false;
-        QTest::newRow("inbox not an array") << &decodes<InboxResponse> << R"({"items": []})"_ba << false;
-        QTest::newRow("inbox content not an object")
-            << &decodes<InboxResponse> << R"([{"sender": {"handle": "a"}, "message": {"content": "hi"}}])"_ba << false;
-    }
+    void responsesCheckTheirFields_data() { Table::load<QString, QByteArray, bool>({ "decoder", "json", "decodes" }); }
 
     void responsesCheckTheirFields()
     {
-        QFETCH(Decodes, decoder);
+        QFETCH(QString, decoder);
         QFETCH(QByteArray, json);
         QFETCH(bool, decodes);
+        static const QMap<QString, Decodes> decoders { { "FriendsResponse", &::decodes<FriendsResponse> },
+            { "RequestsResponse", &::decodes<RequestsResponse> }, { "ClaimResponse", &::decodes<ClaimResponse> },
+            { "ShareResponse", &::decodes<ShareResponse> }, { "WhoisResponse", &::decodes<WhoisResponse> },
+            { "DoctorReport", &::decodes<DoctorReport> }, { "ContactsResponse", &::decodes<ContactsResponse> },
+            { "InboxResponse", &::decodes<InboxResponse> } };
         const QJsonDocument doc = QJsonDocument::fromJson(json);
-        QVERIFY(!doc.isNull());
-        QCOMPARE(decoder(doc), decodes);
+        QVERIFY(!doc.isNull() && decoders.contains(decoder));
+        QCOMPARE(decoders[decoder](doc), decodes);
     }
 };
 
