@@ -3,6 +3,7 @@
 #include "alerts/MonogramAvatar.h"
 #include "alerts/NotificationController.h"
 #include "fakes/FakeNotifications.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 
 #include <QTest>
@@ -66,20 +67,7 @@ private Q_SLOTS:
         QVERIFY(m_ctl->isEnabled());
     }
 
-    void initialsTakeWholeCharacters_data()
-    {
-        QTest::addColumn<QString>("handle");
-        QTest::addColumn<QString>("initials");
-        const auto row = [](const char *name, const char *handle, const char *initials) {
-            QTest::newRow(name) << QString(handle) << QString(initials);
-        };
-        row("empty", "", "?");
-        row("one word", "alice", "AL");
-        row("two words", "ada-lovelace_x", "AL");
-        row("emoji outside the BMP", "😀bot", "😀B");
-        row("emoji sequence", "👩‍💻-dev", "👩‍💻D");
-        row("combining mark", "e\u0301clair", "E\u0301C");
-    }
+    void initialsTakeWholeCharacters_data() { Table::load<QString, QString>({ "handle", "initials" }); }
     void initialsTakeWholeCharacters()
     {
         QFETCH(QString, handle);
@@ -158,23 +146,11 @@ private Q_SLOTS:
         QCOMPARE(m_server->last().replacesId, 0u);
     }
 
+    // expected: "open:x", "reply:…", or nothing.
     void dispatch_data()
     {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("sender");
-        QTest::addColumn<QString>("msgId");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected"); // "open:x", "reply:…", or nothing
-        QTest::addColumn<QString>("logLine");
-        const auto row = [](const char *name, const char *action, const char *sender, const char *msgId,
-                             const char *text, const char *expected, const char *logLine = "") {
-            QTest::newRow(name) << QString(action) << QString(sender) << QString(msgId) << QString(text)
-                                << QString(expected) << QString(logLine);
-        };
-        row("open action", "QUILLMOTE_OPEN", "alice", "", "", "open:alice");
-        row("reply without id", "QUILLMOTE_REPLY", "alice", "", "ok", "reply:alice|ok|-");
-        row("no sender", "QUILLMOTE_REPLY", "", "m", "hi", "", "reply: missing sender — dropped");
-        row("dismissed", "dismiss", "alice", "m", "", "");
+        Table::load<QString, QString, QString, QString, QString, QString>(
+            { "action", "sender", "msgId", "text", "expected", "logLine" });
     }
     void dispatch()
     {

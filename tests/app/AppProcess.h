@@ -11,9 +11,17 @@
 
 // The installed program started as a desktop user starts it, in the test's private world
 // (no state server is spawned, nothing listens on the web port), its log read as it comes.
-// `extra` adds variables; a null value removes one.
+// `extra` adds variables (a null value removes one); `args` is its command line.
 struct AppProcess {
-    static QProcessEnvironment environment(const TestEnv &env, const QMap<QString, QString> &extra = {})
+    // Writes the settings file the app reads at start, as `key=value` lines.
+    static bool writeSettings(const TestEnv &env, const QByteArray &lines)
+    {
+        QDir().mkpath(env.configHome() + "/quillmote");
+        QFile conf(env.configHome() + "/quillmote/notifier.conf");
+        return conf.open(QIODevice::WriteOnly) && conf.write("[General]\n" + lines) > 0;
+    }
+
+    explicit AppProcess(const TestEnv &env, const QMap<QString, QString> &extra = {}, const QStringList &args = {})
     {
         QProcessEnvironment pe = QProcessEnvironment::systemEnvironment();
         pe.insert("QUILLMOTE_HOME", env.quillmoteHome());
@@ -27,21 +35,8 @@ struct AppProcess {
             else
                 pe.insert(it.key(), it.value());
         }
-        return pe;
-    }
-
-    // Writes the settings file the app reads at start, as `key=value` lines.
-    static bool writeSettings(const TestEnv &env, const QByteArray &lines)
-    {
-        QDir().mkpath(env.configHome() + "/quillmote");
-        QFile conf(env.configHome() + "/quillmote/notifier.conf");
-        return conf.open(QIODevice::WriteOnly) && conf.write("[General]\n" + lines) > 0;
-    }
-
-    explicit AppProcess(const TestEnv &env, const QMap<QString, QString> &extra = {})
-    {
-        proc.setProcessEnvironment(environment(env, extra));
-        proc.start(QStringLiteral(QM_APP_BINARY), {});
+        proc.setProcessEnvironment(pe);
+        proc.start(QStringLiteral(QM_APP_BINARY), args);
     }
     ~AppProcess() { stopProcess(proc, 5000); }
     QString log()

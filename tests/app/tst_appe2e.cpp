@@ -77,17 +77,6 @@ int idOfRow(const QString &layout, const QString &label)
     return -1;
 }
 
-// A second start of the program with one argument: it hands over and exits.
-QString secondStart(const TestEnv &env, const QString &url, int *exitCode)
-{
-    QProcess p;
-    p.setProcessEnvironment(AppProcess::environment(env));
-    p.start(QStringLiteral(QM_APP_BINARY), { url });
-    p.waitForFinished(10000);
-    *exitCode = p.exitCode();
-    return QString::fromUtf8(p.readAllStandardError());
-}
-
 class Dunst
 {
 public:
@@ -444,10 +433,9 @@ private Q_SLOTS:
         // The forms of a link are read by DeepLink's own test; here, that they are handed over.
         for (const char *url :
             { "quillmote://conversation/x", "quillmote://open?sender=z", "quillmote://conversation/y" }) {
-            int code = -1;
-            const QString second = secondStart(env, url, &code);
-            QCOMPARE(code, 0);
-            QVERIFY2(second.contains("another instance is running — handed over"), qPrintable(second));
+            AppProcess second(env, {}, { url });
+            QVERIFY(second.proc.waitForFinished(10000) && second.proc.exitCode() == 0);
+            QVERIFY2(second.log().contains("another instance is running — handed over"), qPrintable(second.log()));
         }
         for (const char *line : { "opened + selected @x", "open?sender=@z — legacy wakeup", "opened + selected @y" })
             QVERIFY2(app.waitFor(line), qPrintable(app.log()));

@@ -12,6 +12,7 @@
 #include "platform/PolkitAuthGate.h"
 #include "platform/QmlConfirmer.h"
 #include "support/LogCapture.h"
+#include "support/Table.h"
 #include "ui/Theme.h"
 
 #include <QDBusConnectionInterface>
@@ -53,40 +54,35 @@ class TestDesktopActions : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    // With no authority at all (no mode) the gate fails closed.
     void polkitGateAsksForOurActionAndReadsTheAnswer_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("error");
-        using M = FakePolkitAuthority::Mode;
-        using K = AuthGate::Answer::Kind;
-        QTest::newRow("authorized") << int(M::authorize) << int(K::authorized) << QString();
-        QTest::newRow("not authorized") << int(M::deny) << int(K::denied) << QString();
-        QTest::newRow("dismissed") << int(M::dismiss) << int(K::failed) << "dismissed by the user";
-        QTest::newRow("policy not installed") << int(M::notRegistered) << int(K::failed)
-                                              << "org.freedesktop.PolicyKit1.Error.Failed: Action "
-                                                 "com.quillmote.Notifier.sensitive-action is not registered";
-        // With no authority at all the gate fails closed.
-        QTest::newRow("no authority") << -1 << int(K::failed) << "org.freedesktop.DBus.Error.ServiceUnknown";
+        Table::load<QString, QString, QString>({ "mode", "kind", "error" });
     }
 
     void polkitGateAsksForOurActionAndReadsTheAnswer()
     {
-        QFETCH(int, mode);
-        QFETCH(int, kind);
+        QFETCH(QString, mode);
+        QFETCH(QString, kind);
         QFETCH(QString, error);
+        using M = FakePolkitAuthority::Mode;
+        using K = AuthGate::Answer::Kind;
+        const QMap<QString, M> modes { { "authorize", M::authorize }, { "deny", M::deny }, { "dismiss", M::dismiss },
+            { "notRegistered", M::notRegistered } };
+        const QMap<QString, K> kinds { { "authorized", K::authorized }, { "denied", K::denied },
+            { "failed", K::failed } };
         QDBusConnection authorityBus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "authority");
         FakePolkitAuthority authority;
-        authority.mode = FakePolkitAuthority::Mode(mode);
-        QVERIFY(mode < 0 || authority.registerOn(authorityBus));
+        authority.mode = modes.value(mode);
+        QVERIFY(mode.isEmpty() || authority.registerOn(authorityBus));
 
         PolkitAuthGate gate(QDBusConnection::sessionBus());
         const AuthGate::Answer answer = authenticate(gate, "解除好友");
-        QCOMPARE(int(answer.kind), kind);
+        QCOMPARE(answer.kind, kinds.value(kind, K(-1)));
         QVERIFY2(error.isEmpty() ? answer.error.isEmpty() : answer.error.startsWith(error), qPrintable(answer.error));
         authorityBus.unregisterService("org.freedesktop.PolicyKit1");
         QDBusConnection::disconnectFromBus("authority");
-        if (mode < 0)
+        if (mode.isEmpty())
             return;
         QCOMPARE(authority.actionId, QStringLiteral("com.quillmote.Notifier.sensitive-action"));
         QCOMPARE(authority.flags, 1u);
@@ -96,25 +92,11 @@ private Q_SLOTS:
         QCOMPARE(authority.details.value("quillmote.action"), QStringLiteral("解除好友"));
     }
 
+    // The tool exits 1 with toolError, when set.
     void actionCommandTalksToTheRunningApp_data()
     {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QString>("toolError"); // the tool exits 1 with this, when set
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("stdoutText");
-        QTest::addColumn<QString>("stderrText");
-
-        const auto row = [](const char *name, const QStringList &args, const char *toolError, bool accept, int exitCode,
-                             const char *out, const char *err) {
-            QTest::newRow(name) << args << QString(toolError) << accept << exitCode << QString(out) << QString(err);
-        };
-        row("lookup", { "whoami" }, "", true, 0, "你是 @me。\n", "");
-        row("declined", { "send-message", "alice", "hi" }, "", false, 2, "", "已取消。\n");
-        row("tool failure", { "friends" }, "not logged in", true, 1, "", "not logged in\n");
-        row("missing argument", { "reply", "alice" }, "", true, 64, "",
-            "缺少参数「回复内容」。\nUsage: quillmote-notifier action reply <handle> <text>\n");
-        row("complete friends", { "--complete", "reply", "0", "AL" }, "", true, 0, "alice\n", "");
+        Table::load<QStringList, QString, bool, int, QString, QString>(
+            { "args", "toolError", "accept", "exitCode", "stdoutText", "stderrText" });
     }
 
     void actionCommandTalksToTheRunningApp()
@@ -152,20 +134,11 @@ private Q_SLOTS:
         bus.unregisterObject(ActionsBus::objectPath);
     }
 
+    // input: a button's name, a key, or empty: the window is closed. armed: the dialog has been
+    // active long enough to take keys. answer: -1: no answer yet, else 0/1.
     void confirmationDialogAnswersWithItsButtons_data()
     {
-        QTest::addColumn<QString>("input"); // a button's name, a key, or empty: the window is closed
-        QTest::addColumn<bool>("armed"); // the dialog has been active long enough to take keys
-        QTest::addColumn<int>("answer"); // -1: no answer yet, else 0/1
-        QTest::newRow("confirm") << "confirmButton" << false << 1;
-        QTest::newRow("cancel") << "cancelButton" << false << 0;
-        QTest::newRow("closed") << "" << false << 0;
-        // Keys meant for another window, arriving as the dialog pops up, do nothing.
-        QTest::newRow("stray Enter") << "Return" << false << -1;
-        QTest::newRow("stray Space") << "Space" << false << -1;
-        // Later, Enter and Space press the focused button, which is 取消.
-        QTest::newRow("Enter") << "Return" << true << 0;
-        QTest::newRow("Space") << "Space" << true << 0;
+        Table::load<QString, bool, int>({ "input", "armed", "answer" });
     }
 
     void confirmationDialogAnswersWithItsButtons()
