@@ -5,6 +5,7 @@
 #include "fakes/FakeScheduler.h"
 #include "fakes/FakeScreens.h"
 #include "fakes/FakeSound.h"
+#include "support/Table.h"
 #include "support/TestEnv.h"
 
 #include <QTest>
@@ -99,12 +100,7 @@ private Q_SLOTS:
 
     void secondFrameWaitsAndFollowsTheFirst_data()
     {
-        QTest::addColumn<bool>("secondPulse");
-        QTest::addColumn<int>("waitingBehind");
-        QTest::addColumn<double>("secondTimer");
-        QTest::newRow("non-pulse, last") << false << 0 << 300.0;
-        QTest::newRow("pulse, last") << true << 0 << 8.0;
-        QTest::newRow("more waiting") << false << 1 << 6.0;
+        Table::load<bool, int, double>({ "secondPulse", "waitingBehind", "secondTimer" });
     }
     void secondFrameWaitsAndFollowsTheFirst()
     {
@@ -215,33 +211,20 @@ private Q_SLOTS:
 
     void actionsScheduleFlashAndLog_data()
     {
-        QTest::addColumn<K>("kind");
-        QTest::addColumn<bool>("listening");
-        QTest::addColumn<double>("timer");
-        QTest::addColumn<QString>("flash");
-        QTest::addColumn<QString>("logLine");
-        const auto row
-            = [](const char *name, K kind, bool listening, double timer, const char *flash, const char *logLine) {
-                  QTest::newRow(name) << kind << listening << timer << QString(flash) << QString(logLine);
-              };
-        row("expand", K::expand, true, 45, "", "notch: expand+pin (click) m1");
-        row("copy body", K::copyBody, true, 300, "已复制", "notch: copy body m1");
-        row("copy code", K::copyCode, true, 300, "代码已复制", "notch: copy code (13 chars) m1");
-        row("cancel reply", K::cancelReply, true, 2.5, "", "notch: reply cancelled (esc) m1");
-        row("fill", K::fill, true, 1.6, "已发送到终端 ⤵", "notch: fill (user-initiated, 13 chars, delivered=true) m1");
-        row("fill, no terminal", K::fill, false, 3, "终端未连接",
-            "notch: fill (user-initiated, 13 chars, delivered=false) m1");
-        row("reply", K::submitReply, true, 1.4, "已回复 ✓", "");
-        row("reply, no terminal", K::submitReply, false, 4, "终端未连接，未发送",
-            "notch: reply NOT delivered (no client connected) m1");
+        Table::load<QString, bool, double, QString, QString>({ "action", "listening", "timer", "flash", "logLine" });
     }
     void actionsScheduleFlashAndLog()
     {
-        QFETCH(K, kind);
+        QFETCH(QString, action);
         QFETCH(bool, listening);
         QFETCH(double, timer);
         QFETCH(QString, flash);
         QFETCH(QString, logLine);
+        const QMap<QString, K> kinds { { "expand", K::expand }, { "copyBody", K::copyBody },
+            { "copyCode", K::copyCode }, { "cancelReply", K::cancelReply }, { "fill", K::fill },
+            { "submitReply", K::submitReply } };
+        QVERIFY(kinds.contains(action));
+        const K kind = kinds[action];
         Rig r;
         r.terminalListening = listening;
         NotifyFrame f = frame("alice", "m1", "run this");
@@ -320,14 +303,7 @@ private Q_SLOTS:
     // Left: 1440 wide under a 28 px panel (primary); right: 1920 wide, no panel.
     void overlayGoesWhereTheUserLooks_data()
     {
-        QTest::addColumn<int>("focused");
-        QTest::addColumn<int>("pointer");
-        QTest::addColumn<int>("centreX");
-        QTest::addColumn<int>("top");
-        QTest::newRow("focused window on the right") << 1 << 0 << 1440 + 960 << 4;
-        QTest::newRow("no focus, pointer on the right") << -1 << 1 << 1440 + 960 << 4;
-        QTest::newRow("neither known: primary") << -1 << -1 << 720 << 32;
-        QTest::newRow("stale index: primary") << 5 << -1 << 720 << 32;
+        Table::load<int, int, int, int>({ "focused", "pointer", "centreX", "top" });
     }
     void overlayGoesWhereTheUserLooks()
     {
