@@ -18,9 +18,7 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
@@ -110,24 +108,11 @@ private Q_SLOTS:
     void init() { CLIRunner::resetCacheForTesting(); }
     void cleanup() { CLIRunner::resetCacheForTesting(); }
 
-    // One row per action and variant, in tests/data/intents.json.
+    // One row per action and variant; a confirmation is "text|label", empty when none is asked.
     void everyActionRunsItsCommandAndAnswers_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<Values>("values");
-        QTest::addColumn<QStringList>("argv");
-        QTest::addColumn<QString>("confirmation"); // "text|label", empty: none asked
-        QTest::addColumn<QString>("dialog");
-        QTest::addColumn<QString>("logLine");
-        QFile file(sourceDir() + "/tests/data/intents.json");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        for (const QJsonValue &v : QJsonDocument::fromJson(file.readAll()).array()) {
-            const QJsonObject row = v.toObject();
-            QTest::newRow(qPrintable(row["row"].toString()))
-                << row["intent"].toString() << row["values"].toObject().toVariantMap()
-                << row["argv"].toVariant().toStringList() << row["confirmation"].toString() << row["dialog"].toString()
-                << row["log"].toString();
-        }
+        Table::load<QString, Values, QStringList, QString, QString, QString>(
+            { "name", "values", "argv", "confirmation", "dialog", "logLine" });
     }
 
     void everyActionRunsItsCommandAndAnswers()
@@ -196,32 +181,24 @@ private Q_SLOTS:
     // failed gate is not an error: the action answers that it was cancelled.
     void gateComesAfterConfirmation_data()
     {
-        using Kind = AuthGate::Answer::Kind;
-        QTest::addColumn<bool>("confirmed");
-        QTest::addColumn<bool>("gateOn");
-        QTest::addColumn<Kind>("answer");
-        QTest::addColumn<QString>("gateLine");
-        QTest::addColumn<bool>("ran");
-        QTest::newRow("declined") << false << true << Kind::authorized << QString() << false;
-        QTest::newRow("gate off") << true << false << Kind::denied << QString() << true;
-        QTest::newRow("authorized") << true << true << Kind::authorized << u"authorized action=屏蔽用户"_s << true;
-        QTest::newRow("denied") << true << true << Kind::denied << u"denied (not authorized) action=屏蔽用户"_s
-                                << false;
-        QTest::newRow("dismissed") << true << true << Kind::failed
-                                   << u"failed action=屏蔽用户 error=dismissed by the user"_s << false;
+        Table::load<bool, bool, QString, QString, bool>({ "confirmed", "gateOn", "answer", "gateLine", "ran" });
     }
 
     void gateComesAfterConfirmation()
     {
         QFETCH(bool, confirmed);
         QFETCH(bool, gateOn);
-        QFETCH(AuthGate::Answer::Kind, answer);
+        QFETCH(QString, answer);
         QFETCH(QString, gateLine);
         QFETCH(bool, ran);
         World world;
         SettingsStore::setFlag(Key::biometricGate, gateOn);
         world.confirmer.accept = confirmed;
-        world.gate.answer = { answer, u"dismissed by the user"_s };
+        using Kind = AuthGate::Answer::Kind;
+        static const QMap<QString, Kind> kinds { { "authorized", Kind::authorized }, { "denied", Kind::denied },
+            { "failed", Kind::failed } };
+        QVERIFY(kinds.contains(answer));
+        world.gate.answer = { kinds[answer], u"dismissed by the user"_s };
         LogCapture log;
 
         const IntentResult result = performAndWait(world.service, "BlockIntent", { { "handle", "mallory" } });

@@ -56,6 +56,10 @@ template<> inline QByteArrayList from(const QJsonValue &v)
         out << text(e);
     return out;
 }
+template<> inline QVariantMap from(const QJsonValue &v)
+{
+    return v.toObject().toVariantMap();
+}
 
 // Declares the columns, of these types, and adds every row of the current test function.
 template<typename... T>
