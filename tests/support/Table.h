@@ -9,6 +9,7 @@
 
 #include <array>
 #include <source_location>
+#include <type_traits>
 #include <utility>
 
 // Rows of data-driven tests kept as data. tests/data/tables/<executable>.json maps each test
@@ -23,42 +24,24 @@ QJsonArray currentRows(const char *dataFunction);
 // A string is its own text; any other value is its compact JSON.
 QByteArray text(const QJsonValue &v);
 
-template<typename T> T from(const QJsonValue &v);
-template<> inline QString from(const QJsonValue &v)
+// A column's value: text as text() gives it; "nan" for a double stands for not-a-number,
+// which JSON cannot write; anything else (bool, int, QStringList, QVariantMap, QVariant) as
+// QVariant converts it.
+template<typename T> T from(const QJsonValue &v)
 {
-    return QString::fromUtf8(text(v));
-}
-template<> inline QByteArray from(const QJsonValue &v)
-{
-    return text(v);
-}
-template<> inline bool from(const QJsonValue &v)
-{
-    return v.toBool();
-}
-template<> inline int from(const QJsonValue &v)
-{
-    return v.toInt();
-}
-// "nan" stands for not-a-number, which JSON cannot write.
-template<> inline double from(const QJsonValue &v)
-{
-    return v.toString() == QLatin1String("nan") ? qQNaN() : v.toDouble();
-}
-template<> inline QStringList from(const QJsonValue &v)
-{
-    return v.toVariant().toStringList();
-}
-template<> inline QByteArrayList from(const QJsonValue &v)
-{
-    QByteArrayList out;
-    for (const QJsonValue &e : v.toArray())
-        out << text(e);
-    return out;
-}
-template<> inline QVariantMap from(const QJsonValue &v)
-{
-    return v.toObject().toVariantMap();
+    if constexpr (std::is_same_v<T, QString>)
+        return QString::fromUtf8(text(v));
+    else if constexpr (std::is_same_v<T, QByteArray>)
+        return text(v);
+    else if constexpr (std::is_same_v<T, double>)
+        return v.toString() == QLatin1String("nan") ? qQNaN() : v.toDouble();
+    else if constexpr (std::is_same_v<T, QByteArrayList>) {
+        QByteArrayList out;
+        for (const QJsonValue &e : v.toArray())
+            out << text(e);
+        return out;
+    } else
+        return v.toVariant().value<T>();
 }
 
 // Declares the columns, of these types, and adds every row of the current test function.
