@@ -419,14 +419,7 @@ private Q_SLOTS:
         QCOMPARE(SettingsStore::value(UnreadTracker::settingsKey), record);
     }
 
-    void storedRecordWithABadValueIsIgnored_data()
-    {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<int>("marks");
-        QTest::newRow("numbers") << QVariant(QVariantMap { { "bob", 5.0 }, { "amy", 7 } }) << 2;
-        QTest::newRow("one string") << QVariant(QVariantMap { { "bob", 5.0 }, { "amy", "7" } }) << 0;
-        QTest::newRow("not a map") << QVariant(QStringLiteral("bob=5")) << 0;
-    }
+    void storedRecordWithABadValueIsIgnored_data() { Table::load<QVariant, int>({ "stored", "marks" }); }
 
     void storedRecordWithABadValueIsIgnored()
     {
