@@ -11,16 +11,23 @@ QJsonArray Table::currentRows(const char *dataFunction)
     QByteArray function(dataFunction);
     function.truncate(function.indexOf('('));
     function = function.mid(function.lastIndexOf(':') + 1).chopped(5);
-    const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-    QFile file(sourceDir() + QStringLiteral("/tests/data/tables/%1.json").arg(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("no table %s", qPrintable(file.fileName()));
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &error);
-    const QJsonValue rows = doc.object().value(QLatin1String(function));
+    // One file per executable, read and parsed once for all its tables.
+    static const QString path = sourceDir()
+        + QStringLiteral("/tests/data/tables/%1.json")
+              .arg(QFileInfo(QCoreApplication::applicationFilePath()).fileName());
+    static const QJsonObject tables = [] {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("no table %s", qPrintable(path));
+        QJsonParseError error;
+        const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &error);
+        if (!doc.isObject())
+            qFatal("%s: %s", qPrintable(path), qPrintable(error.errorString()));
+        return doc.object();
+    }();
+    const QJsonValue rows = tables.value(QLatin1String(function));
     if (!rows.isArray())
-        qFatal("%s: no rows for %s (%s)", qPrintable(file.fileName()), function.constData(),
-            qPrintable(error.errorString()));
+        qFatal("%s: no rows for %s", qPrintable(path), function.constData());
     return rows.toArray();
 }
 
